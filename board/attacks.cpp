@@ -1,0 +1,91 @@
+#include "board/attacks.h"
+
+namespace {
+
+// Captures on one square: no more than this many men can take part.
+constexpr int kMaxExchanges = 64;
+
+// Sliders of either colour behind `from` on its line to `to`: with `from` gone they join
+// the exchange. Men used up earlier stand between `to` and `from` and are not met.
+inline SquareSet UncoveredBehind(int to, int from) {
+    const int step = Direction[to][from];
+    const int file = FileOf(from), rank = RankOf(from);
+    switch (step) {
+        case 1:
+        case -1:
+            return RankAttacks[file][rank][Board.RankOccupancy[rank]] &
+                   Board.StraightSliders & RayFrom(-step, from);
+        case 8:
+        case -8:
+            return FileAttacks[rank][file][Board.FileOccupancy[file]] &
+                   Board.StraightSliders & RayFrom(-step, from);
+        case 7:
+        case -7: {
+            const int line = FallingIndex(from);
+            return FallingAttacks[rank][line][Board.FallingOccupancy[line]] &
+                   Board.DiagonalSliders & RayFrom(-step, from);
+        }
+        case 9:
+        case -9: {
+            const int line = RisingIndex(from);
+            return RisingAttacks[rank][line][Board.RisingOccupancy[line]] &
+                   Board.DiagonalSliders & RayFrom(-step, from);
+        }
+        default:
+            return 0;
+    }
+}
+
+// The square of the least valuable of the side's attackers, lowest square first within a
+// kind; -1 when it has none.
+inline int LeastValuable(SquareSet attackers, int side) {
+    const SquareSet own = attackers & Board.Occupied[side];
+    if (own == 0) return -1;
+    for (const SquareSet kind : {Board.Pawns[side], Board.Knights[side], Board.Bishops[side],
+                                 Board.Rooks[side], Board.Queens[side], Board.Kings[side]})
+        if ((own & kind) != 0) return LowestSquare(own & kind);
+    return -1;
+}
+
+}  // namespace
+
+SquareSet AttackersOf(int square) {
+    return (PawnAttacks[WHITE][square] & Board.Pawns[BLACK]) |
+           (PawnAttacks[BLACK][square] & Board.Pawns[WHITE]) |
+           (KnightAttacks[square] & (Board.Knights[WHITE] | Board.Knights[BLACK])) |
+           (BishopLines(square) & Board.DiagonalSliders) |
+           (RookLines(square) & Board.StraightSliders) |
+           (KingAttacks[square] & (Board.Kings[WHITE] | Board.Kings[BLACK]));
+}
+
+bool IsAttacked(int colour, int square) {
+    if ((PawnAttacks[ChangeSide(colour)][square] & Board.Pawns[colour]) != 0) return true;
+    if ((KnightAttacks[square] & Board.Knights[colour]) != 0) return true;
+    if ((KingAttacks[square] & Board.Kings[colour]) != 0) return true;
+    const SquareSet straight = Board.Rooks[colour] | Board.Queens[colour];
+    if ((RookLines(square) & straight) != 0) return true;
+    const SquareSet diagonal = Board.Bishops[colour] | Board.Queens[colour];
+    return (BishopLines(square) & diagonal) != 0;
+}
+
+int StaticExchange(int to, int from) {
+    int gain[kMaxExchanges];
+    gain[0] = PieceValue[Board.Piece[to]];
+    int onSquare = PieceValue[Board.Piece[from]];
+    SquareSet attackers =
+        (AttackersOf(to) & ClearMask(from)) | UncoveredBehind(to, from);
+    int side = ChangeSide(Board.SideToMove);
+    int n = 1;
+    while (attackers != 0) {
+        const int next = LeastValuable(attackers, side);
+        if (next < 0) break;
+        attackers = (attackers & ClearMask(next)) | UncoveredBehind(to, next);
+        gain[n] = onSquare - gain[n - 1];
+        onSquare = PieceValue[Board.Piece[next]];
+        ++n;
+        side = ChangeSide(side);
+    }
+    for (int i = n - 1; i > 0; --i)
+        if (gain[i] > -gain[i - 1]) gain[i - 1] = -gain[i];
+    return gain[0];
+}

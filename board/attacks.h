@@ -1,0 +1,28 @@
+// Attack detection: which squares a man attacks, whether a square is attacked, and what a
+// sequence of captures on one square wins. Nothing here changes the board.
+#pragma once
+
+#include "board/board.h"
+
+// ---- Sliding attacks with the men now on the board; the first man met is included ----
+inline SquareSet RookLines(int square) {
+    const int file = FileOf(square), rank = RankOf(square);
+    return RankAttacks[file][rank][Board.RankOccupancy[rank]] |
+           FileAttacks[rank][file][Board.FileOccupancy[file]];
+}
+inline SquareSet BishopLines(int square) {
+    const int rank = RankOf(square);
+    const int rising = RisingIndex(square), falling = FallingIndex(square);
+    return RisingAttacks[rank][rising][Board.RisingOccupancy[rising]] |
+           FallingAttacks[rank][falling][Board.FallingOccupancy[falling]];
+}
+inline SquareSet QueenLines(int square) { return RookLines(square) | BishopLines(square); }
+
+// Men of both colours that attack the square.
+SquareSet AttackersOf(int square);
+// At least one man of the colour attacks the square, which may be empty or not.
+bool IsAttacked(int colour, int square);
+// Material outcome in centipawns for the side to move of capturing on `to` with its man on
+// `from`, both sides continuing as best they can on that square. `to` holds an enemy man;
+// en passant and promotions are not for this function.
+int StaticExchange(int to, int from);

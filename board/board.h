@@ -1,0 +1,127 @@
+// The one global position, held in several redundant forms at once, and the operations
+// that change it. All forms agree after every operation.
+#pragma once
+
+#include <cstdint>
+
+#include "board/hashkeys.h"
+#include "board/piecesquare.h"
+#include "board/tables.h"
+#include "board/types.h"
+
+// Entries of the history stack: the game's moves and, above them, the search's.
+inline constexpr int kHistoryCapacity = 768;
+
+struct BoardRecord {
+    // ---- Placement ----
+    std::uint8_t Piece[64];         // piece code by square, 0 when empty
+    SquareSet Occupied[2];          // all men of a colour
+    SquareSet Pawns[2], Knights[2], Bishops[2], Rooks[2], Queens[2], Kings[2];
+    SquareSet StraightSliders;      // rooks and queens of both colours
+    SquareSet DiagonalSliders;      // bishops and queens of both colours
+    int KingSquare[2];
+    // Occupancy of lines by men of either colour, the index into the sliding tables.
+    std::uint8_t FileOccupancy[8];       // [file], bit = rank
+    std::uint8_t RankOccupancy[8];       // [rank], bit = file
+    std::uint8_t RisingOccupancy[16];    // [RisingIndex], bit = rank
+    std::uint8_t FallingOccupancy[16];   // [FallingIndex], bit = rank
+    std::uint8_t PawnRanks[8][2];        // [file][colour], bit = rank of a pawn
+
+    // ---- Counters and sums, by colour ----
+    int Material[2];    // centipawns, kings not counted
+    int Units[2];       // non-pawn material in pawn units: NWP for White, NBP for Black
+    int PawnCount[2];
+    int MinorCount[2];  // knights and bishops
+    int MajorCount[2];  // rooks count 1, queens 2
+    int KingCount[2];   // 1 each, but for what editing can set up
+    int Positional[2];  // sum of PieceSquare, centipawns
+
+    // ---- Rights and flags, 0 or 1 ----
+    // Set when the rook of that corner, or that king, has left its home: castling is
+    // possible only while the king's flag and the corner's flag are both 0.
+    int A1, H1, A8, H8, WK, BK;
+    int CastledKingside[2], CastledQueenside[2];
+    int SideToMove;
+    int FiftyCounter;         // half-moves since the last capture or pawn move
+    int NoMatingMaterial[2];  // bare king, one minor piece, or two knights
+    int MatingFlagsValid;     // 0: UpdateMatingFlags must run before NoMatingMaterial is read
+
+    // ---- Keys: neither the side to move, nor castling, nor en passant enter them ----
+    std::uint32_t hash1, hash2;
+    std::uint32_t PawnHash1, PawnHash2;  // pawns only; never both 0
+
+    // ---- History stack ----
+    int GamePly;  // moves on the stack, null moves of the search included
+    Move MoveHistory[kHistoryCapacity];  // the move made from the position at that index
+    std::uint32_t Hash1History[kHistoryCapacity], Hash2History[kHistoryCapacity];
+    std::int32_t FiftyHistory[kHistoryCapacity];
+    std::int32_t PositionalHistory[2][kHistoryCapacity];
+    std::uint8_t CastleFlagsHistory[kHistoryCapacity];  // as packed by CastleFlags()
+};
+
+extern BoardRecord Board;
+
+// Pawn key of a board without pawns: 0 and this.
+inline constexpr std::uint32_t kEmptyPawnHash2 = 0xC85E31;
+
+// Everything off the board. Castling flags, side to move and history stay as they are.
+void ClearBoard();
+// Puts a man on an empty square and updates every form.
+void AddPiece(int square, int colour, int code);
+// Takes whatever stands on the square off the board and updates every form.
+void RemovePiece(int square);
+void SetStartPosition();
+// Recomputes both NoMatingMaterial flags.
+void UpdateMatingFlags();
+// Castling flags from the placement, as after editing: a right exists where king and rook
+// stand at home.
+void DeriveCastlingFlags();
+
+// Plays a move that the generators produced for this position; legality is the caller's
+// business. The stack must have room (GamePly < kHistoryCapacity).
+void MakeMove(Move m);
+// Takes the last move back; never a null move.
+void UnmakeMove();
+void MakeNullMove();
+void UnmakeNullMove();
+
+// BK + 2 WK + 4 H1 + 8 A1 + 16 H8 + 32 A8.
+inline std::uint32_t CastleFlags() {
+    return static_cast<std::uint32_t>(Board.BK + 2 * Board.WK + 4 * Board.H1 +
+                                      8 * Board.A1 + 16 * Board.H8 + 32 * Board.A8);
+}
+
+// Exactly one king a side stands on the board. Without that no move is legal, and nothing
+// may be searched or evaluated.
+inline bool HasBothKings() {
+    return Board.KingCount[WHITE] == 1 && Board.KingCount[BLACK] == 1;
+}
+
+inline SquareSet AllOccupied() { return Board.Occupied[WHITE] | Board.Occupied[BLACK]; }
+
+// The last move on the stack; NO_MOVE when there is none.
+inline Move LastMove() {
+    return Board.GamePly > 0 ? Board.MoveHistory[Board.GamePly - 1] : NO_MOVE;
+}
+
+// ---- Text of a move, coordinate notation. Both write a terminating NUL. ----
+inline constexpr int kMoveTextSize = 6;
+void MoveToText(char (&text)[kMoveTextSize], Move m);             // "e2e4", "e7e8q"
+void MoveToTextWithoutPromotion(char (&text)[kMoveTextSize], Move m);  // "e7e8"
+
+// ---- Game moves: made and taken back by the driver, in games of any length ----
+// Like MakeMove and UnmakeMove, but they keep room for a search on the history stack: of
+// a very long game the oldest moves are put aside, and come back when moves are taken back.
+void PlayGameMove(Move m);
+void TakeBackGameMove();
+// Half-moves of the game that are put aside: GamePly + ArchivedPlies() is the game's length.
+int ArchivedPlies();
+void ClearGameArchive();
+
+#ifdef VELTRAMOX_SELF_CHECK
+// Rebuilds every form from the piece array and stops the program with a message at the
+// first difference. `after` names the operation that has just run.
+void CheckBoard(const char* after);
+#else
+inline void CheckBoard(const char*) {}
+#endif

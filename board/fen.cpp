@@ -1,0 +1,117 @@
+#include "board/fen.h"
+
+#include <charconv>
+
+namespace {
+
+constexpr std::string_view kPieceLetters = ".knp?rbq";  // by piece code
+
+// Cuts the first blank-separated field off the text.
+std::string_view TakeField(std::string_view& text) {
+    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+    const std::string_view field = text.substr(0, text.find(' '));
+    text.remove_prefix(field.size());
+    return field;
+}
+
+bool PlaceMen(std::string_view placement) {
+    int file = 0, rank = 7;
+    for (const char c : placement) {
+        if (c == '/') {
+            if (file != 8 || rank == 0) return false;
+            file = 0;
+            --rank;
+        } else if (c >= '1' && c <= '8') {
+            file += c - '0';
+            if (file > 8) return false;
+        } else {
+            const char letter = ToLower(c);
+            const std::size_t code = kPieceLetters.find(letter);
+            if (code == std::string_view::npos || letter == '.' || letter == '?' || file > 7)
+                return false;
+            AddPiece(SquareAt(file, rank), letter == c ? BLACK : WHITE,
+                     static_cast<int>(code));
+            ++file;
+        }
+    }
+    return file == 8 && rank == 0;
+}
+
+bool SetCastling(std::string_view rights) {
+    // A right without king and rook at home is dropped, as after editing.
+    DeriveCastlingFlags();
+    int keepH1 = 1, keepA1 = 1, keepH8 = 1, keepA8 = 1;
+    if (rights == "-") rights = "";
+    for (const char c : rights) {
+        switch (c) {
+            case 'K':
+                keepH1 = 0;
+                break;
+            case 'Q':
+                keepA1 = 0;
+                break;
+            case 'k':
+                keepH8 = 0;
+                break;
+            case 'q':
+                keepA8 = 0;
+                break;
+            default:
+                return false;
+        }
+    }
+    Board.H1 |= keepH1;
+    Board.A1 |= keepA1;
+    Board.H8 |= keepH8;
+    Board.A8 |= keepA8;
+    return true;
+}
+
+// The double step that led here stands on the history stack: there the generators look.
+bool SetEnPassant(std::string_view field) {
+    if (field == "-") return true;
+    const int S = Board.SideToMove, O = ChangeSide(S);
+    if (field.size() != 2 || field[0] < 'a' || field[0] > 'h' ||
+        field[1] != (S == WHITE ? '6' : '3'))
+        return false;
+    const int passed = SquareAt(field[0] - 'a', field[1] - '1');
+    const int step = S == WHITE ? 8 : -8;
+    const int from = passed + step, to = passed - step;
+    if ((Board.Pawns[O] & SquareMask(to)) == 0 || Board.Piece[passed] != EMPTY ||
+        Board.Piece[from] != EMPTY)
+        return false;
+    // Made on the position before it, so that the history entry is a true one.
+    RemovePiece(to);
+    AddPiece(from, O, PAWN);
+    Board.SideToMove = O;
+    MakeMove(MakeWord(from, to, PAWN, EMPTY));
+    return true;
+}
+
+}  // namespace
+
+bool SetFen(std::string_view fen) {
+    Board.GamePly = 0;
+    ClearGameArchive();
+    ClearBoard();
+    for (int c : {WHITE, BLACK}) Board.CastledKingside[c] = Board.CastledQueenside[c] = 0;
+    if (!PlaceMen(TakeField(fen)) || !HasBothKings()) return false;
+    const std::string_view side = TakeField(fen);
+    if (side != "w" && side != "b" && !side.empty()) return false;
+    Board.SideToMove = side == "b" ? BLACK : WHITE;
+    if (!SetCastling(TakeField(fen))) return false;
+    const std::string_view enPassant = TakeField(fen);
+    if (!enPassant.empty() && !SetEnPassant(enPassant)) return false;
+    const std::string_view fifty = TakeField(fen);
+    int halfMoves = 0;
+    if (!fifty.empty()) {
+        const auto [end, error] =
+            std::from_chars(fifty.data(), fifty.data() + fifty.size(), halfMoves);
+        if (error != std::errc{} || end != fifty.data() + fifty.size() || halfMoves < 0 ||
+            halfMoves > 1000)
+            return false;
+    }
+    Board.FiftyCounter = halfMoves;
+    UpdateMatingFlags();
+    return true;
+}

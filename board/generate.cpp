@@ -1,0 +1,537 @@
+#include "board/generate.h"
+
+#include <cstdlib>
+#include <utility>
+
+#include "board/attacks.h"
+
+Move MoveStack[kMoveStackSize];
+std::int32_t MoveScores[kMoveStackSize];
+int MoveStackTop;
+int Ply;
+std::uint8_t InCheckAt[kMaxPly];
+Move Killer1[2][kMaxPly], Killer2[2][kMaxPly];
+std::int32_t HistoryTable[4096 * 2];
+std::uint8_t CheckerSquare[kMaxPly];
+
+namespace {
+
+// Capture scores are victim less attacker in units far above the exchange values in
+// centipawns, which losing and even captures get.
+constexpr std::int32_t kScoreUnit = 65536;
+constexpr std::int32_t kEnPassantScore = 900 * kScoreUnit;
+constexpr std::int32_t kHashMoveScore = -1000000;
+
+constexpr int kPromotions[4] = {QUEEN, KNIGHT, ROOK, BISHOP};
+constexpr int kEvasionPromotions[4] = {QUEEN, ROOK, KNIGHT, BISHOP};
+
+// Where pawns of a colour stand and go. `corner` is the one square of the last rank that
+// the unconditional promotion captures leave out.
+template <int S>
+struct PawnGeometry;
+template <>
+struct PawnGeometry<WHITE> {
+    static constexpr int forward = 8;
+    static constexpr int secondRank = 1, fifthRank = 4, seventhRank = 6;
+    static constexpr SquareSet promotionTargets = RankSet(7) & ~SquareMask(H8);
+};
+template <>
+struct PawnGeometry<BLACK> {
+    static constexpr int forward = -8;
+    static constexpr int secondRank = 6, fifthRank = 3, seventhRank = 1;
+    static constexpr SquareSet promotionTargets = RankSet(0) & ~SquareMask(H1);
+};
+
+// White's pawns are taken lowest square first, Black's highest first, as each player reads
+// his own from the back rank on.
+template <int S>
+inline int TakePawn(SquareSet& pawns) {
+    return S == WHITE ? TakeLowest(pawns) : TakeHighest(pawns);
+}
+
+inline void Append(Move m) { MoveStack[MoveStackTop++] = m; }
+
+inline void AppendTo(int from, int piece, SquareSet targets) {
+    while (targets != 0) {
+        const int to = TakeLowest(targets);
+        Append(MakeWord(from, to, piece, Board.Piece[to]));
+    }
+}
+
+// Moves of all men of one kind to the target squares.
+template <typename Attacks>
+inline void AppendPieceMoves(SquareSet men, int piece, SquareSet targets, Attacks attacks) {
+    while (men != 0) {
+        const int from = TakeLowest(men);
+        AppendTo(from, piece, attacks(from) & targets);
+    }
+}
+
+inline SquareSet KnightSquares(int square) { return KnightAttacks[square]; }
+
+inline void AppendPromotions(int from, int to, const int (&order)[4]) {
+    for (const int promotion : order)
+        Append(MakeWord(from, to, PAWN, Board.Piece[to], promotion));
+}
+
+// The two neighbours of the pawn on `t` that could take it en passant, left one first.
+template <int S>
+inline void AppendEnPassant(int t) {
+    const int to = t + PawnGeometry<S>::forward;
+    if (FileOf(t) != 0 && (Board.Pawns[S] & SquareMask(t - 1)) != 0)
+        Append(MakeWord(t - 1, to, PAWN, EMPTY));
+    if (FileOf(t) != 7 && (Board.Pawns[S] & SquareMask(t + 1)) != 0)
+        Append(MakeWord(t + 1, to, PAWN, EMPTY));
+}
+
+// The last move was a pawn's double step towards S.
+template <int S>
+inline bool LastMoveWasDoubleStep(Move last) {
+    return Moving(last) == PAWN && From(last) - To(last) == 2 * PawnGeometry<S>::forward;
+}
+
+template <int S>
+void GenerateCapturesOf(SquareSet targets) {
+    constexpr int O = ChangeSide(S);
+    using Geometry = PawnGeometry<S>;
+    const SquareSet pawnTargets =
+        targets | (Board.Occupied[O] & Geometry::promotionTargets);
+    for (SquareSet pawns = Board.Pawns[S]; pawns != 0;) {
+        const int from = TakePawn<S>(pawns);
+        SquareSet to = PawnAttacks[S][from] & pawnTargets;
+        if (RankOf(from) == Geometry::seventhRank)
+            while (to != 0) AppendPromotions(from, TakeLowest(to), kPromotions);
+        else
+            AppendTo(from, PAWN, to);
+    }
+    const Move last = LastMove();
+    if (LastMoveWasDoubleStep<S>(last)) AppendEnPassant<S>(To(last));
+    AppendPieceMoves(Board.Knights[S], KNIGHT, targets, KnightSquares);
+    AppendPieceMoves(Board.Bishops[S], BISHOP, targets, BishopLines);
+    AppendPieceMoves(Board.Rooks[S], ROOK, targets, RookLines);
+    AppendPieceMoves(Board.Queens[S], QUEEN, targets, QueenLines);
+    const int king = Board.KingSquare[S];
+    AppendTo(king, KING, KingAttacks[king] & targets);
+}
+
+// King's home, squares that must be empty and, in this order, not attacked.
+struct CastlingWing {
+    Move word;
+    int rook;
+    SquareSet empty;
+    int crossed, target;
+};
+constexpr CastlingWing kShortWing[2] = {
+    {CASTLE_WHITE_SHORT, H1, SquareMask(F1) | SquareMask(G1), F1, G1},
+    {CASTLE_BLACK_SHORT, H8, SquareMask(F8) | SquareMask(G8), F8, G8},
+};
+constexpr CastlingWing kLongWing[2] = {
+    {CASTLE_WHITE_LONG, A1, SquareMask(D1) | SquareMask(C1) | SquareMask(B1), D1, C1},
+    {CASTLE_BLACK_LONG, A8, SquareMask(D8) | SquareMask(C8) | SquareMask(B8), D8, C8},
+};
+constexpr int kKingHome[2] = {E1, E8};
+
+// The king's own square is not asked: whether it is in check is the caller's business.
+template <int S>
+inline bool CanCastle(const CastlingWing& wing, int cornerFlag) {
+    constexpr int O = ChangeSide(S);
+    return cornerFlag == 0 && (AllOccupied() & wing.empty) == 0 &&
+           (Board.Rooks[S] & SquareMask(wing.rook)) != 0 && !IsAttacked(O, wing.crossed) &&
+           !IsAttacked(O, wing.target);
+}
+template <int S>
+inline bool KingIsHome() {
+    return (S == WHITE ? Board.WK : Board.BK) == 0 && Board.KingSquare[S] == kKingHome[S];
+}
+template <int S>
+inline bool CanCastleShort() {
+    return KingIsHome<S>() && CanCastle<S>(kShortWing[S], S == WHITE ? Board.H1 : Board.H8);
+}
+template <int S>
+inline bool CanCastleLong() {
+    return KingIsHome<S>() && CanCastle<S>(kLongWing[S], S == WHITE ? Board.A1 : Board.A8);
+}
+
+// A square ahead of a pawn on the last rank does not exist: only editing puts pawns there.
+constexpr bool IsInside(int square) { return square >= 0 && square < 64; }
+
+template <int S>
+inline void AppendPawnPushes(SquareSet empty) {
+    using Geometry = PawnGeometry<S>;
+    for (SquareSet pawns = Board.Pawns[S]; pawns != 0;) {
+        const int from = TakePawn<S>(pawns);
+        const int one = from + Geometry::forward;
+        if (!IsInside(one) || (empty & SquareMask(one)) == 0) continue;
+        if (RankOf(from) == Geometry::seventhRank) {
+            AppendPromotions(from, one, kPromotions);
+            continue;
+        }
+        Append(MakeWord(from, one, PAWN, EMPTY));
+        const int two = one + Geometry::forward;
+        if (RankOf(from) == Geometry::secondRank && (empty & SquareMask(two)) != 0)
+            Append(MakeWord(from, two, PAWN, EMPTY));
+    }
+}
+
+template <int S>
+void GenerateQuietOf(bool castling) {
+    const SquareSet empty = ~AllOccupied();
+    if (castling) {
+        if (CanCastleShort<S>()) Append(kShortWing[S].word);
+        if (CanCastleLong<S>()) Append(kLongWing[S].word);
+    }
+    AppendPieceMoves(Board.Knights[S], KNIGHT, empty, KnightSquares);
+    AppendPieceMoves(Board.Bishops[S], BISHOP, empty, BishopLines);
+    AppendPawnPushes<S>(empty);
+    AppendPieceMoves(Board.Rooks[S], ROOK, empty, RookLines);
+    AppendPieceMoves(Board.Queens[S], QUEEN, empty, QueenLines);
+    const int king = Board.KingSquare[S];
+    AppendTo(king, KING, KingAttacks[king] & empty);
+}
+
+template <int S>
+bool KillerIsValid(Move m) {
+    const int from = From(m), to = To(m), piece = Moving(m);
+    if (piece == KING && from == kKingHome[S]) {
+        if (m == kShortWing[S].word) return CanCastleShort<S>();
+        if (m == kLongWing[S].word) return CanCastleLong<S>();
+    }
+    if (Board.Piece[from] != piece || Board.Piece[to] != Captured(m) ||
+        (Board.Occupied[S] & SquareMask(from)) == 0 ||
+        (Board.Occupied[S] & SquareMask(to)) != 0)
+        return false;
+    switch (piece) {
+        case PAWN:
+            return std::abs(to - from) != 16 || Board.Piece[(from + to) / 2] == EMPTY;
+        case BISHOP:
+            return (BishopLines(from) & SquareMask(to)) != 0;
+        case ROOK:
+            return (RookLines(from) & SquareMask(to)) != 0;
+        case QUEEN:
+            return (QueenLines(from) & SquareMask(to)) != 0;
+        default:
+            return true;
+    }
+}
+
+// Ordering score of the capture at `i` of a list that began at `start`. Captures of one
+// man by like men score alike, which saves exchange evaluations.
+std::int32_t CaptureScore(int i, int start, Move hashMove) {
+    const Move m = MoveStack[i];
+    if (m == hashMove) return kHashMoveScore;
+    if (i > start) {
+        const Move previous = MoveStack[i - 1];
+        if (To(m) == To(previous) && OrderClass[Moving(m)] == OrderClass[Moving(previous)])
+            return MoveScores[i - 1];
+    }
+    const std::int32_t victim = PieceValue[Captured(m)] * kScoreUnit;
+    const std::int32_t attacker = PieceValue[Moving(m)] * kScoreUnit;
+    if (victim == 0) return kEnPassantScore;
+    if (attacker < victim) return victim - attacker;
+    return StaticExchange(To(m), From(m));
+}
+
+// ---- Evasions ----
+
+template <int S>
+void FindCheckers() {
+    constexpr int O = ChangeSide(S);
+    SquareSet checkers = AttackersOf(Board.KingSquare[S]) & Board.Occupied[O];
+    // In check as the search knows it; a position set up otherwise counts as double check.
+    int checker = kSeveralCheckers;
+    if (checkers != 0) {
+        checker = TakeLowest(checkers);
+        if (checkers != 0) checker = kSeveralCheckers;
+    }
+    CheckerSquare[Ply] = static_cast<std::uint8_t>(checker);
+}
+
+template <int S>
+void GenerateCheckerCaptures() {
+    using Geometry = PawnGeometry<S>;
+    const int c = CheckerSquare[Ply];
+    const SquareSet target = SquareMask(c);
+    const Move last = LastMove();
+    if (Board.Piece[c] == PAWN && RankOf(c) == Geometry::fifthRank && To(last) == c &&
+        LastMoveWasDoubleStep<S>(last))
+        AppendEnPassant<S>(c);
+    for (SquareSet pawns = PawnAttacks[ChangeSide(S)][c] & Board.Pawns[S]; pawns != 0;) {
+        const int from = TakeLowest(pawns);
+        if (RankOf(c) == 0 || RankOf(c) == 7)
+            AppendPromotions(from, c, kEvasionPromotions);
+        else
+            Append(MakeWord(from, c, PAWN, Board.Piece[c]));
+    }
+    for (SquareSet knights = KnightAttacks[c] & Board.Knights[S]; knights != 0;)
+        Append(MakeWord(TakeLowest(knights), c, KNIGHT, Board.Piece[c]));
+    const int king = Board.KingSquare[S];
+    AppendTo(king, KING, KingAttacks[king] & target);
+    for (SquareSet bishops = BishopLines(c) & Board.Bishops[S]; bishops != 0;)
+        Append(MakeWord(TakeLowest(bishops), c, BISHOP, Board.Piece[c]));
+    for (SquareSet rooks = RookLines(c) & Board.Rooks[S]; rooks != 0;)
+        Append(MakeWord(TakeLowest(rooks), c, ROOK, Board.Piece[c]));
+    for (SquareSet queens = QueenLines(c) & Board.Queens[S]; queens != 0;)
+        Append(MakeWord(TakeLowest(queens), c, QUEEN, Board.Piece[c]));
+}
+
+template <int S>
+void GenerateInterpositions() {
+    using Geometry = PawnGeometry<S>;
+    const SquareSet between = Between[CheckerSquare[Ply]][Board.KingSquare[S]];
+    if (between == 0) return;
+    for (SquareSet pawns = Board.Pawns[S]; pawns != 0;) {
+        const int from = TakeLowest(pawns);
+        const int one = from + Geometry::forward;
+        if (!IsInside(one)) continue;
+        if ((between & SquareMask(one)) != 0) {
+            if (RankOf(from) == Geometry::seventhRank)
+                AppendPromotions(from, one, kPromotions);
+            else
+                Append(MakeWord(from, one, PAWN, EMPTY));
+        }
+        const int two = one + Geometry::forward;
+        if (RankOf(from) == Geometry::secondRank && Board.Piece[one] == EMPTY &&
+            (between & SquareMask(two)) != 0)
+            Append(MakeWord(from, two, PAWN, EMPTY));
+    }
+    AppendPieceMoves(Board.Bishops[S], BISHOP, between, BishopLines);
+    AppendPieceMoves(Board.Knights[S], KNIGHT, between, KnightSquares);
+    AppendPieceMoves(Board.Rooks[S], ROOK, between, RookLines);
+    AppendPieceMoves(Board.Queens[S], QUEEN, between, QueenLines);
+}
+
+// The king's capture of a single checker is among the captures of it, not here.
+template <int S>
+void GenerateKingEvasions() {
+    const int king = Board.KingSquare[S];
+    SquareSet targets = KingAttacks[king] & ~Board.Occupied[S];
+    if (CheckerSquare[Ply] != kSeveralCheckers) targets &= ClearMask(CheckerSquare[Ply]);
+    AppendTo(king, KING, targets);
+}
+
+template <int S>
+int GenerateEvasionStageOf(int stage) {
+    const int start = MoveStackTop;
+    if (stage >= 5) FindCheckers<S>();
+    const int checker = CheckerSquare[Ply];
+    if (stage >= 4 && checker != kSeveralCheckers) {
+        GenerateCheckerCaptures<S>();
+        if (MoveStackTop > start) return kCaptureStage;
+    }
+    if (stage >= kCaptureStage) {
+        GenerateKingEvasions<S>();
+        if (MoveStackTop > start) return kKillerStage;
+    }
+    if (stage >= kKillerStage && checker != kSeveralCheckers &&
+        IsSlider(Board.Piece[checker])) {
+        GenerateInterpositions<S>();
+        if (MoveStackTop > start) return kQuietStage;
+    }
+    return kNoMoreStages;
+}
+
+// ---- Quiescence ----
+
+SquareSet QuiesceTargets(int threshold, int O) {
+    SquareSet targets = Board.Queens[O] | Board.Kings[O];
+    if (threshold < 501) targets |= Board.Rooks[O];
+    if (threshold < 301) targets |= Board.Bishops[O] | Board.Knights[O];
+    if (threshold < 101) targets |= Board.Pawns[O];
+    return targets;
+}
+
+template <int S>
+void AppendQueenPushes() {
+    using Geometry = PawnGeometry<S>;
+    const SquareSet empty = ~AllOccupied();
+    for (SquareSet pawns = Board.Pawns[S] & RankSet(Geometry::seventhRank); pawns != 0;) {
+        const int from = TakeLowest(pawns);
+        const int to = from + Geometry::forward;
+        if ((empty & SquareMask(to)) != 0) Append(MakeWord(from, to, PAWN, EMPTY, QUEEN));
+    }
+}
+
+// The exchange value last computed, which serves for captures of the same man by like men.
+struct LastExchange {
+    int to = -1, orderClass = -1, value = 0;
+
+    int Of(Move m) {
+        const int moverClass = OrderClass[Moving(m)];
+        if (To(m) != to || moverClass != orderClass) {
+            to = To(m);
+            orderClass = moverClass;
+            value = StaticExchange(To(m), From(m));
+        }
+        return value;
+    }
+};
+
+template <bool inner>
+bool GenerateQuiesce(int threshold, Move hashMove) {
+    const int start = MoveStackTop;
+    const int O = ChangeSide(Board.SideToMove);
+    GenerateCaptures(QuiesceTargets(threshold, O));
+    if (Board.SideToMove == WHITE)
+        AppendQueenPushes<WHITE>();
+    else
+        AppendQueenPushes<BLACK>();
+
+    LastExchange last;
+    int kept = start;
+    const auto keep = [&kept](Move m, int score) {
+        MoveStack[kept] = m;
+        MoveScores[kept] = score;
+        ++kept;
+    };
+    for (int i = start; i < MoveStackTop; ++i) {
+        const Move m = MoveStack[i];
+        if (!inner && m == hashMove) continue;
+        if (Captured(m) == KING) return true;
+        const bool enPassant = !CapturesOrPromotes(m);
+        const int victim = enPassant ? PieceValue[PAWN] : PieceValue[Captured(m)];
+        const int gain = victim + PieceValue[Promotion(m)];
+        if (gain < threshold) continue;
+        const int attacker = PieceValue[Moving(m)];
+        if (attacker < victim || (threshold < 1 && attacker == victim)) {
+            keep(m, victim);
+        } else if (Promotion(m) == 0) {
+            const int exchange = inner ? last.Of(m) : StaticExchange(To(m), From(m));
+            if (exchange >= 0) keep(m, exchange);
+        } else {
+            keep(m, gain);
+        }
+    }
+    MoveStackTop = kept;
+    if (kept - start > 1) SortMoves(start, kept);
+    return false;
+}
+
+// ---- Legal moves ----
+
+// Own men between the king and an enemy slider on its line: they may move along it only.
+SquareSet PinnedMen(int S) {
+    const int O = ChangeSide(S), king = Board.KingSquare[S];
+    const SquareSet straight = Board.StraightSliders & Board.Occupied[O];
+    const SquareSet diagonal = Board.DiagonalSliders & Board.Occupied[O];
+    const int file = FileOf(king), rank = RankOf(king);
+    // Sliders that would reach the king's square on an empty board.
+    SquareSet snipers = (straight & (RankSet(rank) | FileSet(file))) |
+                        (diagonal & (RisingAttacks[rank][RisingIndex(king)][0] |
+                                     FallingAttacks[rank][FallingIndex(king)][0]));
+    SquareSet pinned = 0;
+    while (snipers != 0) {
+        const SquareSet men = Between[TakeLowest(snipers)][king] & AllOccupied();
+        if (men != 0 && (men & (men - 1)) == 0) pinned |= men & Board.Occupied[S];
+    }
+    return pinned;
+}
+
+bool LeavesKingSafe(Move m, int S) {
+    MakeMove(m);
+    const bool safe = !IsAttacked(ChangeSide(S), Board.KingSquare[S]);
+    UnmakeMove();
+    return safe;
+}
+
+// For a side not in check: only king moves, moves of pinned men off the line and en passant
+// can expose the king. Castling has had its squares tested.
+bool IsLegalOutOfCheck(Move m, int S, SquareSet pinned) {
+    const int from = From(m), to = To(m);
+    if (Moving(m) == KING)
+        return FileDistance(from, to) == 2 || !IsAttacked(ChangeSide(S), to);
+    if ((pinned & SquareMask(from)) != 0) {
+        const int king = Board.KingSquare[S];
+        if (Direction[from][king] != Direction[to][king]) return false;
+    }
+    return !IsEnPassant(m) || LeavesKingSafe(m, S);
+}
+
+}  // namespace
+
+void GenerateCaptures(SquareSet targets) {
+    if (Board.SideToMove == WHITE)
+        GenerateCapturesOf<WHITE>(targets);
+    else
+        GenerateCapturesOf<BLACK>(targets);
+}
+
+void GenerateQuiet() {
+    if (Board.SideToMove == WHITE)
+        GenerateQuietOf<WHITE>(true);
+    else
+        GenerateQuietOf<BLACK>(true);
+}
+
+void AddKillerIfValid(Move m) {
+    const bool valid =
+        Board.SideToMove == WHITE ? KillerIsValid<WHITE>(m) : KillerIsValid<BLACK>(m);
+    if (valid) Append(m);
+}
+
+int GenerateStage(int stage, Move hashMove) {
+    const int start = MoveStackTop;
+    const int S = Board.SideToMove;
+    if (InCheckAt[Ply] != 0)
+        return S == WHITE ? GenerateEvasionStageOf<WHITE>(stage)
+                          : GenerateEvasionStageOf<BLACK>(stage);
+    if (stage > kCaptureStage) {
+        GenerateCaptures(Board.Occupied[ChangeSide(S)]);
+        for (int i = start; i < MoveStackTop; ++i)
+            MoveScores[i] = CaptureScore(i, start, hashMove);
+        if (MoveStackTop > start) return kCaptureStage;
+    }
+    if (stage >= kCaptureStage) {
+        if (Killer1[S][Ply] != 0) AddKillerIfValid(Killer1[S][Ply]);
+        if (Killer2[S][Ply] != 0) AddKillerIfValid(Killer2[S][Ply]);
+        if (MoveStackTop > start) return kKillerStage;
+    }
+    if (stage >= kKillerStage) {
+        GenerateQuiet();
+        for (int i = start; i < MoveStackTop; ++i)
+            MoveScores[i] = HistoryTable[FromTo(MoveStack[i]) * 2 + static_cast<std::size_t>(S)];
+        if (MoveStackTop > start) return kQuietStage;
+    }
+    return kNoMoreStages;
+}
+
+bool GenerateQuiesceCaptures(int threshold, Move hashMove) {
+    return GenerateQuiesce<false>(threshold, hashMove);
+}
+
+bool GenerateQuiesceCapturesInner(int threshold) {
+    return GenerateQuiesce<true>(threshold, NO_MOVE);
+}
+
+void GenerateLegalMoves(int start) {
+    MoveStackTop = start;
+    if (!HasBothKings()) return;
+    const int S = Board.SideToMove, O = ChangeSide(S);
+    const bool inCheck = IsAttacked(O, Board.KingSquare[S]);
+    // A king that could be taken, which only editing sets up, stays on the board.
+    GenerateCaptures(Board.Occupied[O] & ~Board.Kings[O]);
+    if (S == WHITE)
+        GenerateQuietOf<WHITE>(!inCheck);
+    else
+        GenerateQuietOf<BLACK>(!inCheck);
+    const SquareSet pinned = inCheck ? 0 : PinnedMen(S);
+    int kept = start;
+    for (int i = start; i < MoveStackTop; ++i) {
+        const Move m = MoveStack[i];
+        if (Captured(m) == KING) continue;
+        if (inCheck ? LeavesKingSafe(m, S) : IsLegalOutOfCheck(m, S, pinned))
+            MoveStack[kept++] = m;
+    }
+    MoveStackTop = kept;
+}
+
+void SelectMove(int first, int end) {
+    for (int j = first + 1; j < end; ++j) {
+        if (MoveScores[j] <= MoveScores[first]) continue;
+        std::swap(MoveScores[first], MoveScores[j]);
+        std::swap(MoveStack[first], MoveStack[j]);
+    }
+}
+
+void SortMoves(int start, int end) {
+    for (int i = start; i + 1 < end; ++i) SelectMove(i, end);
+}

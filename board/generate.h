@@ -1,0 +1,70 @@
+// Move generation: pseudo-legal moves, stage by stage as the search asks for them, and the
+// list of legal moves. All moves go to one shared stack, on which every search ply owns the
+// entries above its parent's.
+#pragma once
+
+#include <cstdint>
+
+#include "board/board.h"
+
+inline constexpr int kMoveStackSize = 16448;
+// From here on: the moves that a line typed during a search is matched against.
+inline constexpr int kMatchListStart = 14384;
+// Where the check of a typed move builds its list.
+inline constexpr int kUserMoveStart = 5000;
+// No position has more moves than this, not even an edited one full of queens.
+inline constexpr int kMaxMoves = 2064;
+// Search plies that per-ply arrays hold.
+inline constexpr int kMaxPly = 128;
+
+extern Move MoveStack[kMoveStackSize];
+extern std::int32_t MoveScores[kMoveStackSize];  // ordering scores, parallel to MoveStack
+extern int MoveStackTop;                         // the next free entry
+
+// ---- Inputs of the staged generator; written by the search ----
+extern int Ply;                         // distance from the root
+extern std::uint8_t InCheckAt[kMaxPly];  // the side to move at that ply is in check
+extern Move Killer1[2][kMaxPly], Killer2[2][kMaxPly];  // [colour][ply], 0 = empty
+extern std::int32_t HistoryTable[4096 * 2];            // [FromTo(m) * 2 + colour]
+// ---- Output of the evasion stages ----
+extern std::uint8_t CheckerSquare[kMaxPly];  // the single checking man; 64: several
+
+inline constexpr int kSeveralCheckers = 64;
+
+// ---- Generators: append pseudo-legal moves of the side to move ----
+// Captures onto the target squares, and en passant whatever the targets.
+void GenerateCaptures(SquareSet targets);
+// Castling and moves to empty squares, push-promotions included.
+void GenerateQuiet();
+// Appends a killer move if it can be played here. Killers are quiet.
+void AddKillerIfValid(Move m);
+
+// Stages of GenerateStage: what the entries just appended are.
+inline constexpr int kFirstStage = 5;
+inline constexpr int kCaptureStage = 3;
+inline constexpr int kKillerStage = 2;
+inline constexpr int kQuietStage = 1;
+inline constexpr int kNoMoreStages = 0;
+
+// Appends the next group of moves and says which it is, which is also the argument of the
+// next call; 0 when nothing is left. Captures and quiet moves carry scores: bring the best
+// to the front with SelectMove, or all in order with SortMoves. A position in check gets
+// evasions under the same numbers, unscored and in their final order.
+int GenerateStage(int stage, Move hashMove);
+
+// Captures and queen promotions that can gain at least `threshold` centipawns, sorted by
+// score. True when the enemy king could be captured: the previous move was illegal.
+bool GenerateQuiesceCaptures(int threshold, Move hashMove);
+// The same without a hash move.
+bool GenerateQuiesceCapturesInner(int threshold);
+
+// Leaves exactly the legal moves of the side to move on the stack from `start` on. A
+// position without both kings has none.
+void GenerateLegalMoves(int start);
+
+// One pass of the exchange sort over the entries first..end-1: afterwards entry `first`
+// has the highest score. Passes for first, first + 1, ... make the full sort; the order
+// among equal scores comes from the swaps and must be kept.
+void SelectMove(int first, int end);
+// All passes.
+void SortMoves(int start, int end);

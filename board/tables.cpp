@@ -1,0 +1,255 @@
+#include "board/tables.h"
+
+#include <algorithm>
+#include <cstring>
+
+SquareSet KnightAttacks[64];
+SquareSet KingAttacks[64];
+SquareSet PawnAttacks[2][64];
+SquareSet RankAttacks[8][8][256];
+SquareSet FileAttacks[8][8][256];
+SquareSet FallingAttacks[8][16][256];
+SquareSet RisingAttacks[8][16][256];
+SquareSet Between[64][64];
+std::int8_t Direction[64][64];
+SquareSet RayTable[19][64];
+std::uint8_t Distance[64][64];
+std::int32_t KnightDistance[64][64];
+SquareSet FileAbove[64], FileBelow[64];
+SquareSet AdjacentFiles[64];
+SquareSet ThreeFilesAbove[64], ThreeFilesBelow[64];
+SquareSet AdjacentAbove[64], AdjacentBelow[64];
+SquareSet AdjacentLevelBehind[64];
+SquareSet AdjacentLevelAhead[64];
+SquareSet PawnSquare[2][64];
+SquareSet PawnSquareWide[2][64];
+SquareSet OppositionSquares[64];
+SquareSet KnightCatch[64][64];
+std::uint8_t FromHigh8[256];
+std::uint8_t FromLow8[256];
+std::uint8_t PopCount8[256];
+std::uint8_t AdjacentPair8[256];
+std::uint8_t WidestGap8[256];
+std::uint8_t OutsideWings[65536];
+std::uint8_t ReachWings[65536];
+
+namespace {
+
+constexpr int kSteps[8] = {1, -1, 7, -7, 8, -8, 9, -9};
+constexpr int kKnightDistanceMax = 6;
+
+constexpr bool OnBoard(int file, int rank) {
+    return file >= 0 && file < 8 && rank >= 0 && rank < 8;
+}
+constexpr int StepFile(int step) { return step == 1 || step == 9 || step == -7 ? 1
+                                        : step == 8 || step == -8              ? 0
+                                                                               : -1; }
+constexpr int StepRank(int step) { return step > 1 ? 1 : step < -1 ? -1 : 0; }
+
+// The set {square at (file, rank)}, empty off the board.
+constexpr SquareSet SetAt(int file, int rank) {
+    return OnBoard(file, rank) ? SquareMask(SquareAt(file, rank)) : 0;
+}
+constexpr SquareSet FileOrNone(int file) { return file >= 0 && file < 8 ? FileSet(file) : 0; }
+constexpr SquareSet RanksAbove(int rank) { return rank >= 7 ? 0 : ~SquareSet{0} << 8 * (rank + 1); }
+constexpr SquareSet RanksBelow(int rank) { return rank <= 0 ? 0 : ~SquareSet{0} >> 8 * (8 - rank); }
+constexpr std::uint8_t Byte(int value) { return static_cast<std::uint8_t>(value); }
+
+// The squares from `square` in one direction, up to and including the first whose line
+// bit is set; the bit is the file on ranks and the rank on all other lines.
+SquareSet Walk(int square, int step, int occupancy) {
+    SquareSet reached = 0;
+    int file = FileOf(square), rank = RankOf(square);
+    const bool alongRank = step == 1 || step == -1;
+    for (;;) {
+        file += StepFile(step);
+        rank += StepRank(step);
+        if (!OnBoard(file, rank)) return reached;
+        reached |= SquareMask(SquareAt(file, rank));
+        if (occupancy >> (alongRank ? file : rank) & 1) return reached;
+    }
+}
+
+void BuildSlidingAttacks() {
+    for (int square = 0; square < 64; ++square) {
+        const int file = FileOf(square), rank = RankOf(square);
+        for (int occupancy = 0; occupancy < 256; ++occupancy) {
+            const auto both = [&](int step) {
+                return Walk(square, step, occupancy) | Walk(square, -step, occupancy);
+            };
+            RankAttacks[file][rank][occupancy] = both(1);
+            FileAttacks[rank][file][occupancy] = both(8);
+            FallingAttacks[rank][FallingIndex(square)][occupancy] = both(7);
+            RisingAttacks[rank][RisingIndex(square)][occupancy] = both(9);
+        }
+    }
+}
+
+void BuildLeaperAttacks() {
+    for (int square = 0; square < 64; ++square) {
+        const int f = FileOf(square), r = RankOf(square);
+        for (int df = -2; df <= 2; ++df)
+            for (int dr = -2; dr <= 2; ++dr) {
+                const int far = std::max(std::abs(df), std::abs(dr));
+                if (std::abs(df * dr) == 2) KnightAttacks[square] |= SetAt(f + df, r + dr);
+                if (far == 1) KingAttacks[square] |= SetAt(f + df, r + dr);
+            }
+        PawnAttacks[WHITE][square] = SetAt(f - 1, r + 1) | SetAt(f + 1, r + 1);
+        PawnAttacks[BLACK][square] = SetAt(f - 1, r - 1) | SetAt(f + 1, r - 1);
+    }
+}
+
+void BuildLines() {
+    for (int a = 0; a < 64; ++a) {
+        for (int step : kSteps) {
+            SquareSet passed = 0;
+            int file = FileOf(a) + StepFile(step), rank = RankOf(a) + StepRank(step);
+            for (; OnBoard(file, rank); file += StepFile(step), rank += StepRank(step)) {
+                const int b = SquareAt(file, rank);
+                Between[a][b] = passed;
+                Direction[b][a] = static_cast<std::int8_t>(step);
+                passed |= SquareMask(b);
+            }
+            RayTable[step + 9][a] = passed;
+        }
+    }
+}
+
+// Breadth-first over knight moves.
+void BuildDistances() {
+    for (int a = 0; a < 64; ++a) {
+        for (int b = 0; b < 64; ++b)
+            Distance[a][b] = Byte(std::max(std::abs(FileOf(a) - FileOf(b)),
+                                           std::abs(RankOf(a) - RankOf(b))));
+        SquareSet seen = SquareMask(a), frontier = seen;
+        for (int moves = 0; frontier != 0; ++moves) {
+            SquareSet next = 0;
+            while (frontier != 0) {
+                const int b = TakeLowest(frontier);
+                KnightDistance[a][b] = moves;
+                next |= KnightAttacks[b];
+            }
+            frontier = next & ~seen;
+            seen |= next;
+        }
+    }
+}
+
+void BuildPawnMasks(int square) {
+    const int f = FileOf(square), r = RankOf(square);
+    const SquareSet adjacent = FileOrNone(f - 1) | FileOrNone(f + 1);
+    FileAbove[square] = FileSet(f) & RanksAbove(r);
+    FileBelow[square] = FileSet(f) & RanksBelow(r);
+    AdjacentFiles[square] = adjacent;
+    ThreeFilesAbove[square] = (adjacent | FileSet(f)) & RanksAbove(r);
+    ThreeFilesBelow[square] = (adjacent | FileSet(f)) & RanksBelow(r);
+    if (r == 0 || r == 7) return;
+    AdjacentAbove[square] = adjacent & RanksAbove(r);
+    AdjacentBelow[square] = adjacent & RanksBelow(r);
+    AdjacentLevelBehind[square] = adjacent & (RankSet(std::max(r - 1, 1)) | RankSet(r));
+    AdjacentLevelAhead[square] = adjacent & (RankSet(r) | RankSet(std::min(r + 1, 6)));
+}
+
+// The rule of the square: a king inside catches the pawn. The double step saves a move.
+void BuildPawnSquares(int square) {
+    const int f = FileOf(square), r = RankOf(square);
+    if (r == 0 || r == 7) return;
+    const int moves[2] = {7 - r - (r == 1 ? 1 : 0), r - (r == 6 ? 1 : 0)};
+    for (int colour : {WHITE, BLACK})
+        for (int wide : {0, 1}) {
+            const int n = moves[colour] + wide;
+            SquareSet inside = 0;
+            for (int s = 0; s < 64; ++s) {
+                const int toPromote = colour == WHITE ? 7 - RankOf(s) : RankOf(s);
+                if (std::abs(FileOf(s) - f) <= n && toPromote <= n) inside |= SquareMask(s);
+            }
+            (wide != 0 ? PawnSquareWide : PawnSquare)[colour][square] = inside;
+        }
+}
+
+// Two steps straight in from the edge; in a corner the knight jumps as well.
+void BuildOppositionSquares(int square) {
+    const int f = FileOf(square), r = RankOf(square);
+    const int inFile = f == 0 ? 1 : f == 7 ? -1 : 0;
+    const int inRank = r == 0 ? 1 : r == 7 ? -1 : 0;
+    SquareSet members = 0;
+    if (inFile != 0) members |= SetAt(f + 2 * inFile, r);
+    if (inRank != 0) members |= SetAt(f, r + 2 * inRank);
+    if (inFile != 0 && inRank != 0)
+        members |= SetAt(f + 2 * inFile, r + inRank) | SetAt(f + inFile, r + 2 * inRank);
+    while (members != 0) OppositionSquares[square] |= SquareMask(Rotate(TakeLowest(members)));
+}
+
+void BuildFileSetTables() {
+    for (int b = 0; b < 256; ++b) {
+        const auto set = static_cast<unsigned>(b);
+        FromHigh8[b] = Byte(b == 0 ? 8 : 8 - std::bit_width(set));
+        FromLow8[b] = Byte(b == 0 ? 8 : 7 - std::countr_zero(set));
+        PopCount8[b] = Byte(std::popcount(set));
+        const unsigned pairs = set & set >> 1;
+        AdjacentPair8[b] = Byte(pairs == 0 ? 0 : 7 - std::countr_zero(pairs));
+        int widest = 0, previous = -1;
+        for (int i = 0; i < 8; ++i) {
+            if ((b >> i & 1) == 0) continue;
+            if (previous >= 0) widest = std::max(widest, i - previous - 1);
+            previous = i;
+        }
+        WidestGap8[b] = Byte(widest);
+    }
+}
+
+void BuildWingTables() {
+    for (int a = 1; a < 256; ++a)
+        for (int c = 0; c < 256; ++c) {
+            const int hi = FromHigh8[a], lo = FromLow8[a];
+            const int cHi = FromHigh8[c & ~(128 >> hi)], cLo = FromLow8[c & ~(128 >> lo)];
+            const int most = hi == lo ? 1 : 2;
+            OutsideWings[a * 256 + c] =
+                Byte(std::min(most, (hi < cHi - 1 ? 1 : 0) + (lo > cLo + 1 ? 1 : 0)));
+            ReachWings[a * 256 + c] =
+                Byte(std::min(most, (hi <= cHi + 1 ? 1 : 0) + (lo >= cLo - 1 ? 1 : 0)));
+        }
+}
+
+// With the pawn j - 1 steps down its file, the knight's company is every square k within
+// j knight moves of the pawn, or j + 1 when a first jump from n leads there in time.
+void BuildKnightCatch() {
+    static SquareSet ball[64][kKnightDistanceMax + 1];  // squares within so many knight moves
+    for (int s = 0; s < 64; ++s)
+        for (int t = 0; t < 64; ++t)
+            for (int d = KnightDistance[s][t]; d <= kKnightDistanceMax; ++d)
+                ball[s][d] |= SquareMask(t);
+    const auto within = [&](int s, int d) {
+        return d < 0 ? 0 : ball[s][std::min(d, kKnightDistanceMax)];
+    };
+    for (int p = A2; p <= H7; ++p)
+        for (int n = 0; n < 64; ++n) {
+            SquareSet caught = 0;
+            for (int j = 1, pawn = p; pawn >= 0; ++j, pawn -= 8) {
+                SquareSet intercept = 0;
+                for (SquareSet jumps = KnightAttacks[n]; jumps != 0;) {
+                    const int m = TakeLowest(jumps);
+                    intercept |= within(m, j + 1 - KnightDistance[pawn][m]);
+                }
+                caught |= within(pawn, j) | (within(pawn, j + 1) & intercept);
+            }
+            KnightCatch[p][n] = caught;
+        }
+}
+
+}  // namespace
+
+void BuildTables() {
+    BuildLeaperAttacks();
+    BuildSlidingAttacks();
+    BuildLines();
+    BuildDistances();
+    for (int square = 0; square < 64; ++square) {
+        BuildPawnMasks(square);
+        BuildPawnSquares(square);
+        BuildOppositionSquares(square);
+    }
+    BuildFileSetTables();
+    BuildWingTables();
+    BuildKnightCatch();
+}

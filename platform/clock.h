@@ -1,0 +1,9 @@
+// Time.
+#pragma once
+
+#include <cstdint>
+
+// Milliseconds on a clock that never runs backwards; only differences mean something.
+std::int64_t ClockMilliseconds();
+// Calendar time in seconds, for seeding random numbers.
+std::uint32_t CalendarSeconds();
