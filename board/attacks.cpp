@@ -41,8 +41,9 @@ inline SquareSet UncoveredBehind(int to, int from) {
 inline int LeastValuable(SquareSet attackers, int side) {
     const SquareSet own = attackers & Board.Occupied[side];
     if (own == 0) return -1;
-    for (const SquareSet kind : {Board.Pawns[side], Board.Knights[side], Board.Bishops[side],
-                                 Board.Rooks[side], Board.Queens[side], Board.Kings[side]})
+    for (const SquareSet kind :
+         {Board.Pawns[side], Board.Knights[side], Board.Bishops[side], Board.Rooks[side],
+          Board.Queens[side], Board.Kings[side]})
         if ((own & kind) != 0) return LowestSquare(own & kind);
     return -1;
 }
@@ -72,8 +73,7 @@ int StaticExchange(int to, int from) {
     int gain[kMaxExchanges];
     gain[0] = PieceValue[Board.Piece[to]];
     int onSquare = PieceValue[Board.Piece[from]];
-    SquareSet attackers =
-        (AttackersOf(to) & ClearMask(from)) | UncoveredBehind(to, from);
+    SquareSet attackers = (AttackersOf(to) & ClearMask(from)) | UncoveredBehind(to, from);
     int side = ChangeSide(Board.SideToMove);
     int n = 1;
     while (attackers != 0) {

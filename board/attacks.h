@@ -16,13 +16,15 @@ inline SquareSet BishopLines(int square) {
     return RisingAttacks[rank][rising][Board.RisingOccupancy[rising]] |
            FallingAttacks[rank][falling][Board.FallingOccupancy[falling]];
 }
-inline SquareSet QueenLines(int square) { return RookLines(square) | BishopLines(square); }
+inline SquareSet QueenLines(int square) {
+    return RookLines(square) | BishopLines(square);
+}
 
 // Men of both colours that attack the square.
 SquareSet AttackersOf(int square);
 // At least one man of the colour attacks the square, which may be empty or not.
 bool IsAttacked(int colour, int square);
-// Material outcome in centipawns for the side to move of capturing on `to` with its man on
-// `from`, both sides continuing as best they can on that square. `to` holds an enemy man;
-// en passant and promotions are not for this function.
+// Material outcome in centipawns for the side to move of capturing on `to` with its man
+// on `from`, both sides continuing as best they can on that square. `to` holds an enemy
+// man; en passant and promotions are not for this function.
 int StaticExchange(int to, int from);

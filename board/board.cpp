@@ -30,7 +30,8 @@ struct ArchivedMove {
 std::vector<ArchivedMove> Archive;
 
 bool LacksMatingMaterial(int c) {
-    return Board.Pawns[c] == 0 && Board.MajorCount[c] == 0 && Board.Material[c] < kTwoMinors &&
+    return Board.Pawns[c] == 0 && Board.MajorCount[c] == 0 &&
+           Board.Material[c] < kTwoMinors &&
            (Board.Bishops[c] == 0 || Board.Material[c] < kOneMinor);
 }
 
@@ -110,12 +111,13 @@ void ForEachHistory(Operation operation) {
 
 void ArchiveOldest() {
     for (int i = 0; i < kArchiveChunk; ++i)
-        Archive.push_back({Board.MoveHistory[i],
-                           Board.Hash1History[i],
-                           Board.Hash2History[i],
-                           Board.FiftyHistory[i],
-                           {Board.PositionalHistory[WHITE][i], Board.PositionalHistory[BLACK][i]},
-                           Board.CastleFlagsHistory[i]});
+        Archive.push_back(
+            {Board.MoveHistory[i],
+             Board.Hash1History[i],
+             Board.Hash2History[i],
+             Board.FiftyHistory[i],
+             {Board.PositionalHistory[WHITE][i], Board.PositionalHistory[BLACK][i]},
+             Board.CastleFlagsHistory[i]});
     ForEachHistory([](auto& history) {
         std::memmove(history, history + kArchiveChunk,
                      (kHistoryCapacity - kArchiveChunk) * sizeof history[0]);
@@ -200,9 +202,11 @@ void SetStartPosition() {
     Board.GamePly = 0;
     ClearGameArchive();
     ClearBoard();
-    for (int file = 0; file < 8; ++file) AddPiece(SquareAt(file, 0), WHITE, kBackRank[file]);
+    for (int file = 0; file < 8; ++file)
+        AddPiece(SquareAt(file, 0), WHITE, kBackRank[file]);
     for (int file = 0; file < 8; ++file) AddPiece(SquareAt(file, 1), WHITE, PAWN);
-    for (int file = 0; file < 8; ++file) AddPiece(SquareAt(file, 7), BLACK, kBackRank[file]);
+    for (int file = 0; file < 8; ++file)
+        AddPiece(SquareAt(file, 7), BLACK, kBackRank[file]);
     for (int file = 0; file < 8; ++file) AddPiece(SquareAt(file, 6), BLACK, PAWN);
     Board.A1 = Board.H1 = Board.A8 = Board.H8 = Board.WK = Board.BK = 0;
     for (int c : {WHITE, BLACK}) Board.CastledKingside[c] = Board.CastledQueenside[c] = 0;
@@ -211,7 +215,8 @@ void SetStartPosition() {
 }
 
 void UpdateMatingFlags() {
-    for (int c : {WHITE, BLACK}) Board.NoMatingMaterial[c] = LacksMatingMaterial(c) ? 1 : 0;
+    for (int c : {WHITE, BLACK})
+        Board.NoMatingMaterial[c] = LacksMatingMaterial(c) ? 1 : 0;
     Board.MatingFlagsValid = 1;
 }
 
@@ -248,6 +253,10 @@ void PlayGameMove(Move m) {
 }
 
 void TakeBackGameMove() {
+    // The front end may have switched sides since: the mover is who stands on the
+    // to-square.
+    const bool white = (Board.Occupied[WHITE] & SquareMask(To(LastMove()))) != 0;
+    Board.SideToMove = white ? BLACK : WHITE;
     UnmakeMove();
     if (Board.GamePly < kRestoreBelow && !Archive.empty()) RestoreArchived();
 }

@@ -14,22 +14,22 @@ inline constexpr int kHistoryCapacity = 768;
 
 struct BoardRecord {
     // ---- Placement ----
-    std::uint8_t Piece[64];         // piece code by square, 0 when empty
-    SquareSet Occupied[2];          // all men of a colour
+    std::uint8_t Piece[64];  // piece code by square, 0 when empty
+    SquareSet Occupied[2];   // all men of a colour
     SquareSet Pawns[2], Knights[2], Bishops[2], Rooks[2], Queens[2], Kings[2];
-    SquareSet StraightSliders;      // rooks and queens of both colours
-    SquareSet DiagonalSliders;      // bishops and queens of both colours
+    SquareSet StraightSliders;  // rooks and queens of both colours
+    SquareSet DiagonalSliders;  // bishops and queens of both colours
     int KingSquare[2];
     // Occupancy of lines by men of either colour, the index into the sliding tables.
-    std::uint8_t FileOccupancy[8];       // [file], bit = rank
-    std::uint8_t RankOccupancy[8];       // [rank], bit = file
-    std::uint8_t RisingOccupancy[16];    // [RisingIndex], bit = rank
-    std::uint8_t FallingOccupancy[16];   // [FallingIndex], bit = rank
-    std::uint8_t PawnRanks[8][2];        // [file][colour], bit = rank of a pawn
+    std::uint8_t FileOccupancy[8];      // [file], bit = rank
+    std::uint8_t RankOccupancy[8];      // [rank], bit = file
+    std::uint8_t RisingOccupancy[16];   // [RisingIndex], bit = rank
+    std::uint8_t FallingOccupancy[16];  // [FallingIndex], bit = rank
+    std::uint8_t PawnRanks[8][2];       // [file][colour], bit = rank of a pawn
 
     // ---- Counters and sums, by colour ----
-    int Material[2];    // centipawns, kings not counted
-    int Units[2];       // non-pawn material in pawn units: NWP for White, NBP for Black
+    int Material[2];  // centipawns, kings not counted
+    int Units[2];     // non-pawn material in pawn units: NWP for White, NBP for Black
     int PawnCount[2];
     int MinorCount[2];  // knights and bishops
     int MajorCount[2];  // rooks count 1, queens 2
@@ -44,7 +44,8 @@ struct BoardRecord {
     int SideToMove;
     int FiftyCounter;         // half-moves since the last capture or pawn move
     int NoMatingMaterial[2];  // bare king, one minor piece, or two knights
-    int MatingFlagsValid;     // 0: UpdateMatingFlags must run before NoMatingMaterial is read
+    int MatingFlagsValid;     // 0: UpdateMatingFlags must run before NoMatingMaterial is
+                              // read
 
     // ---- Keys: neither the side to move, nor castling, nor en passant enter them ----
     std::uint32_t hash1, hash2;
@@ -106,15 +107,17 @@ inline Move LastMove() {
 
 // ---- Text of a move, coordinate notation. Both write a terminating NUL. ----
 inline constexpr int kMoveTextSize = 6;
-void MoveToText(char (&text)[kMoveTextSize], Move m);             // "e2e4", "e7e8q"
+void MoveToText(char (&text)[kMoveTextSize], Move m);                  // "e2e4", "e7e8q"
 void MoveToTextWithoutPromotion(char (&text)[kMoveTextSize], Move m);  // "e7e8"
 
 // ---- Game moves: made and taken back by the driver, in games of any length ----
 // Like MakeMove and UnmakeMove, but they keep room for a search on the history stack: of
-// a very long game the oldest moves are put aside, and come back when moves are taken back.
+// a very long game the oldest moves are put aside, and come back when moves are taken
+// back.
 void PlayGameMove(Move m);
 void TakeBackGameMove();
-// Half-moves of the game that are put aside: GamePly + ArchivedPlies() is the game's length.
+// Half-moves of the game that are put aside: GamePly + ArchivedPlies() is the game's
+// length.
 int ArchivedPlies();
 void ClearGameArchive();
 

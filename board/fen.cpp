@@ -27,7 +27,8 @@ bool PlaceMen(std::string_view placement) {
         } else {
             const char letter = ToLower(c);
             const std::size_t code = kPieceLetters.find(letter);
-            if (code == std::string_view::npos || letter == '.' || letter == '?' || file > 7)
+            if (code == std::string_view::npos || letter == '.' || letter == '?' ||
+                file > 7)
                 return false;
             AddPiece(SquareAt(file, rank), letter == c ? BLACK : WHITE,
                      static_cast<int>(code));

@@ -42,8 +42,8 @@ struct PawnGeometry<BLACK> {
     static constexpr SquareSet promotionTargets = RankSet(0) & ~SquareMask(H1);
 };
 
-// White's pawns are taken lowest square first, Black's highest first, as each player reads
-// his own from the back rank on.
+// White's pawns are taken lowest square first, Black's highest first, as each player
+// reads his own from the back rank on.
 template <int S>
 inline int TakePawn(SquareSet& pawns) {
     return S == WHITE ? TakeLowest(pawns) : TakeHighest(pawns);
@@ -60,7 +60,8 @@ inline void AppendTo(int from, int piece, SquareSet targets) {
 
 // Moves of all men of one kind to the target squares.
 template <typename Attacks>
-inline void AppendPieceMoves(SquareSet men, int piece, SquareSet targets, Attacks attacks) {
+inline void AppendPieceMoves(SquareSet men, int piece, SquareSet targets,
+                             Attacks attacks) {
     while (men != 0) {
         const int from = TakeLowest(men);
         AppendTo(from, piece, attacks(from) & targets);
@@ -136,8 +137,8 @@ template <int S>
 inline bool CanCastle(const CastlingWing& wing, int cornerFlag) {
     constexpr int O = ChangeSide(S);
     return cornerFlag == 0 && (AllOccupied() & wing.empty) == 0 &&
-           (Board.Rooks[S] & SquareMask(wing.rook)) != 0 && !IsAttacked(O, wing.crossed) &&
-           !IsAttacked(O, wing.target);
+           (Board.Rooks[S] & SquareMask(wing.rook)) != 0 &&
+           !IsAttacked(O, wing.crossed) && !IsAttacked(O, wing.target);
 }
 template <int S>
 inline bool KingIsHome() {
@@ -145,14 +146,17 @@ inline bool KingIsHome() {
 }
 template <int S>
 inline bool CanCastleShort() {
-    return KingIsHome<S>() && CanCastle<S>(kShortWing[S], S == WHITE ? Board.H1 : Board.H8);
+    return KingIsHome<S>() &&
+           CanCastle<S>(kShortWing[S], S == WHITE ? Board.H1 : Board.H8);
 }
 template <int S>
 inline bool CanCastleLong() {
-    return KingIsHome<S>() && CanCastle<S>(kLongWing[S], S == WHITE ? Board.A1 : Board.A8);
+    return KingIsHome<S>() &&
+           CanCastle<S>(kLongWing[S], S == WHITE ? Board.A1 : Board.A8);
 }
 
-// A square ahead of a pawn on the last rank does not exist: only editing puts pawns there.
+// A square ahead of a pawn on the last rank does not exist: only editing puts pawns
+// there.
 constexpr bool IsInside(int square) { return square >= 0 && square < 64; }
 
 template <int S>
@@ -221,7 +225,8 @@ std::int32_t CaptureScore(int i, int start, Move hashMove) {
     if (m == hashMove) return kHashMoveScore;
     if (i > start) {
         const Move previous = MoveStack[i - 1];
-        if (To(m) == To(previous) && OrderClass[Moving(m)] == OrderClass[Moving(previous)])
+        if (To(m) == To(previous) &&
+            OrderClass[Moving(m)] == OrderClass[Moving(previous)])
             return MoveScores[i - 1];
     }
     const std::int32_t victim = PieceValue[Captured(m)] * kScoreUnit;
@@ -237,7 +242,8 @@ template <int S>
 void FindCheckers() {
     constexpr int O = ChangeSide(S);
     SquareSet checkers = AttackersOf(Board.KingSquare[S]) & Board.Occupied[O];
-    // In check as the search knows it; a position set up otherwise counts as double check.
+    // In check as the search knows it; a position set up otherwise counts as double
+    // check.
     int checker = kSeveralCheckers;
     if (checkers != 0) {
         checker = TakeLowest(checkers);
@@ -351,7 +357,8 @@ void AppendQueenPushes() {
     }
 }
 
-// The exchange value last computed, which serves for captures of the same man by like men.
+// The exchange value last computed, which serves for captures of the same man by like
+// men.
 struct LastExchange {
     int to = -1, orderClass = -1, value = 0;
 
@@ -433,8 +440,8 @@ bool LeavesKingSafe(Move m, int S) {
     return safe;
 }
 
-// For a side not in check: only king moves, moves of pinned men off the line and en passant
-// can expose the king. Castling has had its squares tested.
+// For a side not in check: only king moves, moves of pinned men off the line and en
+// passant can expose the king. Castling has had its squares tested.
 bool IsLegalOutOfCheck(Move m, int S, SquareSet pinned) {
     const int from = From(m), to = To(m);
     if (Moving(m) == KING)
@@ -468,6 +475,26 @@ void AddKillerIfValid(Move m) {
     if (valid) Append(m);
 }
 
+bool FitsPosition(Move m) {
+    const int S = Board.SideToMove, from = From(m), to = To(m), piece = Moving(m);
+    if (piece == EMPTY || Board.Piece[from] != piece || Board.Piece[to] != Captured(m) ||
+        (Board.Occupied[S] & SquareMask(from)) == 0 ||
+        (Board.Occupied[S] & SquareMask(to)) != 0 || Captured(m) == KING)
+        return false;
+    if (piece == KING && from == kKingHome[S]) {
+        for (const CastlingWing& wing : {kShortWing[S], kLongWing[S]})
+            if (m == wing.word)
+                return (AllOccupied() & wing.empty) == 0 &&
+                       (Board.Rooks[S] & SquareMask(wing.rook)) != 0;
+    }
+    if (piece != PAWN) return Promotion(m) == EMPTY;
+    const bool lastRank = RankOf(to) == (S == WHITE ? 7 : 0);
+    const int promotion = Promotion(m);
+    const bool promotes = promotion == QUEEN || promotion == ROOK ||
+                          promotion == BISHOP || promotion == KNIGHT;
+    return !IsEnPassant(m) && promotes == lastRank && promotes == (promotion != EMPTY);
+}
+
 int GenerateStage(int stage, Move hashMove) {
     const int start = MoveStackTop;
     const int S = Board.SideToMove;
@@ -488,7 +515,8 @@ int GenerateStage(int stage, Move hashMove) {
     if (stage >= kKillerStage) {
         GenerateQuiet();
         for (int i = start; i < MoveStackTop; ++i)
-            MoveScores[i] = HistoryTable[FromTo(MoveStack[i]) * 2 + static_cast<std::size_t>(S)];
+            MoveScores[i] =
+                HistoryTable[FromTo(MoveStack[i]) * 2 + static_cast<std::size_t>(S)];
         if (MoveStackTop > start) return kQuietStage;
     }
     return kNoMoreStages;

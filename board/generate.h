@@ -1,6 +1,6 @@
-// Move generation: pseudo-legal moves, stage by stage as the search asks for them, and the
-// list of legal moves. All moves go to one shared stack, on which every search ply owns the
-// entries above its parent's.
+// Move generation: pseudo-legal moves, stage by stage as the search asks for them, and
+// the list of legal moves. All moves go to one shared stack, on which every search ply
+// owns the entries above its parent's.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,7 @@ extern std::int32_t MoveScores[kMoveStackSize];  // ordering scores, parallel to
 extern int MoveStackTop;                         // the next free entry
 
 // ---- Inputs of the staged generator; written by the search ----
-extern int Ply;                         // distance from the root
+extern int Ply;                          // distance from the root
 extern std::uint8_t InCheckAt[kMaxPly];  // the side to move at that ply is in check
 extern Move Killer1[2][kMaxPly], Killer2[2][kMaxPly];  // [colour][ply], 0 = empty
 extern std::int32_t HistoryTable[4096 * 2];            // [FromTo(m) * 2 + colour]
@@ -39,6 +39,10 @@ void GenerateQuiet();
 // Appends a killer move if it can be played here. Killers are quiet.
 void AddKillerIfValid(Move m);
 
+// The move's men stand where it says and making it keeps the board whole. For moves from
+// tables, where another position may hide behind the same key.
+bool FitsPosition(Move m);
+
 // Stages of GenerateStage: what the entries just appended are.
 inline constexpr int kFirstStage = 5;
 inline constexpr int kCaptureStage = 3;
@@ -47,9 +51,9 @@ inline constexpr int kQuietStage = 1;
 inline constexpr int kNoMoreStages = 0;
 
 // Appends the next group of moves and says which it is, which is also the argument of the
-// next call; 0 when nothing is left. Captures and quiet moves carry scores: bring the best
-// to the front with SelectMove, or all in order with SortMoves. A position in check gets
-// evasions under the same numbers, unscored and in their final order.
+// next call; 0 when nothing is left. Captures and quiet moves carry scores: bring the
+// best to the front with SelectMove, or all in order with SortMoves. A position in check
+// gets evasions under the same numbers, unscored and in their final order.
 int GenerateStage(int stage, Move hashMove);
 
 // Captures and queen promotions that can gain at least `threshold` centipawns, sorted by

@@ -73,11 +73,17 @@ inline void ChangePiece(int colour, int code, int square, int sign) {
 }
 
 template <int c>
-inline int& KingFlag() { return c == WHITE ? Board.WK : Board.BK; }
+inline int& KingFlag() {
+    return c == WHITE ? Board.WK : Board.BK;
+}
 template <int c>
-inline int& ShortFlag() { return c == WHITE ? Board.H1 : Board.H8; }
+inline int& ShortFlag() {
+    return c == WHITE ? Board.H1 : Board.H8;
+}
 template <int c>
-inline int& LongFlag() { return c == WHITE ? Board.A1 : Board.A8; }
+inline int& LongFlag() {
+    return c == WHITE ? Board.A1 : Board.A8;
+}
 
 // A rook that leaves its corner, or is captured there, loses the right on that wing.
 template <int c>

@@ -1,5 +1,5 @@
-// The board's self-check: every form is rebuilt from the piece array (and the colour sets,
-// which tell whose man stands where) by the plain definitions, and compared.
+// The board's self-check: every form is rebuilt from the piece array (and the colour
+// sets, which tell whose man stands where) by the plain definitions, and compared.
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
@@ -12,14 +12,16 @@ namespace {
 
 const char* Operation = "";
 
-[[noreturn]] void Fail(const char* form, int index, std::uint64_t is, std::uint64_t want) {
+[[noreturn]] void Fail(const char* form, int index, std::uint64_t is,
+                       std::uint64_t want) {
     char text[kMoveTextSize] = "none";
     if (Board.GamePly > 0) MoveToText(text, LastMove());
     std::fflush(stdout);
-    std::fprintf(stderr,
-                 "Board self-check after %s at ply %d (last move %s): %s[%d] is 0x%" PRIx64
-                 ", should be 0x%" PRIx64 "\n",
-                 Operation, Board.GamePly, text, form, index, is, want);
+    std::fprintf(
+        stderr,
+        "Board self-check after %s at ply %d (last move %s): %s[%d] is 0x%" PRIx64
+        ", should be 0x%" PRIx64 "\n",
+        Operation, Board.GamePly, text, form, index, is, want);
     std::abort();
 }
 

@@ -41,18 +41,24 @@ constexpr int kKnightDistanceMax = 6;
 constexpr bool OnBoard(int file, int rank) {
     return file >= 0 && file < 8 && rank >= 0 && rank < 8;
 }
-constexpr int StepFile(int step) { return step == 1 || step == 9 || step == -7 ? 1
-                                        : step == 8 || step == -8              ? 0
-                                                                               : -1; }
+constexpr int StepFile(int step) {
+    return step == 1 || step == 9 || step == -7 ? 1 : step == 8 || step == -8 ? 0 : -1;
+}
 constexpr int StepRank(int step) { return step > 1 ? 1 : step < -1 ? -1 : 0; }
 
 // The set {square at (file, rank)}, empty off the board.
 constexpr SquareSet SetAt(int file, int rank) {
     return OnBoard(file, rank) ? SquareMask(SquareAt(file, rank)) : 0;
 }
-constexpr SquareSet FileOrNone(int file) { return file >= 0 && file < 8 ? FileSet(file) : 0; }
-constexpr SquareSet RanksAbove(int rank) { return rank >= 7 ? 0 : ~SquareSet{0} << 8 * (rank + 1); }
-constexpr SquareSet RanksBelow(int rank) { return rank <= 0 ? 0 : ~SquareSet{0} >> 8 * (8 - rank); }
+constexpr SquareSet FileOrNone(int file) {
+    return file >= 0 && file < 8 ? FileSet(file) : 0;
+}
+constexpr SquareSet RanksAbove(int rank) {
+    return rank >= 7 ? 0 : ~SquareSet{0} << 8 * (rank + 1);
+}
+constexpr SquareSet RanksBelow(int rank) {
+    return rank <= 0 ? 0 : ~SquareSet{0} >> 8 * (8 - rank);
+}
 constexpr std::uint8_t Byte(int value) { return static_cast<std::uint8_t>(value); }
 
 // The squares from `square` in one direction, up to and including the first whose line
@@ -91,7 +97,8 @@ void BuildLeaperAttacks() {
         for (int df = -2; df <= 2; ++df)
             for (int dr = -2; dr <= 2; ++dr) {
                 const int far = std::max(std::abs(df), std::abs(dr));
-                if (std::abs(df * dr) == 2) KnightAttacks[square] |= SetAt(f + df, r + dr);
+                if (std::abs(df * dr) == 2)
+                    KnightAttacks[square] |= SetAt(f + df, r + dr);
                 if (far == 1) KingAttacks[square] |= SetAt(f + df, r + dr);
             }
         PawnAttacks[WHITE][square] = SetAt(f - 1, r + 1) | SetAt(f + 1, r + 1);
@@ -161,7 +168,8 @@ void BuildPawnSquares(int square) {
             SquareSet inside = 0;
             for (int s = 0; s < 64; ++s) {
                 const int toPromote = colour == WHITE ? 7 - RankOf(s) : RankOf(s);
-                if (std::abs(FileOf(s) - f) <= n && toPromote <= n) inside |= SquareMask(s);
+                if (std::abs(FileOf(s) - f) <= n && toPromote <= n)
+                    inside |= SquareMask(s);
             }
             (wide != 0 ? PawnSquareWide : PawnSquare)[colour][square] = inside;
         }
@@ -177,7 +185,8 @@ void BuildOppositionSquares(int square) {
     if (inRank != 0) members |= SetAt(f, r + 2 * inRank);
     if (inFile != 0 && inRank != 0)
         members |= SetAt(f + 2 * inFile, r + inRank) | SetAt(f + inFile, r + 2 * inRank);
-    while (members != 0) OppositionSquares[square] |= SquareMask(Rotate(TakeLowest(members)));
+    while (members != 0)
+        OppositionSquares[square] |= SquareMask(Rotate(TakeLowest(members)));
 }
 
 void BuildFileSetTables() {
@@ -214,7 +223,8 @@ void BuildWingTables() {
 // With the pawn j - 1 steps down its file, the knight's company is every square k within
 // j knight moves of the pawn, or j + 1 when a first jump from n leads there in time.
 void BuildKnightCatch() {
-    static SquareSet ball[64][kKnightDistanceMax + 1];  // squares within so many knight moves
+    static SquareSet ball[64]
+                         [kKnightDistanceMax + 1];  // squares within so many knight moves
     for (int s = 0; s < 64; ++s)
         for (int t = 0; t < 64; ++t)
             for (int d = KnightDistance[s][t]; d <= kKnightDistanceMax; ++d)

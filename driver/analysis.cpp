@@ -1,0 +1,94 @@
+#include "driver/analysis.h"
+
+#include <cstring>
+
+#include "board/board.h"
+#include "driver/commands.h"
+#include "driver/input.h"
+#include "driver/usermove.h"
+#include "platform/clock.h"
+#include "platform/output.h"
+#include "search/control.h"
+#include "search/search.h"
+
+namespace {
+
+constexpr int kAnalysisDepth = 100;
+
+void SearchWithoutLimit() {
+    SearchStartTime = ClockMilliseconds();
+    TimeBudget = kUnlimitedBudget;
+    PollInterval = kLongPollInterval;
+    StopSearch = NewGameRequested = ExitAnalysis = UndoRequested = 0;
+    PendingMove = NO_MOVE;
+    BuildMatchList();
+    Search(kAnalysisDepth, false);
+}
+
+bool Begins(const char* prefix) {
+    return std::strncmp(InputLine, prefix, std::strlen(prefix)) == 0;
+}
+
+void WriteIllegal(const char* text) {
+    Write("Illegal move: %s\n", text);
+    FlushOutput();
+}
+
+void PlayTypedMove() {
+    const Move m = ParseCoordinateMove(InputLine, InputLine[4]);
+    if (!IsLegalUserMove(m)) {
+        WriteIllegal(InputLine);
+        return;
+    }
+    Write("move maked...\n");
+    FlushOutput();
+    PlayGameMove(m);
+}
+
+// The search found nothing more to do (mate, stalemate, depth limit) or a command ended
+// it that asks for nothing: the next line is waited for. What leaves or changes the
+// analysis during a search does so here too.
+void WaitForLine() {
+    ReadCommandLine();
+    if (Begins(".")) {
+        Write("stat01: 0 0 0 0 0\n");
+        FlushOutput();
+    } else if (LooksLikeMove(ToLower(InputLine[0]), InputLine[1], ToLower(InputLine[2]),
+                             InputLine[3])) {
+        PlayTypedMove();
+    } else if (Begins("exit")) {
+        ExitAnalysis = 1;
+    } else if (Begins("new")) {
+        NewGame();
+    } else if (Begins("undo")) {
+        if (Board.GamePly > 0) TakeBackGameMove();
+    } else if (Begins("q")) {
+        Quit();
+    }
+}
+
+void PlayPendingMove() {
+    if (IsLegalUserMove(PendingMove)) {
+        PlayGameMove(PendingMove);
+        return;
+    }
+    char text[kMoveTextSize];
+    MoveToText(text, PendingMove);
+    WriteIllegal(text);
+}
+
+}  // namespace
+
+void Analyze() {
+    do {
+        SearchWithoutLimit();
+        if (PendingMove != NO_MOVE)
+            PlayPendingMove();
+        else if (NewGameRequested != 0)
+            NewGame();
+        else if (ExitAnalysis == 0 && UndoRequested != 0 && Board.GamePly > 0)
+            TakeBackGameMove();
+        else if (ExitAnalysis == 0)
+            WaitForLine();
+    } while (ExitAnalysis == 0);
+}

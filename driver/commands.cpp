@@ -1,0 +1,231 @@
+#include "driver/commands.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include <algorithm>
+#include <limits>
+
+#include "board/board.h"
+#include "driver/analysis.h"
+#include "driver/edit.h"
+#include "driver/input.h"
+#include "driver/settings.h"
+#include "driver/state.h"
+#include "driver/think.h"
+#include "driver/usermove.h"
+#include "platform/output.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/search.h"
+
+int ForceMode;
+int PostThinking;
+int MaxDepth = kMaxDepthDefault;
+
+namespace {
+
+// Values of "level" beyond this are nonsense, moves or seconds.
+constexpr int kLevelLimit = 9999999;
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+// The decimal digits at the start of the text, 0 if there are none; capped.
+int LeadingNumber(const char* text) {
+    int number = 0;
+    for (; IsDigit(*text); ++text)
+        number = std::min(number * 10 + (*text - '0'), kLevelLimit);
+    return number;
+}
+
+void PlayUserMove() {
+    const Move m = ParseCoordinateMove(InputLine, InputLine[4]);
+    if (!IsLegalUserMove(m)) {
+        Write("Illegal move: %s\n", InputLine);
+        FlushOutput();
+        return;
+    }
+    PlayGameMove(m);
+    if (ForceMode == 0) Think();
+}
+
+void Post() { PostThinking = 1; }
+void NoPost() { PostThinking = 0; }
+void Force() { ForceMode = 1; }
+void White() { Board.SideToMove = WHITE; }
+void Black() { Board.SideToMove = BLACK; }
+void Easy() { PonderAllowed = 0; }
+void Hard() {
+    if (Pondering == 1) PonderAllowed = 1;
+}
+void Time() { SetEngineClock(InputLine); }
+
+// "level MOVES BASE INCREMENT": the moves stand first and the increment last; the base
+// time between them is not used. Front ends send fractions of seconds: whole seconds
+// count.
+void Level() {
+    const char* moves = InputLine + std::min(std::strlen(InputLine), std::size_t{5});
+    if (*moves != '\0') ++moves;
+    while (*moves == ' ') ++moves;
+    MovesPerControl = LeadingNumber(moves);
+
+    const char* end = InputLine + std::strlen(InputLine);
+    while (end > InputLine && end[-1] == ' ') --end;
+    const char* field = end;
+    while (field > InputLine && field[-1] != ' ' && field[-1] != ':') --field;
+    Increment = LeadingNumber(field);
+}
+
+// "sd N": one or two digits, a third is not looked at.
+void SearchDepth() {
+    const char first = InputLine[3];
+    if (!IsDigit(first)) return;
+    const char second = InputLine[4];
+    MaxDepth = IsDigit(second) ? 10 * (first - '0') + (second - '0') : first - '0';
+}
+
+void Go() {
+    ForceMode = 0;
+    Think();
+}
+
+void TakeBack() {
+    if (Board.GamePly > 0) TakeBackGameMove();
+}
+
+void Remove() {
+    TakeBack();
+    TakeBack();
+}
+
+// An empty square shows as a dot, a black man with a star before its letter.
+void WriteBoard() {
+    constexpr char kLetters[] = ".KNP?RBQ";
+    for (int rank = 7; rank >= 0; --rank) {
+        for (int file = 0; file < 8; ++file) {
+            const int square = SquareAt(file, rank);
+            const bool black = (Board.Occupied[BLACK] & SquareMask(square)) != 0;
+            Write("%c%c", black ? '*' : ' ', kLetters[Board.Piece[square]]);
+        }
+        Write("\n");
+    }
+    FlushOutput();
+}
+
+void WriteFlags() {
+    Write("A1=%d H1=%d A8=%d H8=%d WK=%d BK=%d\n", Board.A1, Board.H1, Board.A8, Board.H8,
+          Board.WK, Board.BK);
+    Write("NBP=%d NWP=%d\n", Board.Units[BLACK], Board.Units[WHITE]);
+    FlushOutput();
+}
+
+void TestQuiescence() {
+    if (!HasBothKings()) return;
+    Ply = 0;
+    MoveStackTop = 0;
+    Quiesce(-MateScore, MateScore);
+}
+
+// The engine against itself, until a call of Think makes no move.
+void Demo() {
+    const int ponderAllowed = PonderAllowed;
+    PonderAllowed = 0;
+    NewGame();
+    int length;
+    do {
+        length = Board.GamePly + ArchivedPlies();
+        Think();
+    } while (Board.GamePly + ArchivedPlies() != length);
+    PonderAllowed = ponderAllowed;
+}
+
+void WriteBookInformation() {
+    Write("Current hash1=%d, hash2=%d\n", static_cast<int>(Board.hash1),
+          static_cast<int>(Board.hash2));
+    Write("No book loaded...\n");
+    FlushOutput();
+}
+
+void WriteEvaluation() {
+    if (HasBothKings()) WriteEvaluationReport();
+}
+
+struct Command {
+    const char* prefix;  // nullptr: a move
+    void (*run)();
+};
+
+// In this order; the first that matches the line's beginning is carried out.
+constexpr Command kCommands[] = {
+    {"q", Quit},
+    {nullptr, PlayUserMove},
+    {"new", NewGame},
+    {"post", Post},
+    {"level", Level},
+    {"edit", EditPosition},
+    {"nopost", NoPost},
+    {"sd ", SearchDepth},
+    {"go", Go},
+    {"white", White},
+    {"remove", Remove},
+    {"analyze", Analyze},
+    {"black", Black},
+    {"force", Force},
+    {"brd", WriteBoard},
+    {"time", Time},
+    {"easy", Easy},
+    {"hard", Hard},
+    {"evl", WriteEvaluation},
+    {"undo", TakeBack},
+    {"tst", TestQuiescence},
+    {"mvd", WriteFlags},
+    {"demo", Demo},
+    {"bkm", WriteBookInformation},
+};
+
+bool Matches(const Command& command) {
+    if (command.prefix == nullptr)
+        return LooksLikeMove(InputLine[0], InputLine[1], InputLine[2], InputLine[3]);
+    return std::strncmp(InputLine, command.prefix, std::strlen(command.prefix)) == 0;
+}
+
+void CarryOut() {
+    for (const Command& command : kCommands) {
+        if (!Matches(command)) continue;
+        command.run();
+        return;
+    }
+}
+
+}  // namespace
+
+void SetEngineClock(const char* line) {
+    constexpr long long kMost = std::numeric_limits<int>::max();
+    const char* number = std::strlen(line) > 5 ? line + 5 : "";
+    const long long value = std::strtoll(number, nullptr, 10);
+    EngineClock = static_cast<int>(std::clamp(value, -kMost, kMost));
+}
+
+void NewGame() {
+    SetStartPosition();
+    MaxDepth = kMaxDepthDefault;
+    ForceMode = 0;
+    ClearHistoryAndKillers();
+    UpdateMatingFlags();
+    ResetMargins();
+}
+
+void Quit() {
+    FreeTranspositionTable();
+    FreePawnTable();
+    FlushOutput();
+    std::exit(EXIT_SUCCESS);
+}
+
+void CommandLoop() {
+    for (;;) {
+        ReadCommandLine();
+        for (char* c = InputLine; *c != '\0'; ++c) *c = ToLower(*c);
+        CarryOut();
+    }
+}

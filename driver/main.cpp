@@ -1,0 +1,7 @@
+#include "driver/commands.h"
+#include "driver/startup.h"
+
+int main() {
+    StartUp();
+    CommandLoop();
+}

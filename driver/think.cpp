@@ -1,0 +1,173 @@
+#include "driver/think.h"
+
+#include <algorithm>
+
+#include "driver/commands.h"
+#include "driver/settings.h"
+#include "driver/state.h"
+#include "driver/thinking.h"
+#include "driver/usermove.h"
+#include "platform/clock.h"
+#include "platform/output.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/search.h"
+
+namespace {
+
+// ---- The engine's last moves, oldest first ----
+constexpr int kRemembered = 10;
+struct ComputerMove {
+    std::uint32_t hash1, hash2;  // of the position after the move
+    int score;                   // of the search that chose it
+    int fromBook;
+};
+ComputerMove ComputerMoveHistory[kRemembered];
+
+void RememberMove() {
+    // The only move says nothing about the position: the last score stands.
+    const int score =
+        RootMoveCount == 1 ? ComputerMoveHistory[kRemembered - 1].score : RootScore;
+    std::copy(ComputerMoveHistory + 1, ComputerMoveHistory + kRemembered,
+              ComputerMoveHistory);
+    ComputerMoveHistory[kRemembered - 1] = {Board.hash1, Board.hash2, score,
+                                            BookMovePlayed};
+}
+
+// The remembered move led to the game's position at that ply, which exists.
+bool LedTo(const ComputerMove& move, int ply) {
+    if (ply < 0) return false;
+    const bool current = ply == Board.GamePly;
+    return move.hash1 == (current ? Board.hash1 : Board.Hash1History[ply]) &&
+           move.hash2 == (current ? Board.hash2 : Board.Hash2History[ply]);
+}
+
+// So many moves in a row, without take-backs between, stood below the resign value.
+bool Resigns() {
+    int count = 0;
+    for (int i = kRemembered - 1, ply = Board.GamePly; i >= 0 && count < ResignTimes;
+         --i, ply -= 2) {
+        const ComputerMove& move = ComputerMoveHistory[i];
+        if (!LedTo(move, ply) || move.score >= -ResignValue) break;
+        ++count;
+    }
+    return count >= ResignTimes;
+}
+
+void ClearRequests() {
+    StopSearch = NewGameRequested = UndoRequested = ExitAnalysis = 0;
+    PendingMove = NO_MOVE;
+}
+
+// Searches the current position; true when there is nothing to move.
+bool SearchPosition() {
+    SearchStartTime = ClockMilliseconds();
+    AgeHistoryAndKillers();
+    ClearRequests();
+    if (EngineClock == -1) {
+        TimeBudget = kUnlimitedBudget;
+        PollInterval = kLongPollInterval;
+        return Search(MaxDepth, true);
+    }
+    ComputeTimeBudget();
+    return Search(kTimedDepthLimit, true);
+}
+
+// Writes and makes the engine's move; false when a new game was asked for instead.
+bool PlayBestMove() {
+    PreviousScore = RootScore;
+    if (BookMovePlayed == 0) FinalThinkingLine();
+    if (NewGameRequested != 0) return false;
+    const Move best = RootMoves[0];
+    PlayGameMove(best);
+    RememberMove();
+    if (Resigns()) Write("resign\n");
+    char text[kMoveTextSize];
+    MoveToText(text, best);
+    Write("move %s\n", text);
+    FlushOutput();
+    return true;
+}
+
+// What to do after a step of pondering.
+enum class Next { Search, Finish };
+
+// The opponent's real move came: it is made, and answered outside force mode.
+Next AnswerPendingMove() {
+    PonderSearch = 0;
+    PlayGameMove(PendingMove);
+    return ForceMode != 0 ? Next::Finish : Next::Search;
+}
+
+// An "undo" that ended the pondering takes back one ply, as the command loop would.
+Next FinishPondering() {
+    if (UndoRequested != 0 && Board.GamePly > 0) TakeBackGameMove();
+    return Next::Finish;
+}
+
+// The search on the predicted move ended without a hit: the move is taken back.
+Next EndPonderSearch() {
+    PonderSearch = 0;
+    TakeBackGameMove();
+    if (PonderMiss != 0 && PendingMove != NO_MOVE) return AnswerPendingMove();
+    return FinishPondering();
+}
+
+// Searches a move to ponder on for a second, silently, on the opponent's position. True
+// when it was found; otherwise `next` says how to go on.
+bool ProbePonderMove(Next& next) {
+    const int post = PostThinking;
+    PostThinking = 0;
+    PonderProbe = 1;
+    ClearRequests();
+    SearchStartTime = ClockMilliseconds();
+    const bool over = Search(kTimedDepthLimit, true);
+    PostThinking = post;
+    const bool ranOut = PonderProbe == 0;
+    PonderProbe = 0;
+    next = Next::Finish;
+    if (over || NewGameRequested != 0) return false;
+    if (PonderMiss == 0 && ranOut) {
+        PonderMove = RootMoves[0];
+        return true;
+    }
+    next = PonderMiss != 0 && PendingMove != NO_MOVE ? AnswerPendingMove()
+                                                     : FinishPondering();
+    return false;
+}
+
+// Predicts the opponent's move and makes it, for the search to go on from there.
+Next StartPondering() {
+    BuildMatchList();
+    const Move tableMove = HashMove();
+    PonderMove = IsInMatchList(tableMove) ? tableMove : NO_MOVE;
+    PonderSearch = 1;
+    PonderMiss = 0;
+    Next next = Next::Finish;
+    if (PonderMove == NO_MOVE && !ProbePonderMove(next)) return next;
+    if (PonderMove == NO_MOVE) return Next::Finish;
+    char text[kMoveTextSize];
+    MoveToTextWithoutPromotion(text, PonderMove);
+    Write("Hint: %s\n", text);
+    FlushOutput();
+    PlayGameMove(PonderMove);
+    return Next::Search;
+}
+
+// One search and what follows from it.
+Next ThinkOnce() {
+    const bool nothingToMove = SearchPosition();
+    if (PonderSearch != 0) return EndPonderSearch();
+    if (nothingToMove || !PlayBestMove() || PonderAllowed == 0) return Next::Finish;
+    return StartPondering();
+}
+
+}  // namespace
+
+void Think() {
+    PonderProbe = 0;
+    while (ThinkOnce() == Next::Search) {
+    }
+    PonderSearch = 0;
+    if (NewGameRequested != 0) NewGame();
+}

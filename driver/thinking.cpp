@@ -1,0 +1,61 @@
+#include "driver/thinking.h"
+
+#include "driver/state.h"
+#include "platform/output.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/outward.h"
+#include "search/search.h"
+
+namespace {
+
+constexpr int kQuietNodes = 10000;  // no lines before so many nodes
+constexpr int kMostMoves = 20;
+constexpr int kShownMateShift = 67;  // mates are shown from 32767 down
+
+int ShownScore() {
+    if (RootScore > kMateBound) return RootScore + kShownMateShift;
+    if (RootScore < -kMateBound) return RootScore - kShownMateShift;
+    return RootScore;
+}
+
+void WriteMove(Move m) {
+    char text[kMoveTextSize];
+    MoveToTextWithoutPromotion(text, m);
+    Write(" %s", text);
+}
+
+// The best move, then the table's moves from position to position.
+void WriteVariation() {
+    int made = 0, written = 1;
+    WriteMove(RootMoves[0]);
+    if (Board.GamePly == RootGamePly) {
+        MakeMove(RootMoves[0]);
+        ++made;
+    }
+    for (; written < kMostMoves; ++written) {
+        const Move m = HashMove();
+        if (m == NO_MOVE) break;
+        WriteMove(m);
+        MakeMove(m);
+        ++made;
+    }
+    for (; made > 0; --made) UnmakeMove();
+}
+
+}  // namespace
+
+void FinalThinkingLine() {
+    Write("%d %d %lld %lld", RootDepth + 1, ShownScore(),
+          static_cast<long long>(ElapsedMilliseconds() / 10),
+          static_cast<long long>(NodeCount));
+    WriteVariation();
+    Write("\n");
+    FlushOutput();
+}
+
+void ThinkingLine(bool force) {
+    if (PostThinking == 0) return;
+    if (!force && NodeCount >= 1 && NodeCount <= kQuietNodes) return;
+    FinalThinkingLine();
+}

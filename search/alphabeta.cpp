@@ -1,0 +1,400 @@
+// The node of the alpha-beta search: a fail-soft principal-variation search with null
+// move, singular-move test, extensions, futility pruning, reductions of late quiet moves
+// and staged move generation.
+#include <algorithm>
+
+#include "eval/evaluate.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/movewalk.h"
+#include "search/outward.h"
+#include "search/reduction.h"
+#include "search/search.h"
+
+namespace {
+
+// ---- Margins in centipawns by the opponent's non-pawn material in pawn units ----
+constexpr int kUnitsCount = 128;
+struct MarginTable {
+    int values[kUnitsCount];
+};
+struct MarginStep {
+    int from, value;
+};
+template <std::size_t n>
+consteval MarginTable MakeMargins(const MarginStep (&steps)[n]) {
+    MarginTable table{};
+    for (int i = 0; i < kUnitsCount; ++i)
+        for (const MarginStep& step : steps)
+            if (i >= step.from) table.values[i] = step.value;
+    return table;
+}
+constexpr MarginTable RazorMargin = MakeMargins({{0, 1100}, {1, 800}});
+constexpr MarginTable FutilityMargin1 =
+    MakeMargins({{0, 800}, {3, 460}, {4, 460}, {5, 360}, {8, 300}, {9, 220}, {14, 180}});
+constexpr MarginTable FutilityMargin2 =
+    MakeMargins({{0, 800}, {3, 600}, {4, 550}, {5, 500}, {8, 420}});
+
+// ---- Depths in depth units ----
+constexpr int kNullMoveDepth = 2 * OnePly;      // least depth for the null move
+constexpr int kNullReduction = 2 * OnePly;      // and how much it takes off,
+constexpr int kNullDeepReduction = 3 * OnePly;  // at large depth with many pieces
+constexpr int kNullDeepFrom = 6 * OnePly;
+constexpr int kNullPretestDepth = 4 * OnePly;    // a quiescence search goes first above
+constexpr int kNullFewPiecesDepth = 8 * OnePly;  // not deeper with few pieces
+constexpr int kSingularDepth = 5 * OnePly;
+constexpr int kSingularExtendedDepth = 4 * OnePly;  // after an extended move
+constexpr int kFutilityDepth = 4 * OnePly;
+constexpr int kReductionDepth = 4 * OnePly;
+
+constexpr int kSingularBonus = 45;
+constexpr int kSingularBonusDeep = 22;  // beyond four times the iteration depth
+
+// Depth taken off simple endings: bare king; no pawns at all; lopsided with pawns.
+constexpr int kEndgameUnits = 11;  // both sides below it
+constexpr int kBareKingCut = 45;
+constexpr int kPawnlessEvenCut = 45;
+constexpr int kPawnlessUnevenCut = 30;
+constexpr int kPawnlessUneven = 3;
+constexpr int kLopsidedCut = 20;
+constexpr int kLopsided = 6;
+
+constexpr int kFiftyMoves = 100;
+constexpr int kHopelessUnits = 6;  // less than this and no mating material: cannot win
+constexpr int kBareMaterial = 6;
+
+// Everything that one node knows, for the steps to share.
+struct Node {
+    int alpha, beta, depth;
+    int S, O;
+    bool inCheck;
+    // from the transposition table
+    Move hashMove = NO_MOVE;
+    bool mateThreat = false;
+    bool nullWorthwhile = true;
+    int nullDepth = 0;
+    // extensions
+    bool full = false;
+    int singularBonus = 0;
+    Move singularMove = NO_MOVE;
+    // result so far
+    int best, scoutBeta;
+    Move bestMove = NO_MOVE;
+    bool searchedAny = false;
+    // pruning
+    bool futility = false;
+    int futilityGap = 0;
+};
+
+inline int Clamped(int units) { return std::min(units, kUnitsCount - 1); }
+
+// Looks at input and clock; true when the search must stop.
+bool PollPoint() {
+    if (InputAvailable()) {
+        PollCountdown = PollInterval;
+        CheckInput();
+        if (StopSearch != 0) return true;
+    }
+    return CheckClock();
+}
+
+// Draws and won-at-most draws of simple endings, and the depth cut for them. True when
+// the node is settled with `score`.
+inline bool EndgameShortcut(Node& node, int& score) {
+    const int S = node.S, O = node.O;
+    if (Board.Units[WHITE] >= kEndgameUnits || Board.Units[BLACK] >= kEndgameUnits)
+        return false;
+    if (Board.MatingFlagsValid == 0) UpdateMatingFlags();
+    if (Board.NoMatingMaterial[WHITE] != 0 && Board.NoMatingMaterial[BLACK] != 0 &&
+        Board.Material[WHITE] + Board.Material[BLACK] <= kBareMaterial) {
+        score = 0;
+        return true;
+    }
+    if (node.alpha >= 0 && Board.NoMatingMaterial[S] != 0 &&
+        Board.Units[S] < kHopelessUnits) {
+        score = node.alpha;
+        return true;
+    }
+    if (node.beta <= 0 && Board.NoMatingMaterial[O] != 0 &&
+        Board.Units[O] < kHopelessUnits) {
+        score = 0;
+        return true;
+    }
+    const int lead = std::abs(Board.Units[WHITE] - Board.Units[BLACK]);
+    if (Board.Material[BLACK] == 0 || Board.Material[WHITE] == 0) {
+        node.depth -= kBareKingCut;
+    } else if ((Board.Pawns[WHITE] | Board.Pawns[BLACK]) == 0) {
+        if (lead == 0) node.depth -= kPawnlessEvenCut;
+        if (lead > kPawnlessUneven) node.depth -= kPawnlessUnevenCut;
+    } else if (lead > kLopsided) {
+        node.depth -= kLopsidedCut;
+    }
+    return false;
+}
+
+// One earlier occurrence, in the game or in the current line, is a draw.
+inline bool RepeatsPosition() {
+    const int last = Board.GamePly - 1;
+    if (last < 0 || !IsReversible(Board.MoveHistory[last])) return false;
+    for (int i = Board.GamePly - 2; i >= 0 && IsReversible(Board.MoveHistory[i]); i -= 2)
+        if (Board.Hash1History[i] == Board.hash1 && Board.Hash2History[i] == Board.hash2)
+            return true;
+    return false;
+}
+
+// A null move is not worthwhile where the table says that the node fails low.
+inline bool NullWorthwhile(const Node& node, const HashHit& hit) {
+    if ((hit.boundType & kUpperBound) == 0) return true;
+    if (hit.depth < node.depth && hit.depth < node.nullDepth) return true;
+    return hit.score >= node.beta;
+}
+
+// Takes over what the table knows; true when it settles the node.
+inline bool ProbeTable(Node& node, int& score) {
+    HashHit hit;
+    if (!HashProbe(hit)) return false;
+    node.mateThreat = hit.mateThreat != 0;
+    if (hit.move != NULL_MOVE && hit.move != NO_MOVE && FitsPosition(hit.move))
+        node.hashMove = hit.move;
+    node.nullWorthwhile = NullWorthwhile(node, hit);
+    if (hit.depth < node.depth) return false;
+    score = hit.score;
+    if (hit.boundType == kExact) {
+        score = ScoreFromTable(hit.score);
+        return true;
+    }
+    return (hit.boundType == kUpperBound && hit.score <= node.alpha) ||
+           (hit.boundType == kLowerBound && hit.score >= node.beta);
+}
+
+// Not without pieces, where zugzwang rules; with one minor or rook only at small depth.
+inline bool NullMoveAllowed(const Node& node) {
+    const int S = node.S, units = Board.Units[S];
+    if (node.depth < kNullMoveDepth || units == 0 || node.inCheck) return false;
+    return units > 5 || (node.depth <= kNullFewPiecesDepth &&
+                         (Board.Material[S] > 400 || Board.Bishops[S] != 0));
+}
+
+// Lets the opponent move twice: if that does not bring the score below beta, nothing
+// will. True when the node is settled (or the search stopped).
+bool TryNullMove(Node& node, int& score) {
+    MakeNullMove();
+    InCheckAt[Ply + 1] = 0;
+    ExtFlags[Ply + 1] = 0;
+    int v = node.alpha;
+    if (node.depth > kNullPretestDepth)
+        v = SearchChild(node.alpha - 1, node.alpha, 0, false);
+    if (StopSearch == 0 && v >= node.alpha)
+        v = SearchChild(node.beta - 1, node.beta, node.nullDepth, false);
+    UnmakeNullMove();
+    score = 0;
+    if (StopSearch != 0) return true;
+    score = v;
+    if (v >= node.beta) {
+        HashStore(node.depth, v, NULL_MOVE, kLowerBound, node.mateThreat);
+        return true;
+    }
+    // The opponent mates right after the pass.
+    if (v == Ply + 2 - MateScore) node.mateThreat = true;
+    return false;
+}
+
+// The move that alone holds the position is searched deeper.
+inline void FindSingularMove(Node& node) {
+    constexpr int kExtended = kExtCheck | kExtMateThreat | kExtPawnPush;
+    const bool deep = node.depth > kSingularDepth;
+    if (!deep &&
+        (node.depth <= kSingularExtendedDepth || (ExtFlags[Ply] & kExtended) == 0))
+        return;
+    Move m = NO_MOVE;
+    if (SingularTest(node.alpha, node.depth / 2, node.hashMove, node.mateThreat,
+                     node.full, m) == 0)
+        return;
+    node.singularMove = m;
+    node.singularBonus = Ply > 4 * RootDepth ? kSingularBonusDeep : kSingularBonus;
+}
+
+// Depth change of the move just made.
+inline int DepthChange(const Node& node, Move m) {
+    int delta = ExtendMove(node.depth, node.mateThreat, node.full);
+    if (m == node.singularMove)
+        delta += node.full ? node.singularBonus : node.singularBonus / 2;
+    return delta;
+}
+
+// A cut-off by `m`: true value v.
+inline void CutOff(const Node& node, Move m, int v) {
+    if (IsQuiet(m) && !node.inCheck) UpdateGoodMove(m, node.depth);
+    if (!IsEnPassant(m)) HashStore(node.depth, v, m, kLowerBound, node.mateThreat);
+}
+
+// The table's move goes first, before any move is generated. True when it settles the
+// node.
+bool SearchHashMove(Node& node, int& score) {
+    const Move m = node.hashMove;
+    MakeMove(m);
+    PrefetchHashEntry();
+    PrefetchPawnEntry();
+    const int child = node.depth + DepthChange(node, m) + HashMoveBonus;
+    const int v = SearchChild(node.alpha, node.beta, child, true);
+    UnmakeMove();
+    score = 0;
+    if (StopSearch != 0) return true;
+    score = v;
+    if (v >= node.beta) {
+        CutOff(node, m, v);
+        return true;
+    }
+    if (v > node.alpha) {
+        node.best = v;
+        node.bestMove = m;
+    }
+    node.searchedAny = true;
+    node.scoutBeta = node.best + 1;
+    return false;
+}
+
+// Near the horizon and far below alpha: one ply less, and moves that cannot make up the
+// gap are not searched.
+inline void SetUpFutility(Node& node) {
+    constexpr int kNoMate = 32600;
+    if ((Board.Units[WHITE] == 0 && Board.Units[BLACK] == 0) || node.mateThreat ||
+        node.singularBonus != 0 || node.inCheck || node.depth >= kFutilityDepth ||
+        node.alpha <= -kNoMate || node.alpha >= kNoMate)
+        return;
+    const int n = Clamped(Board.Units[node.O]);
+    const int razor = RazorMargin.values[n], margin1 = FutilityMargin1.values[n];
+    const int e = Evaluated(node.alpha - 1 - razor, node.alpha + 1 - margin1);
+    if (e + razor <= node.alpha) node.depth -= OnePly;
+    if (node.depth >= 3 * OnePly) return;
+    const int margin = node.depth < 2 * OnePly ? margin1 : FutilityMargin2.values[n];
+    if (e + margin > node.alpha) return;
+    node.futility = true;
+    node.futilityGap = node.alpha - (e + margin);
+}
+
+// The move just made gains too little to bring the score up to alpha.
+inline bool IsFutile(const Node& node, Move m) {
+    if (!node.futility || InCheckAt[Ply + 1] != 0) return false;
+    if (Board.MatingFlagsValid == 0) UpdateMatingFlags();
+    if (Board.NoMatingMaterial[WHITE] != 0 || Board.NoMatingMaterial[BLACK] != 0)
+        return false;
+    int gain = PieceValue[Captured(m)];
+    if (Promotion(m) != EMPTY) gain += PieceValue[Promotion(m)] - PieceValue[PAWN];
+    return gain <= node.futilityGap;
+}
+
+inline LateMoves SetUpReductions(const Node& node) {
+    LateMoves late;
+    if (node.depth >= kReductionDepth && (ExtFlags[Ply] & ~kExtRecapture) == 0)
+        late.SetUp(node.S, node.alpha);
+    return late;
+}
+
+// A late quiet move is tried at less depth against the best score. True when it fails low
+// there and need not be searched on; also when the search stops.
+inline bool FailsReduced(const Node& node, Move m, const MoveWalk& walk, LateMoves& late,
+                         int delta) {
+    if (!late.on || walk.stage != kQuietStage || node.inCheck) return false;
+    ++late.quietCount;
+    if (late.kingAttack && IsExemptFromReduction(m, node.S)) return false;
+    if (ExtFlags[Ply + 1] != 0) return false;
+    if (late.quietCount <= std::max(2, walk.quietMoves / 8) && node.best <= node.alpha)
+        return false;
+    ExtFlags[Ply + 1] = kExtReduced;
+    const int child = node.depth + late.Reduction(node.S, node.depth, delta, node.best);
+    const int v = SearchChild(node.best, node.best + 1, child, true);
+    ExtFlags[Ply + 1] &= static_cast<std::uint8_t>(~kExtReduced);
+    return StopSearch != 0 || v <= node.best;
+}
+
+// Null window first; when the move beats the best inside the node's window, once more
+// with the window opened.
+inline int SearchMove(const Node& node, int child) {
+    const int v = SearchChild(node.best, node.scoutBeta, child, true);
+    if (StopSearch != 0 || v <= node.best || v >= node.beta ||
+        node.scoutBeta >= node.beta)
+        return v;
+    return SearchChild(v, node.beta, child, true);
+}
+
+// The move loop. True when it settles the node.
+bool SearchMoves(Node& node, int& score) {
+    LateMoves late = SetUpReductions(node);
+    const SquareSet exposed = ExposedSquares(node.S);
+    MoveWalk walk(node.hashMove);
+    while (const Move m = walk.Next()) {
+        if (!MakeIfLegal(m, node.S, exposed)) continue;
+        PrefetchHashEntry();
+        PrefetchPawnEntry();
+        const int delta = DepthChange(node, m);
+        const bool pruned = IsFutile(node, m) || FailsReduced(node, m, walk, late, delta);
+        const int v = pruned ? 0 : SearchMove(node, node.depth + delta);
+        UnmakeMove();
+        score = 0;
+        if (StopSearch != 0) return true;
+        node.searchedAny = true;
+        if (pruned) continue;
+        if (v > node.best) {
+            node.best = v;
+            node.bestMove = m;
+            if (v >= node.beta) {
+                CutOff(node, m, v);
+                score = v;
+                return true;
+            }
+        }
+        node.scoutBeta = node.best + 1;
+    }
+    return false;
+}
+
+// No move cut off: the best score, mate or stalemate.
+inline int FinishNode(const Node& node) {
+    if (!node.searchedAny) return node.inCheck ? Ply - MateScore : 0;
+    const Move m = node.bestMove;
+    if (m != NO_MOVE && IsQuiet(m) && !node.inCheck) UpdateGoodMove(m, node.depth);
+    if (!IsEnPassant(m))
+        HashStore(node.depth, node.best, m, m != NO_MOVE ? kExact : kUpperBound,
+                  node.mateThreat);
+    return node.best;
+}
+
+}  // namespace
+
+int AlphaBeta(int alpha, int beta, int depth, bool nullAllowed) {
+    ++NodeCount;
+    if (--PollCountdown < 0 && PollPoint()) return 0;
+
+    Node node{.alpha = alpha,
+              .beta = beta,
+              .depth = depth,
+              .S = Board.SideToMove,
+              .O = ChangeSide(Board.SideToMove),
+              .inCheck = InCheckAt[Ply] != 0,
+              .best = alpha,
+              .scoutBeta = beta};
+    int score = 0;
+    if (EndgameShortcut(node, score)) return score;
+    if (Board.FiftyCounter >= kFiftyMoves || RepeatsPosition()) return 0;
+
+    const bool shallowNull = node.depth <= kNullDeepFrom || Board.Units[node.S] < 9;
+    node.nullDepth = node.depth - (shallowNull ? kNullReduction : kNullDeepReduction);
+    if (ProbeTable(node, score)) return score;
+
+    if (nullAllowed && node.nullWorthwhile && NullMoveAllowed(node) &&
+        TryNullMove(node, score))
+        return score;
+
+    node.full = Ply <= 2 * RootDepth;
+    FindSingularMove(node);
+    if (StopSearch != 0) return 0;
+
+    if (node.hashMove != NO_MOVE && SearchHashMove(node, score)) return score;
+
+    SetUpFutility(node);
+    const int top = MoveStackTop;
+    const bool settled = SearchMoves(node, score);
+    MoveStackTop = top;
+    return settled ? score : FinishNode(node);
+}

@@ -1,0 +1,159 @@
+// Extensions: which moves are searched deeper than one ply less, and the good-move
+// tables.
+#include <algorithm>
+
+#include "board/attacks.h"
+#include "search/search.h"
+
+std::uint8_t ExtFlags[kMaxPly];
+
+namespace {
+
+// Extension amounts in depth units, [full]: a node beyond twice the iteration depth gives
+// about half.
+struct Amount {
+    int half, full;
+    int Of(bool isFull) const { return isFull ? full : half; }
+};
+constexpr Amount kMateThreat = {22, 45};
+constexpr Amount kPawnEnding = {30, 60};
+constexpr Amount kRecapture = {22, 45};
+constexpr Amount kPawnPush = {22, 45};
+constexpr Amount kCheck = {30, 60};
+constexpr Amount kAttackQueen = {15, 30};
+constexpr Amount kAttackPiece = {7, 15};
+constexpr Amount kHuntedPiece = {22, 45};
+
+constexpr int kPawnEndingCap = 60;
+constexpr int kAttackDepth = 2 * OnePly;  // attacks count only near the horizon
+constexpr std::int32_t kHistoryLimit = 1 << 30;
+
+inline bool PromotesToQueen(Move m) { return Promotion(m) == QUEEN; }
+
+// A pawn arrives on its seventh rank.
+inline bool ReachesSeventh(Move m, int mover) {
+    return Moving(m) == PAWN && Promotion(m) == EMPTY &&
+           (SeventhRank[mover] & SquareMask(To(m))) != 0;
+}
+
+// Recapture on the square of the previous move, of a man like the one it took.
+inline bool Recaptures(Move m, Move previous) {
+    return To(m) == To(previous) &&
+           OrderClass[Captured(m)] == OrderClass[Captured(previous)] &&
+           (ExtFlags[Ply] & kExtRecapture) == 0;
+}
+
+// What the moved man attacks from its new square, near the horizon.
+inline int AttackExtension(Move m, int victim, bool full) {
+    const int to = To(m), mover = ChangeSide(victim);
+    SquareSet attacked = 0, minorTargets = 0;
+    switch (Moving(m)) {
+        case PAWN:
+            attacked = PawnAttacks[mover][to];
+            minorTargets =
+                Board.Rooks[victim] | Board.Bishops[victim] | Board.Knights[victim];
+            break;
+        case KNIGHT:
+            attacked = KnightAttacks[to];
+            minorTargets = Board.Rooks[victim];
+            break;
+        case BISHOP:
+            attacked = BishopLines(to);
+            minorTargets = Board.Rooks[victim];
+            break;
+        case ROOK:
+            attacked = RookLines(to);
+            break;
+        default:
+            return 0;
+    }
+    return PopCount(attacked & Board.Queens[victim]) * kAttackQueen.Of(full) +
+           PopCount(attacked & minorTargets) * kAttackPiece.Of(full);
+}
+
+// The king now touches the victim's last piece, which neither king nor pawn defends.
+inline bool HuntsLonePiece(Move m, int victim) {
+    if (Moving(m) != KING) return false;
+    const int units = Board.Units[victim];
+    const SquareSet piece = units == PieceUnits[ROOK]     ? Board.Rooks[victim]
+                            : units == PieceUnits[KNIGHT] ? Board.Knights[victim]
+                                                          : 0;
+    if (piece == 0 || (KingAttacks[To(m)] & piece) == 0) return false;
+    const int square = LowestSquare(piece);
+    return (KingAttacks[Board.KingSquare[victim]] & piece) == 0 &&
+           (PawnAttacks[ChangeSide(victim)][square] & Board.Pawns[victim]) == 0;
+}
+
+}  // namespace
+
+int ExtendMove(int depth, bool mateThreat, bool full) {
+    const Move m = LastMove();
+    const int victim = Board.SideToMove, mover = ChangeSide(victim);
+    int delta = -OnePly, cap = 0, flags = 0;
+    if (mateThreat) {
+        delta += kMateThreat.Of(full);
+        flags = kExtMateThreat;
+    }
+    if (PieceValue[Captured(m)] > PieceValue[PAWN] && Board.Units[WHITE] == 0 &&
+        Board.Units[BLACK] == 0) {
+        delta += kPawnEnding.Of(full);
+        flags |= kExtPawnEnding;
+        cap = kPawnEndingCap;
+    }
+    if (Board.GamePly > 1) {
+        const Move previous = Board.MoveHistory[Board.GamePly - 2];
+        if (Recaptures(m, previous)) {
+            delta += kRecapture.Of(full);
+            flags |= kExtRecapture;
+        }
+        if (PromotesToQueen(m) && PromotesToQueen(previous)) {
+            delta += kPawnPush.Of(full);
+            flags |= kExtPawnPush;
+        }
+    }
+    if (ReachesSeventh(m, mover)) {
+        delta += kPawnPush.Of(full);
+        flags |= kExtPawnPush;
+    }
+    const bool givesCheck = IsAttacked(mover, Board.KingSquare[victim]);
+    InCheckAt[Ply + 1] = givesCheck ? 1 : 0;
+    if (givesCheck) {
+        delta += kCheck.Of(full);
+        flags |= kExtCheck;
+    }
+    ExtFlags[Ply + 1] = static_cast<std::uint8_t>(flags);
+    if (depth < kAttackDepth && delta < cap) delta += AttackExtension(m, victim, full);
+    if (HuntsLonePiece(m, victim)) delta += kHuntedPiece.Of(full);
+    return std::min(delta, cap);
+}
+
+void UpdateGoodMove(Move m, int depth) {
+    if (!IsQuiet(m)) return;
+    const int S = Board.SideToMove;
+    std::int32_t& counter = HistoryTable[FromTo(m) * 2 + static_cast<std::size_t>(S)];
+    counter += depth * depth;
+    if (counter > kHistoryLimit)
+        for (std::int32_t& entry : HistoryTable) entry >>= 1;
+    if (Killer1[S][Ply] == m) return;
+    Killer2[S][Ply] = Killer1[S][Ply];
+    Killer1[S][Ply] = m;
+}
+
+void ClearHistoryAndKillers() {
+    for (std::int32_t& entry : HistoryTable) entry = 0;
+    for (int c : {WHITE, BLACK})
+        for (int ply = 0; ply < kMaxPly; ++ply)
+            Killer1[c][ply] = Killer2[c][ply] = NO_MOVE;
+}
+
+void AgeHistoryAndKillers() {
+    // A move decision later the same positions stand two plies nearer to the root.
+    constexpr int kAgedBits = 8, kPliesPassed = 2;
+    for (std::int32_t& entry : HistoryTable) entry >>= kAgedBits;
+    for (int c : {WHITE, BLACK})
+        for (int ply = 0; ply < kMaxPly; ++ply) {
+            const bool inside = ply + kPliesPassed < kMaxPly;
+            Killer1[c][ply] = inside ? Killer1[c][ply + kPliesPassed] : NO_MOVE;
+            Killer2[c][ply] = inside ? Killer2[c][ply + kPliesPassed] : NO_MOVE;
+        }
+}

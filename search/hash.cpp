@@ -1,0 +1,176 @@
+#include "search/hash.h"
+
+#include <cstddef>
+#include <cstdlib>
+
+#include "board/generate.h"
+#include "search/search.h"
+
+std::int16_t TableAge;
+
+namespace {
+
+// Spare entries behind the table, which the index never reaches.
+constexpr std::size_t kSpareEntries = 2;
+constexpr int kSlots = 3;
+
+// Layout of the info word.
+constexpr std::uint32_t kMoveBits = 0x1FFFFF;
+constexpr int kBoundShift = 21, kSideShift = 23, kCastleShift = 24, kThreatShift = 30;
+constexpr std::uint32_t kBoundBits = 3u << kBoundShift;
+constexpr std::uint32_t kThreatBit = 1u << kThreatShift;
+constexpr std::uint32_t kPositionBits = 1u << kSideShift | 0x3Fu << kCastleShift;
+
+#pragma pack(push, 2)
+struct HashEntry {
+    std::uint32_t key1, key2;
+    std::int16_t depth;
+    std::int32_t score;
+    std::uint32_t info;  // 0: empty
+    std::int16_t age;
+};
+#pragma pack(pop)
+static_assert(sizeof(HashEntry) == kHashEntryBytes);
+
+HashEntry* Table;
+std::uint32_t Mask;
+
+// Replacement: the shallowest goes first; entries of this search are worth more than any
+// of an older one, and entries of this mark depth more than all.
+constexpr int kMarkDepth = -120;
+constexpr int kCurrentAgeValue = 65536;
+constexpr int kMarkValue = 1000000;
+
+std::int16_t Wrapped(int age) {
+    return static_cast<std::int16_t>(static_cast<std::uint16_t>(age));
+}
+
+// Side to move and castling flags as they stand in the info word.
+inline std::uint32_t PositionWord() {
+    return static_cast<std::uint32_t>(Board.SideToMove) << kSideShift |
+           CastleFlags() << kCastleShift;
+}
+
+inline bool Matches(const HashEntry& entry, std::uint32_t position) {
+    return entry.key1 == Board.hash1 && entry.key2 == Board.hash2 &&
+           (entry.info & kPositionBits) == position;
+}
+
+inline std::uint32_t FirstSlot() {
+    return (Board.hash2 & Mask) ^ static_cast<std::uint32_t>(Board.SideToMove);
+}
+inline std::uint32_t NextSlot(std::uint32_t slot) {
+    return (slot + (Board.hash1 & 0x1FFF)) & Mask;
+}
+
+int ReplacementValue(const HashEntry& entry) {
+    int value = -entry.depth;
+    if (entry.age == TableAge) value -= kCurrentAgeValue;
+    if (entry.depth == kMarkDepth &&
+        (entry.age == TableAge || entry.age == Wrapped(TableAge - 1)))
+        value -= kMarkValue;
+    return value;
+}
+
+// Mates are stored as counted from the node; a bound beyond the mate scores says no more
+// than that there is a mate.
+int ScoreToTable(int score, int boundType) {
+    switch (boundType) {
+        case kExact:
+            return score > kMateBound    ? score + Ply
+                   : score < -kMateBound ? score - Ply
+                                         : score;
+        case kLowerBound:
+            return score > kMateBound ? kMateBound : score;
+        default:
+            return score < -kMateBound ? -kMateBound : score;
+    }
+}
+
+}  // namespace
+
+void AdvanceTableAge(int generations) { TableAge = Wrapped(TableAge + generations); }
+
+bool AllocateTranspositionTable(int bits) {
+    FreeTranspositionTable();
+    const std::size_t entries = std::size_t{1} << bits;
+    // Zeroed memory: every info word says "empty".
+    Table =
+        static_cast<HashEntry*>(std::calloc(entries + kSpareEntries, sizeof(HashEntry)));
+    if (Table == nullptr) return false;
+    Mask = static_cast<std::uint32_t>(entries - 1);
+    TableAge = 0;
+    return true;
+}
+
+void FreeTranspositionTable() {
+    std::free(Table);
+    Table = nullptr;
+}
+
+bool HashProbe(HashHit& hit) {
+    const std::uint32_t position = PositionWord();
+    std::uint32_t slot = FirstSlot();
+    for (int i = 0; i < kSlots; ++i, slot = NextSlot(slot)) {
+        const HashEntry& entry = Table[slot];
+        if (entry.info == 0) return false;
+        if (!Matches(entry, position)) continue;
+        hit.depth = entry.depth;
+        hit.score = entry.score;
+        hit.move = entry.info & kMoveBits;
+        hit.boundType = static_cast<int>(entry.info >> kBoundShift & 3);
+        hit.mateThreat = static_cast<int>(entry.info >> kThreatShift & 1);
+        return true;
+    }
+    return false;
+}
+
+void HashStore(int depth, int score, Move move, int boundType, int mateThreat) {
+    const std::uint32_t position = PositionWord();
+    HashEntry* target = nullptr;
+    int targetValue = 0;
+    std::uint32_t slot = FirstSlot();
+    for (int i = 0; i < kSlots; ++i, slot = NextSlot(slot)) {
+        HashEntry& entry = Table[slot];
+        if (entry.info == 0) {
+            target = &entry;
+            break;
+        }
+        if (Matches(entry, position)) {
+            if (move != NO_MOVE && (entry.info & kMoveBits) == NO_MOVE)
+                entry.info = (entry.info & (kBoundBits | kThreatBit)) | move | position;
+            if (depth < entry.depth) return;
+            if (boundType == kUpperBound) move = entry.info & kMoveBits;
+            target = &entry;
+            break;
+        }
+        const int value = ReplacementValue(entry);
+        if (target == nullptr || value > targetValue) {
+            target = &entry;
+            targetValue = value;
+        }
+    }
+    if (target->info != 0 && target->age == TableAge && depth < target->depth) return;
+    target->key1 = Board.hash1;
+    target->key2 = Board.hash2;
+    target->depth = static_cast<std::int16_t>(depth);
+    target->score = ScoreToTable(score, boundType);
+    target->age = TableAge;
+    target->info = static_cast<std::uint32_t>(boundType) << kBoundShift | move |
+                   position | static_cast<std::uint32_t>(mateThreat) << kThreatShift;
+}
+
+Move HashMove() {
+    HashHit hit;
+    if (!HashProbe(hit) || hit.move == NULL_MOVE || !FitsPosition(hit.move))
+        return NO_MOVE;
+    return hit.move;
+}
+
+void PrefetchHashEntry() { __builtin_prefetch(&Table[FirstSlot()]); }
+
+int ScoreFromTable(int score) {
+    if (score > kMateBound) return score - Ply;
+    if (score < -kMateBound) return score + Ply;
+    return score;
+}

@@ -1,0 +1,42 @@
+// The transposition table: search results by position, with age and depth deciding what
+// stays. 20 bytes an entry, three slots a position, never cleared.
+#pragma once
+
+#include <cstdint>
+
+#include "board/board.h"
+
+// Bound types; 3 has both bits.
+inline constexpr int kUpperBound = 1;
+inline constexpr int kLowerBound = 2;
+inline constexpr int kExact = 3;
+
+inline constexpr int kHashEntryBytes = 20;
+
+// Generation of the table, advanced at every search's start; wraps.
+extern std::int16_t TableAge;
+void AdvanceTableAge(int generations);
+
+// 2^bits entries, all empty; false when there is no memory. Bits 1 to 30.
+bool AllocateTranspositionTable(int bits);
+void FreeTranspositionTable();
+
+struct HashHit {
+    int depth;  // depth units
+    int score;  // as stored: mates counted from the entry's own node
+    Move move;  // NO_MOVE, NULL_MOVE after a null-move cut-off, or the best move
+    int boundType;
+    int mateThreat;
+};
+
+// The current position's entry; false when there is none.
+bool HashProbe(HashHit& hit);
+// Stores a result of the current position at the current Ply.
+void HashStore(int depth, int score, Move move, int boundType, int mateThreat);
+// The best move of the current position's entry; NO_MOVE when there is none.
+Move HashMove();
+// Asks the processor for the current position's first slot ahead of its use.
+void PrefetchHashEntry();
+
+// The score of an exact entry counted from the root: mates are Ply moves further away.
+int ScoreFromTable(int score);

@@ -1,0 +1,98 @@
+// The order in which a node of the search tries its moves: stage by stage, losing
+// captures put off to the end, repeats of moves already searched left out.
+#pragma once
+
+#include "board/attacks.h"
+#include "board/generate.h"
+
+struct MoveWalk {
+    Move hashMove;
+    int S;           // side to move
+    bool inCheck;    // evasions come unscored and nothing is put off
+    int entryTop;    // where the node's moves begin on the stack
+    int index, end;  // what is left of the current group
+    int stage;       // stage of the current group; 0 at the end and in deferred captures
+    int deferredFrom = -1, capturesEnd = 0;  // losing captures put off
+    int quietMoves = 0;                      // moves that the quiet stage generated
+
+    explicit MoveWalk(Move hash);
+    // The next move, pseudo-legal; NO_MOVE at the end.
+    Move Next();
+    // In the deferred captures and the quiet moves, where killers come again.
+    bool InLateStages() const { return stage < kKillerStage; }
+
+private:
+    bool NextGroup();
+    bool IsRepeat(Move m) const;
+};
+
+inline MoveWalk::MoveWalk(Move hash)
+    : hashMove(hash),
+      S(Board.SideToMove),
+      inCheck(InCheckAt[Ply] != 0),
+      entryTop(MoveStackTop),
+      index(MoveStackTop),
+      end(MoveStackTop),
+      stage(kFirstStage) {}
+
+// Generates the next group above the current one; after the last, goes back to the losing
+// captures that were put off.
+inline bool MoveWalk::NextGroup() {
+    if (stage == kNoMoreStages) return false;
+    index = MoveStackTop;
+    stage = GenerateStage(stage, hashMove);
+    end = MoveStackTop;
+    if (stage == kQuietStage) quietMoves = end - index;
+    if (stage != kNoMoreStages) return true;
+    if (deferredFrom < 0) return false;
+    index = deferredFrom;
+    end = MoveStackTop = capturesEnd;
+    return true;
+}
+
+inline bool MoveWalk::IsRepeat(Move m) const {
+    if (m == hashMove) return true;
+    return InLateStages() && !inCheck && (m == Killer1[S][Ply] || m == Killer2[S][Ply]);
+}
+
+inline Move MoveWalk::Next() {
+    for (;;) {
+        if (index >= end) {
+            if (!NextGroup()) return NO_MOVE;
+            continue;
+        }
+        if (!inCheck && stage != kKillerStage) {
+            SelectMove(index, end);
+            if (stage == kCaptureStage && MoveScores[index] < 0) {
+                deferredFrom = index;
+                capturesEnd = end;
+                if (!NextGroup()) return NO_MOVE;
+                continue;
+            }
+        }
+        const Move m = MoveStack[index++];
+        if (!IsRepeat(m)) return m;
+    }
+}
+
+// Squares on the lines from S's king along which an enemy slider could attack it: a move
+// from one of them may expose the king.
+inline SquareSet ExposedSquares(int S) {
+    const int O = ChangeSide(S), king = Board.KingSquare[S];
+    if (Board.Queens[O] != 0) return QueenLines(king);
+    SquareSet lines = 0;
+    if (Board.Rooks[O] != 0) lines |= RookLines(king);
+    if (Board.Bishops[O] != 0) lines |= BishopLines(king);
+    return lines;
+}
+
+// Makes the move unless it leaves S's king attacked: then it is taken back, and false.
+// Only king moves, moves from exposed squares and en passant can do that.
+inline bool MakeIfLegal(Move m, int S, SquareSet exposed) {
+    MakeMove(m);
+    if (Moving(m) != KING && (exposed & SquareMask(From(m))) == 0 && !IsEnPassant(m))
+        return true;
+    if (!IsAttacked(ChangeSide(S), Board.KingSquare[S])) return true;
+    UnmakeMove();
+    return false;
+}

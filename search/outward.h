@@ -1,0 +1,19 @@
+// The calls that lead out of the search, to the parts of the program around it.
+#pragma once
+
+#include "board/types.h"
+
+// ---- driver/input.cpp ----
+// Input waits to be handled; cheap, asked at every poll point.
+bool InputAvailable();
+// Handles what waits; may set StopSearch and the other flags of control.h.
+void CheckInput();
+
+// ---- driver/result.cpp ----
+// Writes the result line if the game has ended in this position and returns true.
+// Otherwise fills the root move list, the table's move first.
+bool GameOverCheck();
+
+// ---- driver/thinking.cpp ----
+// Writes the thinking line. Without `force` only after 10000 nodes.
+void ThinkingLine(bool force);

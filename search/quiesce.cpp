@@ -1,0 +1,125 @@
+// The quiescence search: captures and promotions that can still reach alpha, until the
+// material is settled. The entry uses the transposition table and writes its first level
+// out; deeper levels are plain. It neither polls nor knows checks, and an illegal move
+// shows by the possibility of taking the king.
+#include "eval/evaluate.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/search.h"
+
+namespace {
+
+inline void CountNode() {
+    ++NodeCount;
+    --PollCountdown;
+}
+
+// What a capture must gain to bring the material balance plus margin up to alpha.
+inline int GainThreshold(int alpha) {
+    const int S = Board.SideToMove, O = ChangeSide(S);
+    return alpha - PositionalMargin - Board.Material[S] + Board.Material[O];
+}
+
+int QuiesceCaptures(int alpha, int beta) {
+    CountNode();
+    Evaluate(alpha, beta);
+    if (alpha >= beta || !SearchHasRoom()) return alpha;
+    const int top = MoveStackTop;
+    if (GenerateQuiesceCapturesInner(GainThreshold(alpha))) {
+        MoveStackTop = top;
+        return beta;
+    }
+    const int end = MoveStackTop;
+    for (int i = top; i < end; ++i) {
+        MakeMove(MoveStack[i]);
+        PrefetchPawnEntry();
+        const int v = -QuiesceCaptures(-beta, -alpha);
+        UnmakeMove();
+        if (v <= alpha) continue;
+        alpha = v;
+        if (alpha >= beta) break;
+    }
+    MoveStackTop = top;
+    return alpha;
+}
+
+// One level below the entry, with the parent's window: the value of the move for the side
+// that makes it.
+int QuiesceChild(Move m, int alpha, int beta) {
+    MakeMove(m);
+    PrefetchPawnEntry();
+    CountNode();
+    int c = Evaluated(-beta, -alpha);
+    if (c < -alpha && SearchHasRoom()) {
+        const int top = MoveStackTop;
+        if (GenerateQuiesceCapturesInner(GainThreshold(c))) {
+            c = -alpha;  // the move was illegal
+        } else {
+            const int end = MoveStackTop;
+            for (int i = top; i < end; ++i) {
+                MakeMove(MoveStack[i]);
+                PrefetchPawnEntry();
+                const int r = -QuiesceCaptures(alpha, -c);
+                UnmakeMove();
+                if (r > c) c = r;
+                if (c >= -alpha) break;
+            }
+        }
+        MoveStackTop = top;
+    }
+    UnmakeMove();
+    return -c;
+}
+
+}  // namespace
+
+int Quiesce(int alpha, int beta) {
+    CountNode();
+    Evaluate(alpha, beta);
+    if (alpha >= beta || !SearchHasRoom()) return alpha;
+
+    Move hashMove = NO_MOVE;
+    HashHit hit;
+    if (HashProbe(hit)) {
+        if (hit.boundType == kExact) return ScoreFromTable(hit.score);
+        if (hit.boundType == kUpperBound && hit.score <= alpha) return hit.score;
+        if (hit.boundType == kLowerBound && hit.score >= beta) return hit.score;
+        if (CapturesOrPromotes(hit.move) && FitsPosition(hit.move)) hashMove = hit.move;
+    }
+
+    Move best = NO_MOVE;
+    if (hashMove != NO_MOVE) {
+        const int v = QuiesceChild(hashMove, alpha, beta);
+        if (StopSearch != 0) return 0;
+        if (v >= beta) return v;
+        if (v > alpha) {
+            alpha = v;
+            best = hashMove;
+        }
+    }
+
+    const int top = MoveStackTop;
+    if (GenerateQuiesceCaptures(GainThreshold(alpha), hashMove)) {
+        MoveStackTop = top;
+        return beta;
+    }
+    const int end = MoveStackTop;
+    if (end == top) return alpha;
+    for (int i = top; i < end; ++i) {
+        const Move m = MoveStack[i];
+        const int v = QuiesceChild(m, alpha, beta);
+        if (v > alpha) {
+            alpha = v;
+            best = m;
+        }
+        if (v >= beta) {
+            if (!IsEnPassant(m)) HashStore(0, v, m, kLowerBound, 0);
+            MoveStackTop = top;
+            return v;
+        }
+    }
+    MoveStackTop = top;
+    if (!IsEnPassant(best))
+        HashStore(0, alpha, best, best != NO_MOVE ? kExact : kUpperBound, 0);
+    return alpha;
+}

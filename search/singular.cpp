@@ -1,0 +1,57 @@
+// The singular-move test: at half depth, does one move alone keep the score near alpha?
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/movewalk.h"
+#include "search/search.h"
+
+namespace {
+
+// How far below alpha a move may fall and still hold, centipawns.
+constexpr int kSingularMargin = 59;
+
+// Searches the move just made with the null window below the bound.
+inline bool Holds(int alpha, int child) {
+    const int bound = alpha - kSingularMargin;
+    return SearchChild(bound - 1, bound, child, true) >= bound;
+}
+
+}  // namespace
+
+int SingularTest(int alpha, int halfDepth, Move hashMove, bool mateThreat, bool full,
+                 Move& singularMove) {
+    ++NodeCount;
+    --PollCountdown;
+    const int depth = halfDepth + (Ply == 1 && InCheckAt[1] != 0 ? OnePly : 0);
+    const int S = Board.SideToMove;
+    int count = 0;
+    if (hashMove != NO_MOVE) {
+        MakeMove(hashMove);
+        const int delta = ExtendMove(depth, mateThreat, full);
+        const bool holds = Holds(alpha, depth + delta + HashMoveBonus);
+        UnmakeMove();
+        if (StopSearch != 0) return 0;
+        if (holds) {
+            count = 1;
+            singularMove = hashMove;
+        }
+    }
+    const SquareSet exposed = ExposedSquares(S);
+    const int top = MoveStackTop;
+    MoveWalk walk(hashMove);
+    while (const Move m = walk.Next()) {
+        if (!MakeIfLegal(m, S, exposed)) continue;
+        PrefetchHashEntry();
+        const int delta = ExtendMove(depth, mateThreat, full);
+        const bool holds = Holds(alpha, depth + delta);
+        UnmakeMove();
+        if (StopSearch != 0 || (holds && count == 1)) {
+            count = 0;
+            break;
+        }
+        if (!holds) continue;
+        count = 1;
+        singularMove = m;
+    }
+    MoveStackTop = top;
+    return count;
+}

@@ -1,0 +1,124 @@
+// Time management: a budget for each move, and the rules by which the clock stops a
+// search.
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+#include "eval/evaluate.h"
+#include "platform/clock.h"
+#include "search/control.h"
+#include "search/search.h"
+
+int StopSearch;
+Move PendingMove;
+int NewGameRequested;
+int ExitAnalysis;
+int UndoRequested;
+int PonderSearch;
+Move PonderMove;
+int PonderMiss;
+int PonderProbe;
+int EngineClock = -1;
+int MovesPerControl;
+int Increment;
+int PonderAllowed = 1;
+int TimeBudget = kUnlimitedBudget;
+int PollInterval = kLongPollInterval;
+int PollCountdown;
+std::int64_t SearchStartTime;
+
+namespace {
+
+constexpr int kMovesToGo = 110, kLeastMovesToGo = 26;
+constexpr std::int64_t kBudgetCap = 18000000;  // ms; above it no increase applies
+constexpr int kLowScore = 200;                 // below it a move gets a quarter more
+constexpr int kShortBudget = 120;              // ms; below it the clock is read often
+constexpr int kMiddlegameUnits = 14;           // both sides above it: king safety counts
+constexpr int kQuietScore = 320;
+constexpr int kDangerThreshold = 30, kDangerFloor = 85, kDangerDivisor = 70;
+constexpr int kProbeMilliseconds = 1000;
+constexpr int kMillisecondsPerCentisecond = 10;
+constexpr int kIncrementShare = 800;  // ms per second of increment: four fifths
+constexpr int kHalfClock = 5;         // ms per centisecond: half the clock
+constexpr int kHardBudgets = 3;
+
+// A fall of the score since the last move stretches the limit.
+struct ScoreFall {
+    int above, factor;
+};
+constexpr ScoreFall kScoreFalls[] = {{280, 6}, {70, 4}, {20, 2}};
+
+int Narrowed(std::int64_t value) {
+    constexpr std::int64_t kMost = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(value, -kMost, kMost));
+}
+
+// In quarter moves: the engine spends more than an even share early.
+std::int64_t MovesToGo() {
+    const int gamePly = Board.GamePly + ArchivedPlies();
+    if (MovesPerControl == 0) return std::max(kMovesToGo - gamePly, kLeastMovesToGo);
+    const std::int64_t left = MovesPerControl - gamePly / 2 % MovesPerControl;
+    return left * 4 + 2;
+}
+
+bool KingHasSettled(int c) {
+    return Board.CastledKingside[c] != 0 || Board.CastledQueenside[c] != 0 ||
+           (c == WHITE ? Board.WK : Board.BK) != 0;
+}
+
+// More time when the kings have settled, and when one of them is in danger.
+std::int64_t WithKingSafety(std::int64_t budget) {
+    if (Board.Units[WHITE] <= kMiddlegameUnits || Board.Units[BLACK] <= kMiddlegameUnits)
+        return budget;
+    const int e = Evaluated(-kFullWindow, kFullWindow);
+    if (std::abs(e) >= kQuietScore) return budget;
+    if (KingHasSettled(WHITE) && KingHasSettled(BLACK) && budget < kBudgetCap)
+        budget += budget / 3;
+    const int danger = std::max(KingDanger(WHITE), KingDanger(BLACK));
+    if (danger > kDangerThreshold && budget < kBudgetCap)
+        budget +=
+            budget * (std::max(danger, kDangerFloor) - kDangerThreshold) / kDangerDivisor;
+    return budget;
+}
+
+}  // namespace
+
+std::int64_t ElapsedMilliseconds() { return ClockMilliseconds() - SearchStartTime; }
+
+void ComputeTimeBudget() {
+    std::int64_t share = EngineClock / MovesToGo();
+    if (PonderAllowed != 0) share = share * 5 / 2;
+    std::int64_t budget =
+        share * kMillisecondsPerCentisecond + std::int64_t{Increment} * kIncrementShare;
+    if (PreviousScore < kLowScore && budget < kBudgetCap) budget += budget / 4;
+    TimeBudget = Narrowed(HasBothKings() ? WithKingSafety(budget) : budget);
+    PollInterval = TimeBudget < kShortBudget ? kShortPollInterval : kLongPollInterval;
+}
+
+bool CheckClock() {
+    if (PonderSearch != 0 && PonderProbe != 0 &&
+        ElapsedMilliseconds() > kProbeMilliseconds) {
+        StopSearch = 1;
+        PonderProbe = 0;
+        return true;
+    }
+    PollCountdown = PollInterval;
+    if (DepthLimit != kTimedDepthLimit || PonderSearch != 0) return false;
+    const std::int64_t elapsed = ElapsedMilliseconds();
+    const std::int64_t halfClock = std::int64_t{kHalfClock} * EngineClock;
+    if (RootMoveIndex != 0 &&
+        elapsed <= std::min(std::int64_t{kHardBudgets} * TimeBudget, halfClock))
+        return false;
+    std::int64_t limit =
+        std::max(std::int64_t{TimeBudget}, std::int64_t{kIncrementShare} * Increment);
+    const int fall = PreviousScore - RootScore;
+    for (const ScoreFall& step : kScoreFalls)
+        if (fall > step.above) {
+            limit *= step.factor;
+            break;
+        }
+    limit = std::min(limit, halfClock);
+    if (elapsed < limit) return false;
+    StopSearch = 1;
+    return true;
+}
