@@ -7,3 +7,5 @@
 std::int64_t ClockMilliseconds();
 // Calendar time in seconds, for seeding random numbers.
 std::uint32_t CalendarSeconds();
+// User CPU time of this process, seconds.
+double UserSeconds();

@@ -1,0 +1,134 @@
+// Benchmarks: search speed with a node total that every faithful build reproduces, perft,
+// and the time of single operations.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "bench/micro.h"
+#include "bench/positions.h"
+#include "board/fen.h"
+#include "driver/settings.h"
+#include "driver/state.h"
+#include "platform/clock.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/search.h"
+
+namespace {
+
+constexpr char kStart[] = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
+constexpr int kBenchDepth = 10;  // plies of the last iteration, as shown to the user
+
+[[noreturn]] void Fail(const char* message) {
+    std::fprintf(stderr, "veltramox-bench: %s\n", message);
+    std::exit(EXIT_FAILURE);
+}
+
+void SetPosition(const char* fen) {
+    if (!SetFen(fen)) Fail("bad FEN");
+}
+
+// The state of a program just started.
+void FreshState() {
+    FreePawnTable();
+    if (!AllocateTranspositionTable(TranspositionSize) || !AllocatePawnTable(PawnHashSize))
+        Fail("no memory");
+    ClearHistoryAndKillers();
+    ResetMargins();
+    PreviousScore = 0;
+    StopSearch = 0;
+    TimeBudget = kUnlimitedBudget;
+    PollInterval = kLongPollInterval;
+}
+
+void BenchSearch(int depth) {
+    std::int64_t total = 0;
+    double seconds = 0;
+    int number = 0;
+    for (const char* fen : kBenchPositions) {
+        FreshState();
+        SetPosition(fen);
+        const double start = UserSeconds();
+        Search(depth, false);
+        seconds += UserSeconds() - start;
+        total += NodeCount;
+        char text[kMoveTextSize];
+        MoveToText(text, RootMoves[0]);
+        std::printf("%2d %-5s %6d %10lld  %s\n", ++number, text, RootScore,
+                    static_cast<long long>(NodeCount), fen);
+    }
+    std::printf("Nodes: %lld\n", static_cast<long long>(total));
+    std::printf("Speed: %.0f nodes per second of user CPU time (%.2f s)\n",
+                static_cast<double>(total) / seconds, seconds);
+}
+
+// Counts the leaves by the legal generator; the moves above them are made and taken back.
+std::int64_t Perft(int depth, int start) {
+    GenerateLegalMoves(start);
+    const int end = MoveStackTop;
+    if (depth <= 1) return end - start;
+    std::int64_t leaves = 0;
+    for (int i = start; i < end; ++i) {
+        MakeMove(MoveStack[i]);
+        leaves += Perft(depth - 1, end);
+        UnmakeMove();
+    }
+    return leaves;
+}
+
+void BenchPerft(int depth, const char* fen, bool divide) {
+    if (depth < 1 || depth > 20) Fail("perft needs a depth of 1 to 20");
+    SetPosition(fen);
+    const double start = UserSeconds();
+    std::int64_t leaves = 0;
+    GenerateLegalMoves(0);
+    const int end = MoveStackTop;
+    for (int i = 0; i < end; ++i) {
+        MakeMove(MoveStack[i]);
+        const std::int64_t below = depth == 1 ? 1 : Perft(depth - 1, end);
+        UnmakeMove();
+        leaves += below;
+        char text[kMoveTextSize];
+        MoveToText(text, MoveStack[i]);
+        if (divide) std::printf("%s %lld\n", text, static_cast<long long>(below));
+    }
+    const double seconds = UserSeconds() - start;
+    std::printf("Leaves: %lld\n", static_cast<long long>(leaves));
+    std::printf("Speed: %.0f leaves per second of user CPU time (%.2f s)\n",
+                seconds > 0 ? static_cast<double>(leaves) / seconds : 0.0, seconds);
+}
+
+[[noreturn]] void Usage() {
+    std::fprintf(stderr,
+                 "usage: veltramox-bench search [DEPTH]         search speed and node total\n"
+                 "       veltramox-bench perft N [FEN]          leaves at depth N\n"
+                 "       veltramox-bench divide N [FEN]         the same by first move\n"
+                 "       veltramox-bench micro [BENCHMARK FLAGS]  single operations\n");
+    std::exit(EXIT_FAILURE);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) Usage();
+    SetEarlyDefaults();
+    BuildTables();
+    SetLateDefaults();
+    PostThinking = 0;
+    FreshState();
+    const char* mode = argv[1];
+    if (std::strcmp(mode, "search") == 0) {
+        const int depth = argc > 2 ? std::atoi(argv[2]) : kBenchDepth;
+        if (depth < 3 || depth > 98) Fail("search needs a depth of 3 to 98");
+        BenchSearch(depth);
+    } else if ((std::strcmp(mode, "perft") == 0 || std::strcmp(mode, "divide") == 0) &&
+               argc > 2) {
+        BenchPerft(std::atoi(argv[2]), argc > 3 ? argv[3] : kStart,
+                   std::strcmp(mode, "divide") == 0);
+    } else if (std::strcmp(mode, "micro") == 0) {
+        return RunMicroBenchmarks(argc - 1, argv + 1);
+    } else {
+        Usage();
+    }
+    return EXIT_SUCCESS;
+}

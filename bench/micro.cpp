@@ -1,0 +1,109 @@
+#include "bench/micro.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <iterator>
+#include <utility>
+#include <vector>
+
+#include "bench/positions.h"
+#include "board/attacks.h"
+#include "board/fen.h"
+#include "eval/evaluate.h"
+#include "search/search.h"
+
+namespace {
+
+// Each benchmark runs over all positions in turn; a time is for one operation, the set-up
+// of the position left out.
+template <typename Operation>
+void OverPositions(benchmark::State& state, Operation operation) {
+    constexpr int kRepeats = 64;
+    std::size_t next = 0;
+    std::int64_t operations = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        if (!SetFen(kBenchPositions[next])) std::abort();
+        next = (next + 1) % std::size(kBenchPositions);
+        MoveStackTop = 0;
+        state.ResumeTiming();
+        for (int i = 0; i < kRepeats; ++i) operations += operation();
+    }
+    state.SetItemsProcessed(operations);
+}
+
+void MicroEvaluate(benchmark::State& state) {
+    OverPositions(state, [] {
+        benchmark::DoNotOptimize(Evaluated(-kFullWindow, kFullWindow));
+        return 1;
+    });
+}
+
+void MicroGenerateCaptures(benchmark::State& state) {
+    OverPositions(state, [] {
+        MoveStackTop = 0;
+        GenerateCaptures(Board.Occupied[ChangeSide(Board.SideToMove)]);
+        return 1;
+    });
+}
+
+void MicroGenerateQuiet(benchmark::State& state) {
+    OverPositions(state, [] {
+        MoveStackTop = 0;
+        GenerateQuiet();
+        return 1;
+    });
+}
+
+void MicroMakeUnmake(benchmark::State& state) {
+    OverPositions(state, [] {
+        GenerateLegalMoves(0);
+        for (int i = 0; i < MoveStackTop; ++i) {
+            MakeMove(MoveStack[i]);
+            UnmakeMove();
+        }
+        return MoveStackTop;
+    });
+}
+
+// Captures of the position, each exchanged out.
+void MicroStaticExchange(benchmark::State& state) {
+    OverPositions(state, [] {
+        MoveStackTop = 0;
+        GenerateCaptures(Board.Occupied[ChangeSide(Board.SideToMove)]);
+        int exchanges = 0;
+        for (int i = 0; i < MoveStackTop; ++i) {
+            if (!CapturesOrPromotes(MoveStack[i])) continue;
+            benchmark::DoNotOptimize(StaticExchange(To(MoveStack[i]), From(MoveStack[i])));
+            ++exchanges;
+        }
+        return exchanges;
+    });
+}
+
+void MicroIsAttacked(benchmark::State& state) {
+    OverPositions(state, [] {
+        for (int square = 0; square < 64; ++square)
+            benchmark::DoNotOptimize(IsAttacked(square & 1, square));
+        return 64;
+    });
+}
+
+}  // namespace
+
+int RunMicroBenchmarks(int argc, char** argv) {
+    const std::pair<const char*, void (*)(benchmark::State&)> all[] = {
+        {"Evaluate", MicroEvaluate},
+        {"GenerateCaptures", MicroGenerateCaptures},
+        {"GenerateQuiet", MicroGenerateQuiet},
+        {"LegalMovesMakeUnmake", MicroMakeUnmake},
+        {"CapturesStaticExchange", MicroStaticExchange},
+        {"IsAttacked", MicroIsAttacked},
+    };
+    for (const auto& [name, run] : all) benchmark::RegisterBenchmark(name, run);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return EXIT_FAILURE;
+    benchmark::RunSpecifiedBenchmarks();
+    return EXIT_SUCCESS;
+}
