@@ -19,25 +19,29 @@ struct FlushAtExit {
     ~FlushAtExit() { SendOutput(Buffer, Filled); }
 } const AtExit;
 
+// Appends the text if the space left holds it, and tells so.
+bool Append(const char* format, std::va_list arguments) {
+    const std::size_t space = kBufferSize - Filled;
+    const int length = std::vsnprintf(Buffer + Filled, space, format, arguments);
+    if (length < 0 || static_cast<std::size_t>(length) >= space) return false;
+    Filled += static_cast<std::size_t>(length);
+    return true;
+}
+
 }  // namespace
 
+// A text longer than the whole buffer is dropped; none is.
 void Write(const char* format, ...) {
     std::va_list arguments;
-    // First into the space left; when that is too small, again into the emptied buffer,
-    // where only a text longer than the whole of it would be cut.
-    for (int attempt = 0; attempt < 2; attempt++) {
-        const std::size_t space = kBufferSize - Filled;
-        va_start(arguments, format);
-        const int length = std::vsnprintf(Buffer + Filled, space, format, arguments);
-        va_end(arguments);
-        if (length < 0) return;
-        if (static_cast<std::size_t>(length) < space) {
-            Filled += static_cast<std::size_t>(length);
-            return;
-        }
-        if (attempt == 0) FlushOutput();
+    std::va_list again;
+    va_start(arguments, format);
+    va_copy(again, arguments);
+    if (!Append(format, arguments)) {
+        FlushOutput();
+        Append(format, again);
     }
-    Filled = kBufferSize - 1;
+    va_end(again);
+    va_end(arguments);
 }
 
 void FlushOutput() {
