@@ -1,17 +1,16 @@
-// The platform layer for POSIX systems: poll and read on descriptor 0.
+// The platform layer for POSIX systems: poll, read and write on descriptors 0 and 1.
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <chrono>
+#include <climits>
 #include <csignal>
-#include <cstdarg>
-#include <cstdio>
-#include <cstdlib>
+#include <cstddef>
 #include <ctime>
 
-#include "platform/clock.h"
 #include "platform/input.h"
 #include "platform/output.h"
 #include "platform/process.h"
@@ -19,6 +18,7 @@
 namespace {
 
 constexpr int kStandardInput = 0;
+constexpr int kStandardOutput = 1;
 
 volatile std::sig_atomic_t Terminating = 0;
 
@@ -28,60 +28,89 @@ void Handle(int signal, void (*handler)(int)) {
     struct sigaction action = {};
     action.sa_handler = handler;
     sigemptyset(&action.sa_mask);
-    sigaction(signal, &action, nullptr);  // no SA_RESTART: a waiting read must wake up
+    sigaction(signal, &action, nullptr);  // no SA_RESTART: waiting calls must wake up
 }
 
-// Error or hang-up: nobody reads standard output any more.
-[[noreturn]] void EndQuietly() { std::_Exit(EXIT_SUCCESS); }
+// Sleeps until the descriptor is ready or has failed (the caller's read or write tells).
+// Once the program is asked to end it no longer sleeps: false then means "not ready".
+// SIGTERM is held back from before the flag is tested until ppoll sleeps, so there is no
+// instant at which it could arrive unseen.
+bool WaitUntilReady(int descriptor, short events) {
+    constexpr timespec kAtOnce = {0, 0};
+    sigset_t terminate;
+    sigset_t before;
+    sigemptyset(&terminate);
+    sigaddset(&terminate, SIGTERM);
+    sigprocmask(SIG_BLOCK, &terminate, &before);
+    pollfd waiting = {descriptor, events, 0};
+    int ready;
+    do {
+        const timespec* const limit = TerminationRequested() ? &kAtOnce : nullptr;
+        ready = ppoll(&waiting, 1, limit, &before);
+    } while (ready < 0 && errno == EINTR);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    return ready != 0;
+}
+
+bool IsTemporary(int error) {
+    return error == EINTR || error == EAGAIN || error == EWOULDBLOCK;
+}
 
 }  // namespace
 
-void PrepareInput() {}
+// A program started without one of its three standard descriptors would get it for the
+// first file it opens, and read its own book as commands.
+void PrepareInput() {
+    static bool prepared = false;
+    if (prepared) return;
+    prepared = true;
+    for (int descriptor = 0; descriptor <= 2; descriptor++) {
+        if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
+    }
+}
 
-bool InputIsConsole() { return isatty(kStandardInput) != 0; }
+bool InputIsConsole() {
+    PrepareInput();
+    return isatty(kStandardInput) != 0;
+}
 
 int InputWaiting() {
+    PrepareInput();
     if (TerminationRequested()) return 1;
     pollfd descriptor = {kStandardInput, POLLIN, 0};
-    const int ready = poll(&descriptor, 1, 0);
-    if (ready <= 0) return 0;
+    if (poll(&descriptor, 1, 0) <= 0) return 0;
     int bytes = 0;
     if (ioctl(kStandardInput, FIONREAD, &bytes) != 0 || bytes < 1) return 1;
     return bytes;
 }
 
 int ReadInput(char* buffer, int size) {
+    PrepareInput();
     for (;;) {
+        WaitUntilReady(kStandardInput, POLLIN);
         if (TerminationRequested()) return 0;
         const ssize_t got = read(kStandardInput, buffer, static_cast<std::size_t>(size));
         if (got >= 0) return static_cast<int>(got);
-        if (errno == EAGAIN || errno == EWOULDBLOCK) {
-            // A front end that made the pipe non-blocking: wait for it here.
-            pollfd descriptor = {kStandardInput, POLLIN, 0};
-            poll(&descriptor, 1, -1);
-            continue;
-        }
-        if (errno != EINTR) return -1;
+        // Interrupted, or a user of the same descriptor made it non-blocking and was
+        // faster.
+        if (!IsTemporary(errno)) return -1;
     }
 }
 
-std::int64_t ClockMilliseconds() {
-    using namespace std::chrono;
-    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
-std::uint32_t CalendarSeconds() { return static_cast<std::uint32_t>(std::time(nullptr)); }
-
-void Write(const char* format, ...) {
-    std::va_list arguments;
-    va_start(arguments, format);
-    const int written = std::vprintf(format, arguments);
-    va_end(arguments);
-    if (written < 0) EndQuietly();
-}
-
-void FlushOutput() {
-    if (std::fflush(stdout) != 0) EndQuietly();
+bool SendOutput(const char* bytes, std::size_t size) {
+    while (size > 0) {
+        if (!WaitUntilReady(kStandardOutput, POLLOUT)) return false;
+        // A ready pipe takes this much without blocking.
+        const std::size_t part = std::min<std::size_t>(size, PIPE_BUF);
+        const ssize_t sent = write(kStandardOutput, bytes, part);
+        if (sent >= 0) {
+            bytes += sent;
+            size -= static_cast<std::size_t>(sent);
+        } else if (!IsTemporary(errno)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void PrepareSignals() {
