@@ -1,5 +1,5 @@
-// The static evaluation: material, pawns, kings, pieces and endgame knowledge in one fixed
-// sequence of terms with two early exits against the caller's bounds.
+// The static evaluation: material, pawns, kings, pieces and endgame knowledge in one
+// fixed sequence of terms with two early exits against the caller's bounds.
 #pragma once
 
 #include "board/board.h"
@@ -11,13 +11,15 @@ inline constexpr int kFullWindow = 32700;
 extern int RootSide;                 // side to move at the root; written by the search
 extern int Aggressivity, Cowardice;  // percent; written by the settings
 
-// ---- Adaptive margins, centipawns; raised by Evaluate, decayed at each search's start ----
-extern int PositionalMargin;  // largest difference seen between score and material balance
-extern int LazyMargin;        // largest share seen of the terms behind the second lazy exit
-void ResetMargins();          // for a new game
+// ---- Adaptive margins, centipawns; raised by Evaluate, decayed at each search's start
+// ----
+extern int
+    PositionalMargin;   // largest difference seen between score and material balance
+extern int LazyMargin;  // largest share seen of the terms behind the second lazy exit
+void ResetMargins();    // for a new game
 
-// Scores the position for the side to move, in centipawns. On return alpha is the larger of
-// its entry value and the score; a lazy exit that proves the score to be at least beta
+// Scores the position for the side to move, in centipawns. On return alpha is the larger
+// of its entry value and the score; a lazy exit that proves the score to be at least beta
 // stores beta, one that proves it to be at most alpha leaves alpha as it was. Both kings
 // must be on the board.
 void Evaluate(int& alpha, int beta);
@@ -31,8 +33,8 @@ inline int Evaluated(int lower, int upper) {
 // Material difference with corrections for imbalances, centipawns for the side to move.
 int MaterialBalance();
 
-// Attack score of `attacker` on the other king, weighted with that king's defects, plus its
-// shelter penalty, centipawns; by the last evaluation that ran all terms.
+// Attack score of `attacker` on the other king, weighted with that king's defects, plus
+// its shelter penalty, centipawns; by the last evaluation that ran all terms.
 int KingDanger(int attacker);
 
 // The pawn hash table, 2^bits entries; false when there is no memory for it.
