@@ -1,0 +1,139 @@
+#include "eval/evaluate.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "eval/drawish.h"
+#include "eval/endgame.h"
+#include "eval/king.h"
+#include "eval/material.h"
+#include "eval/passers.h"
+#include "eval/pawns.h"
+#include "eval/pieces.h"
+#include "eval/report.h"
+#include "eval/terms.h"
+
+int RootSide = WHITE;
+int Aggressivity = 100, Cowardice = 100;
+int PositionalMargin, LazyMargin;
+
+namespace {
+
+constexpr int kNewPositionalMargin = 280, kNewLazyMargin = 180;
+constexpr int kMaterialMargin = 600;  // of the first lazy exit, centipawns
+constexpr int kMiddlegameUnits = 15;  // of either side; with fewer, the endgame path
+constexpr int kEndingUnits = 10;      // enemy units below which a king comes out
+constexpr int kEndingUnitsQueenless = 15;
+
+bool InEnding(int c) {
+    const int against = Board.Units[ChangeSide(c)];
+    return against < kEndingUnits ||
+           (against < kEndingUnitsQueenless && Board.Queens[ChangeSide(c)] == 0);
+}
+
+// From White's view to the side to move's, and back.
+int ForMover(int score) { return Board.SideToMove == WHITE ? score : -score; }
+
+// True when the recognisers settled the score; alpha then says it.
+bool SettleEnding(const EndingVerdict& verdict, int& alpha, int beta) {
+    switch (verdict.verdict) {
+        case Verdict::None:
+            return false;
+        case Verdict::Draw:
+            alpha = std::max(alpha, 0);
+            return true;
+        case Verdict::Win:
+            alpha = beta;
+            return true;
+        case Verdict::Loss:
+            return true;
+        case Verdict::Score:
+            alpha = std::max(alpha, verdict.score);
+            return true;
+    }
+    return false;
+}
+
+// Little material on a side: recognisers of known endings, then the drive of a king to
+// the edge and the kings' own placement. False when alpha already holds the result.
+bool StartEndgame(Terms& t, int balance, int& score, int& alpha, int beta) {
+    if (Board.MatingFlagsValid == 0) UpdateMatingFlags();
+    if (Board.NoMatingMaterial[WHITE] != 0 && Board.NoMatingMaterial[BLACK] != 0) {
+        alpha = std::max(alpha, 0);
+        return false;
+    }
+    const EndingVerdict verdict = RecogniseEnding();
+    if (SettleEnding(verdict, alpha, beta)) return false;
+    t.ending[WHITE] = InEnding(WHITE);
+    t.ending[BLACK] = InEnding(BLACK);
+    score = balance + ForMover(verdict.bonus) + MatingHelp(t.ending) +
+            KingEndingPlacement(t.ending, balance);
+    return true;
+}
+
+// Both sides strong: the first lazy exit, then castling. False when the exit was taken.
+bool StartMiddlegame(Terms& t, int balance, int& score, int& alpha, int beta) {
+    const int base = ForMover(balance);
+    if (base > beta + kMaterialMargin) {
+        alpha = beta;
+        return false;
+    }
+    if (base < alpha - kMaterialMargin) return false;
+    t.ending[WHITE] = t.ending[BLACK] = false;
+    score = balance + CastlingTerms();
+    return true;
+}
+
+// The terms that Evaluate runs before its second lazy exit, White's view.
+int CheapTerms(Terms& t) {
+    int score = Board.Positional[WHITE] - Board.Positional[BLACK] + TrappedBishops();
+    score += PawnTerms(t);
+    if ((t.passers[WHITE] | t.passers[BLACK]) != 0) score += PasserTerms(t);
+    score += ShelterTerms(t);
+    return score + BishopTerms(t) + QueenAgainstWeakKing(t);
+}
+
+// The rest of the terms, White's view.
+int PieceTerms(Terms& t) {
+    int score = PiecePlacement(t) + AttackTerms(t);
+    if (!t.endgame) score += DevelopmentForWhite();
+    return score;
+}
+
+// The second lazy exit: the rest of the terms cannot bring the score back between the
+// bounds.
+bool IsOutside(int score, int& alpha, int beta) {
+    if (Board.Units[WHITE] + Board.Units[BLACK] == 0) return false;
+    if (score + LazyMargin < alpha) return true;
+    if (score - LazyMargin <= beta) return false;
+    alpha = beta;
+    return true;
+}
+
+}  // namespace
+
+void ResetMargins() {
+    PositionalMargin = kNewPositionalMargin;
+    LazyMargin = kNewLazyMargin;
+}
+
+void Evaluate(int& alpha, int beta) {
+    Terms t;
+    t.endgame =
+        Board.Units[WHITE] < kMiddlegameUnits || Board.Units[BLACK] < kMiddlegameUnits;
+    const int balance = MaterialBalanceForWhite();
+    int start;
+    if (!(t.endgame ? StartEndgame(t, balance, start, alpha, beta)
+                    : StartMiddlegame(t, balance, start, alpha, beta)))
+        return;
+    int score = ForMover(start + CheapTerms(t));
+    if (t.endgame) score = ClampCantWin(score);
+    if (IsOutside(score, alpha, beta)) return;
+    const int lazyBase = score;
+    score += ForMover(PieceTerms(t));
+    if (t.endgame && score != 0) score = ScaleDrawish(score, ForMover(balance));
+    LeaveForReport(t);
+    LazyMargin = std::max(LazyMargin, std::abs(score - lazyBase));
+    PositionalMargin = std::max(PositionalMargin, std::abs(score - ForMover(balance)));
+    alpha = std::max(alpha, score);
+}

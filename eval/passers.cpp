@@ -1,0 +1,3 @@
+#include "eval/passers.h"
+
+int PasserTerms(const Terms&) { return 0; }
