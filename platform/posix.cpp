@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +12,7 @@
 #include <cstddef>
 #include <ctime>
 
+#include "platform/clock.h"
 #include "platform/input.h"
 #include "platform/output.h"
 #include "platform/process.h"
@@ -111,6 +113,13 @@ bool SendOutput(const char* bytes, std::size_t size) {
         }
     }
     return true;
+}
+
+double UserSeconds() {
+    rusage usage = {};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_utime.tv_sec) +
+           static_cast<double>(usage.ru_utime.tv_usec) / 1e6;
 }
 
 void PrepareSignals() {

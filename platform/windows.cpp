@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstddef>
 
+#include "platform/clock.h"
 #include "platform/input.h"
 #include "platform/output.h"
 #include "platform/process.h"
@@ -86,6 +87,13 @@ bool SendOutput(const char* bytes, std::size_t size) {
         size -= static_cast<std::size_t>(sent);
     }
     return true;
+}
+
+double UserSeconds() {
+    FILETIME created, ended, kernel, user;
+    if (GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user) == 0) return 0;
+    const ULARGE_INTEGER ticks = {{user.dwLowDateTime, user.dwHighDateTime}};
+    return static_cast<double>(ticks.QuadPart) / 1e7;  // ticks of 100 ns
 }
 
 void PrepareSignals() {
