@@ -7,6 +7,7 @@
 #include "bench/micro.h"
 #include "bench/positions.h"
 #include "board/fen.h"
+#include "driver/input.h"
 #include "driver/settings.h"
 #include "driver/state.h"
 #include "platform/clock.h"
@@ -115,6 +116,7 @@ int main(int argc, char** argv) {
     BuildTables();
     SetLateDefaults();
     PostThinking = 0;
+    IgnoreInput();
     FreshState();
     const char* mode = argv[1];
     if (std::strcmp(mode, "search") == 0) {

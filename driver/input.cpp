@@ -21,6 +21,7 @@ char PendingInput[kPendingInputSize];
 namespace {
 
 int PendingLength;      // bytes in PendingInput; a NUL follows them
+bool Ignored;           // see IgnoreInput
 bool DroppingLongLine;  // the head of an over-long line was taken, its rest is not wanted
 
 char* PendingLineEnd() {
@@ -93,7 +94,12 @@ char ReadInputCharacter() {
     return c;
 }
 
-bool InputAvailable() { return PendingLineEnd() != nullptr || InputWaiting() != 0; }
+void IgnoreInput() { Ignored = true; }
+
+bool InputAvailable() {
+    if (Ignored) return false;
+    return PendingLineEnd() != nullptr || InputWaiting() != 0;
+}
 
 bool ReadPendingLine(char (&line)[kPendingInputSize]) {
     if (PendingLineEnd() == nullptr) {

@@ -18,3 +18,7 @@ void ReadCommandLine();
 char ReadInputCharacter();
 // The next complete line that has arrived, if any; never waits.
 bool ReadPendingLine(char (&line)[kPendingInputSize]);
+
+// For programs without a front end (benchmarks, tests): the search leaves standard input
+// alone from now on.
+void IgnoreInput();
