@@ -137,7 +137,7 @@ bool QueenCannotStop(int pawn, int blackKing, int whiteKing, bool whiteToMove) {
     return beyond(4, 3) || whiteKing == E4;
 }
 
-// Knight's and centre pawns always lose, so only the other four files matter; the near
+// Knight's and centre pawns always lose, so only the other four files matter; the left
 // half of the board is mirrored onto the h- and f-files.
 bool PawnHoldsQueen(const LonePawn& p) {
     if (Board.Queens[p.defender] == 0) return false;  // three minor pieces
