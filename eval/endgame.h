@@ -1,14 +1,44 @@
+// Endgame knowledge: recognisers that know the result of endings with little material.
 #pragma once
-// What a recogniser of endings says; scores in centipawns for the side to move.
+
+#include "board/board.h"
+#include "eval/endgametables.h"
+
+// What the recognisers say of a position. Win and Loss are the side to move's.
 enum class Verdict { None, Draw, Win, Loss, Score };
+
 struct EndingVerdict {
     Verdict verdict = Verdict::None;
-    int score = 0;
-    int bonus = 0;
+    int score = 0;  // with Score: centipawns, side to move's view
+    int bonus = 0;  // with None: +-300 for a rook that beats a pawn, side to move's view
 };
+
+// [colour]: 1 when the colour cannot win, for it has no mating material, only bishops of
+// one colour, or only rook's pawns whose corner the enemy king holds; else 0. Recomputed
+// by RecogniseEnding unless an earlier recogniser settles the position.
 extern int CantWin[2];
+
+// Runs all recognisers in their order. Both kings must be on the board and
+// MatingFlagsValid be 1.
 EndingVerdict RecogniseEnding();
-bool PawnWinsAlone(int colour, int pawn, int attackerKing, int defenderKing,
-                   bool pawnSideToMove);
-bool PawnWins(int colour, int pawn, int attackerKing, int defenderKing,
-              bool pawnSideToMove);
+
+// A mate or stalemate of a side to move that has a bare king, or blocked pawns besides,
+// at the edge opposite to the enemy king: 0 neither, 1 stalemate, 2 Black wins, 3 White
+// wins.
+int BareKingTest();
+
+// The pawn of the colour, alone with both kings, wins with best play of both sides.
+// Squares as on the board. `PawnWinsAlone` asks for a win in which the pawn runs by
+// itself.
+inline bool PawnWins(int colour, int pawn, int attackerKing, int defenderKing,
+                     bool pawnSideToMove) {
+    const int turn = colour == WHITE ? 0 : 63;
+    return ProbeKPK(KPKTable, pawn ^ turn, pawnSideToMove ? 0 : 1, attackerKing ^ turn,
+                    defenderKing ^ turn) != 0;
+}
+inline bool PawnWinsAlone(int colour, int pawn, int attackerKing, int defenderKing,
+                          bool pawnSideToMove) {
+    const int turn = colour == WHITE ? 0 : 63;
+    return ProbeKPK(KPKTableB, pawn ^ turn, pawnSideToMove ? 0 : 1, attackerKing ^ turn,
+                    defenderKing ^ turn) != 0;
+}
