@@ -1,6 +1,7 @@
 #include "board/generate.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 #include "board/attacks.h"
@@ -453,6 +454,25 @@ bool IsLegalOutOfCheck(Move m, int S, SquareSet pinned) {
     return !IsEnPassant(m) || LeavesKingSafe(m, S);
 }
 
+// ---- Sorting ----
+
+// First entry from `from` on whose score is strictly above `score`; `end` if there is none.
+// Four scores at a time: most passes over a long list find nothing.
+inline int FirstAbove(std::int32_t score, int from, int end) {
+    using Four = std::int32_t __attribute__((vector_size(16)));
+    const Four bar = {score, score, score, score};
+    for (; from + 4 <= end; from += 4) {
+        Four scores;
+        std::memcpy(&scores, MoveScores + from, sizeof scores);
+        const Four above = scores > bar;
+        std::uint64_t halves[2];
+        std::memcpy(halves, &above, sizeof halves);
+        if ((halves[0] | halves[1]) != 0) break;
+    }
+    while (from < end && MoveScores[from] <= score) ++from;
+    return from;
+}
+
 }  // namespace
 
 void GenerateCaptures(SquareSet targets) {
@@ -553,10 +573,11 @@ void GenerateLegalMoves(int start) {
 }
 
 void SelectMove(int first, int end) {
-    for (int j = first + 1; j < end; ++j) {
-        if (MoveScores[j] <= MoveScores[first]) continue;
+    std::int32_t best = MoveScores[first];
+    for (int j = FirstAbove(best, first + 1, end); j < end; j = FirstAbove(best, j + 1, end)) {
         std::swap(MoveScores[first], MoveScores[j]);
         std::swap(MoveStack[first], MoveStack[j]);
+        best = MoveScores[first];
     }
 }
 

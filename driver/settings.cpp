@@ -18,9 +18,12 @@ char EgtbPath[kEgtbPathSize];
 namespace {
 
 constexpr int kPawnEntryBytes = 22;
+constexpr int kMostBits = 48;
 
 void WriteSize(const char* name, int bits, int entryBytes) {
-    const long long bytes = static_cast<long long>(entryBytes) << bits;
+    // A size that no table can have is refused at its allocation, after this report.
+    const bool possible = bits >= 0 && bits <= kMostBits;
+    const long long bytes = possible ? static_cast<long long>(entryBytes) << bits : 0;
     Write("%s=%d (%lld bytes)\n", name, bits, bytes);
 }
 

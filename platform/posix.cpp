@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -10,10 +11,12 @@
 #include <climits>
 #include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <ctime>
 
 #include "platform/clock.h"
 #include "platform/input.h"
+#include "platform/memory.h"
 #include "platform/output.h"
 #include "platform/process.h"
 
@@ -52,6 +55,12 @@ bool WaitUntilReady(int descriptor, short events) {
     } while (ready < 0 && errno == EINTR);
     sigprocmask(SIG_SETMASK, &before, nullptr);
     return ready != 0;
+}
+
+constexpr std::size_t kHugePage = std::size_t{1} << 21;
+
+std::size_t InHugePages(std::size_t bytes) {
+    return (bytes + kHugePage - 1) / kHugePage * kHugePage;
 }
 
 bool IsTemporary(int error) {
@@ -120,6 +129,29 @@ double UserSeconds() {
     getrusage(RUSAGE_SELF, &usage);
     return static_cast<double>(usage.ru_utime.tv_sec) +
            static_cast<double>(usage.ru_utime.tv_usec) / 1e6;
+}
+
+// Fresh pages are zero. Whole huge pages are mapped, and what the alignment leaves over at
+// both ends goes back.
+void* AllocateTable(std::size_t bytes) {
+    const std::size_t size = InHugePages(bytes);
+    if (size < bytes) return nullptr;
+    void* const mapped = mmap(nullptr, size + kHugePage, PROT_READ | PROT_WRITE,
+                              MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED) return nullptr;
+    const auto start = reinterpret_cast<std::uintptr_t>(mapped);
+    const std::size_t before = (kHugePage - start % kHugePage) % kHugePage;
+    char* const table = static_cast<char*>(mapped) + before;
+    if (before > 0) munmap(mapped, before);
+    munmap(table + size, kHugePage - before);
+#ifdef MADV_HUGEPAGE
+    madvise(table, size, MADV_HUGEPAGE);  // only advice: without it all works as well
+#endif
+    return table;
+}
+
+void FreeTable(void* table, std::size_t bytes) {
+    if (table != nullptr) munmap(table, InHugePages(bytes));
 }
 
 void PrepareSignals() {

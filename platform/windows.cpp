@@ -11,6 +11,7 @@
 
 #include "platform/clock.h"
 #include "platform/input.h"
+#include "platform/memory.h"
 #include "platform/output.h"
 #include "platform/process.h"
 
@@ -87,6 +88,14 @@ bool SendOutput(const char* bytes, std::size_t size) {
         size -= static_cast<std::size_t>(sent);
     }
     return true;
+}
+
+void* AllocateTable(std::size_t bytes) {
+    return VirtualAlloc(nullptr, bytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+}
+
+void FreeTable(void* table, std::size_t) {
+    if (table != nullptr) VirtualFree(table, 0, MEM_RELEASE);
 }
 
 double UserSeconds() {

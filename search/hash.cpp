@@ -1,9 +1,9 @@
 #include "search/hash.h"
 
 #include <cstddef>
-#include <cstdlib>
 
 #include "board/generate.h"
+#include "platform/memory.h"
 #include "search/search.h"
 
 std::int16_t TableAge;
@@ -13,6 +13,7 @@ namespace {
 // Spare entries behind the table, which the index never reaches.
 constexpr std::size_t kSpareEntries = 2;
 constexpr int kSlots = 3;
+constexpr int kMostBits = 31;
 
 // Layout of the info word.
 constexpr std::uint32_t kMoveBits = 0x1FFFFF;
@@ -33,6 +34,7 @@ struct HashEntry {
 static_assert(sizeof(HashEntry) == kHashEntryBytes);
 
 HashEntry* Table;
+std::size_t TableBytes;
 std::uint32_t Mask;
 
 // Replacement: the shallowest goes first; entries of this search are worth more than any
@@ -93,10 +95,11 @@ void AdvanceTableAge(int generations) { TableAge = Wrapped(TableAge + generation
 
 bool AllocateTranspositionTable(int bits) {
     FreeTranspositionTable();
+    if (bits < 0 || bits > kMostBits) return false;
     const std::size_t entries = std::size_t{1} << bits;
+    TableBytes = (entries + kSpareEntries) * sizeof(HashEntry);
     // Zeroed memory: every info word says "empty".
-    Table =
-        static_cast<HashEntry*>(std::calloc(entries + kSpareEntries, sizeof(HashEntry)));
+    Table = static_cast<HashEntry*>(AllocateTable(TableBytes));
     if (Table == nullptr) return false;
     Mask = static_cast<std::uint32_t>(entries - 1);
     TableAge = 0;
@@ -104,7 +107,7 @@ bool AllocateTranspositionTable(int bits) {
 }
 
 void FreeTranspositionTable() {
-    std::free(Table);
+    FreeTable(Table, TableBytes);
     Table = nullptr;
 }
 

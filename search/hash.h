@@ -17,7 +17,8 @@ inline constexpr int kHashEntryBytes = 20;
 extern std::int16_t TableAge;
 void AdvanceTableAge(int generations);
 
-// 2^bits entries, all empty; false when there is no memory. Bits 1 to 30.
+// 2^bits entries, all empty; false when there is no memory or the number is
+// not 0 to 31.
 bool AllocateTranspositionTable(int bits);
 void FreeTranspositionTable();
 
