@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "eval/development.h"
 #include "eval/drawish.h"
 #include "eval/endgame.h"
 #include "eval/king.h"
@@ -11,6 +12,7 @@
 #include "eval/pawns.h"
 #include "eval/pieces.h"
 #include "eval/report.h"
+#include "eval/shelter.h"
 #include "eval/terms.h"
 
 int RootSide = WHITE;
@@ -21,15 +23,6 @@ namespace {
 
 constexpr int kNewPositionalMargin = 280, kNewLazyMargin = 180;
 constexpr int kMaterialMargin = 600;  // of the first lazy exit, centipawns
-constexpr int kMiddlegameUnits = 15;  // of either side; with fewer, the endgame path
-constexpr int kEndingUnits = 10;      // enemy units below which a king comes out
-constexpr int kEndingUnitsQueenless = 15;
-
-bool InEnding(int c) {
-    const int against = Board.Units[ChangeSide(c)];
-    return against < kEndingUnits ||
-           (against < kEndingUnitsQueenless && Board.Queens[ChangeSide(c)] == 0);
-}
 
 // From White's view to the side to move's, and back.
 int ForMover(int score) { return Board.SideToMove == WHITE ? score : -score; }
@@ -64,8 +57,8 @@ bool StartEndgame(Terms& t, int balance, int& score, int& alpha, int beta) {
     }
     const EndingVerdict verdict = RecogniseEnding();
     if (SettleEnding(verdict, alpha, beta)) return false;
-    t.ending[WHITE] = InEnding(WHITE);
-    t.ending[BLACK] = InEnding(BLACK);
+    t.ending[WHITE] = IsEnding(WHITE);
+    t.ending[BLACK] = IsEnding(BLACK);
     score = balance + ForMover(verdict.bonus) + MatingHelp(t.ending) +
             KingEndingPlacement(t.ending, balance);
     return true;
@@ -119,8 +112,7 @@ void ResetMargins() {
 
 void Evaluate(int& alpha, int beta) {
     Terms t;
-    t.endgame =
-        Board.Units[WHITE] < kMiddlegameUnits || Board.Units[BLACK] < kMiddlegameUnits;
+    t.endgame = IsEndgame();
     const int balance = MaterialBalanceForWhite();
     int start;
     if (!(t.endgame ? StartEndgame(t, balance, start, alpha, beta)

@@ -1,13 +1,34 @@
 #include "eval/king.h"
 
-int Defended[2];
-int Danger[2];
+#include <algorithm>
+
+#include "eval/evaluate.h"
 
 namespace {
 
 // A side's castling; all doubled while the enemy has a queen.
 constexpr int kCastledKingside = 20, kCastledQueenside = 15;
 constexpr int kKingMoved = -22, kKingRookMoved = -12, kQueenRookMoved = -10;
+
+constexpr int kQueenAgainstWeakKing = 30;
+constexpr int kMuchLessSafe = 4;  // defects more than the other king's, exclusive
+
+constexpr int kFewestUnits = -8, kMostUnits = 119;
+// [attack units + 8]; from 27 units on the last value.
+constexpr int kAttackScore[] = {
+    -25, -25, -20, -20, -15, -15, -10, -5,   // -8 to -1
+    0,   2,   5,   12,  15,  20,  30,  40,   // 0 to 7
+    50,  60,  70,  80,  90,  100, 110, 120,  // 8 to 15
+    125, 125, 130, 130, 135, 135, 140, 145,  // 16 to 23
+    150, 160, 170, 180,                      // 24 to 27
+};
+constexpr int kLastAttackScore = 27;
+constexpr int kLeastFactor = 16, kMostFactor = 32;  // sixteenths
+
+// Defects of the attacked king raise the attack by a sixteenth for every two beyond two.
+constexpr int DefenceFactor(int defects) {
+    return std::clamp(15 + defects / 2, kLeastFactor, kMostFactor);
+}
 
 template <int c>
 int CastlingFor() {
@@ -25,17 +46,32 @@ int CastlingFor() {
     return Board.Queens[1 - c] != 0 ? 2 * score : score;
 }
 
+template <int c>
+int QueenFor(const Terms& t) {
+    constexpr int e = 1 - c;
+    if (Board.Queens[c] == 0 || t.ending[e]) return 0;
+    const bool weaker = t.ending[c] || t.defended[e] > t.defended[c] + kMuchLessSafe;
+    return weaker ? kQueenAgainstWeakKing : 0;
+}
+
+template <int c>
+int AttackFor(Terms& t) {
+    t.danger[c] = std::clamp(t.danger[c], kFewestUnits, kMostUnits);
+    const int weight = RootSide == c ? Aggressivity : Cowardice;
+    return weight * AttackOnKing(t.danger[c], t.defended[1 - c]) / 100;
+}
+
 }  // namespace
 
 int CastlingTerms() { return CastlingFor<WHITE>() - CastlingFor<BLACK>(); }
-int ShelterTerms(Terms& t) {
-    t.defended[WHITE] = t.defended[BLACK] = 0;
-    return 0;
+
+int QueenAgainstWeakKing(const Terms& t) {
+    return QueenFor<WHITE>(t) - QueenFor<BLACK>(t);
 }
-int QueenAgainstWeakKing(const Terms&) { return 0; }
-int AttackTerms(Terms& t) {
-    t.danger[WHITE] = t.danger[BLACK] = 0;
-    return 0;
+
+int AttackTerms(Terms& t) { return AttackFor<WHITE>(t) - AttackFor<BLACK>(t); }
+
+int AttackOnKing(int units, int defects) {
+    const int score = kAttackScore[std::min(units, kLastAttackScore) - kFewestUnits];
+    return score * DefenceFactor(defects) >> 4;
 }
-int KingAttack(int) { return 0; }
-int Shelter(int) { return 0; }

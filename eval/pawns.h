@@ -5,23 +5,40 @@
 
 #include "eval/terms.h"
 
-// What one pawn structure amounts to, as its hash table keeps it. The key takes two bytes
-// a piece so that the entry has no padding.
 struct FileSets {
     std::uint8_t passed;      // files with a passed pawn
-    std::uint8_t candidates;  // files with a pawn that may pass
+    std::uint8_t candidates;  // files with a pawn that may become one
 };
+
+// What one pawn structure amounts to, as the hash table keeps it. The key is held in
+// halves so that no padding makes the entry larger.
 struct PawnEntry {
-    std::uint16_t key[4];        // PawnHash1, then PawnHash2, as they lie in memory
-    std::int16_t score;          // White's view
-    std::uint8_t defects[2][2];  // [colour][0 king side, 1 queen side]
-    FileSets blackSets, whiteSets;
-    std::uint8_t supported;  // bit 0 White, bit 1 Black: a passer has company
-    std::uint8_t flags;      // of the pawn ending
-    std::uint8_t files[2];   // [colour]: files with a pawn
+    std::uint16_t key[4];        // PawnHash1, PawnHash2, as they lie in memory
+    std::int16_t score;          // White's view, centipawns
+    std::uint8_t defects[2][2];  // [colour][0 king side, 1 queen side]: shield defects
+    FileSets sets[2];            // Black's first
+    std::uint8_t supported;      // bit 0 White, bit 1 Black: a passer has company
+    std::uint8_t flags;          // for the pawn ending, see below
+    std::uint8_t files[2];       // [colour]: files with a pawn
+
+    const FileSets& Of(int colour) const { return sets[1 - colour]; }
+    FileSets& Of(int colour) { return sets[1 - colour]; }
 };
 static_assert(sizeof(PawnEntry) == 22);
 
-// Pawn structure with the bonuses that depend on the pieces; fills the pawn fields of the
-// evaluation in progress. Centipawns from White's view.
+// Flags of the pawn ending, [colour].
+inline constexpr int kOutsidePasser[2] = {1,
+                                          4};  // a passer out of the other pawns' reach
+inline constexpr int kOutsidePassers[2] = {2, 8};  // two of them, or one on either wing
+inline constexpr int kWiderSpread[2] = {16,
+                                        32};  // passers farther apart than the other's
+constexpr int EndingFlagsOf(int c) {
+    return kOutsidePasser[c] | kOutsidePassers[c] | kWiderSpread[c];
+}
+
+// ---- Left by the last pass over the pawns ----
+extern int PSValue[2];  // [colour]: placement and structure, centipawns
+
+// Pawn structure with the bonuses that the rest of the board gives it; fills the pawn
+// fields of the evaluation in progress. Centipawns from White's view.
 int PawnTerms(Terms& t);

@@ -1,22 +1,309 @@
 #include "eval/pieces.h"
 
+#include <algorithm>
+
+#include "board/attacks.h"
+#include "eval/pawns.h"
+
 namespace {
 
-constexpr int kTrappedBishop = 160;
+// ---- Values, centipawns ----
+constexpr int kTrappedBishop = 160;   // behind a pawn near the enemy's corner
+constexpr int kBadBishopPawn = 3;     // own pawn on the bishop's colour
+constexpr int kBadBishopBlocked = 2;  // more when it is blocked
+constexpr int kBishopPair[9] = {20, 20, 20, 20, 20, 20, 20, 15, 8};  // [enemy pawns]
+constexpr int kBishopBothWings = 25;  // pawns on both wings, no enemy bishop
+constexpr int kBothWingsUnits = 7;    // own units below it
+constexpr int kFianchetto = 10;
+constexpr int kBackRank = -12;
+constexpr int kOpenFile = 24, kHalfOpenFile = 5;
+// [files without pawns]: in a rook ending 48 centipawns are shared among the open files.
+constexpr int kOpenFileInRookEnding[9] = {24, 24, 24, 16, 12, 9, 8, 6, 6};
+constexpr int kBoxedRook = -20;
+constexpr int kRookOnSeventh = 30, kDoubledOnSeventh = 54, kSeventhExtra = 20;
+constexpr int kQueenOnSeventh = 10;
+constexpr int kKnightWithoutSquares = -70;
+constexpr int kBishopMobility = 3;  // each empty square
+constexpr int kBishopShutIn = -90, kBishopCramped = -35;
+
+// ---- Attack units by distance from the square that attackers aim at ----
+constexpr int kMinorNear[8] = {3, 3, 3, 2, 1, 0, 0, 0};  // knights and bishops
+constexpr int kRookNear[8] = {3, 3, 3, 2, 1, 0, 0, 0};
+constexpr int kQueenNear[8] = {4, 4, 4, 2, 1, 0, 0, 0};
+// By files; the last when an own pawn stands ahead on the file.
+constexpr int kRookFile[8] = {4, 3, 1, 0, 0, 0, 0, 0};
+constexpr int kQueenFile[8] = {5, 5, 3, 0, 0, 0, 0, 0};
+constexpr int kQueenOnFarWing = -8;  // with the centre closed
+constexpr int kFarWingPawns = 5;     // own pawns that close it, at least
+
+// Squares where a minor piece is badly placed or can be caught, eighth rank on top, from
+// White's side.
+// clang-format off
+constexpr int kRim[64] = {
+    5, 5, 2, 1, 1, 2, 5, 5,
+    2, 2, 0, 0, 0, 0, 2, 2,
+    1, 0, 0, 0, 0, 0, 0, 1,
+    1, 0, 0, 0, 0, 0, 0, 1,
+    2, 0, 0, 0, 0, 0, 0, 2,
+    4, 2, 1, 0, 0, 1, 2, 4,
+    5, 4, 3, 3, 3, 3, 4, 5,
+    5, 5, 5, 4, 4, 5, 5, 5,
+};
+constexpr int kOutpost[64] = {
+    0, 0,  0,  0,  0,  0, 0, 0,
+    0, 0,  4,  8,  8,  4, 0, 0,
+    0, 0, 12, 20, 20, 12, 0, 0,
+    0, 0, 12, 16, 16, 12, 0, 0,
+    0, 0,  0,  6,  6,  0, 0, 0,
+    0, 0,  0,  0,  0,  0, 0, 0,
+    0, 0,  0,  0,  0,  0, 0, 0,
+    0, 0,  0,  0,  0,  0, 0, 0,
+};
+// clang-format on
+
+// The tables' first row is the eighth rank.
+template <int c>
+constexpr int TableIndex(int square) {
+    return MirrorRank(Relative<c>(square));
+}
+template <int c>
+constexpr SquareSet At(int square) {
+    return SquareMask(Relative<c>(square));
+}
 
 // A bishop of the colour that took a pawn it should have left alone.
 template <int c>
 bool HasTrappedBishop() {
     constexpr int kTraps[4][2] = {{A7, B6}, {B8, C7}, {G8, F7}, {H7, G6}};
-    constexpr SquareSet kCorners =
-        SquareMask(Relative<c>(A7)) | SquareMask(Relative<c>(B8)) |
-        SquareMask(Relative<c>(G8)) | SquareMask(Relative<c>(H7));
-    if ((Board.Bishops[c] & kCorners) == 0) return false;
+    constexpr SquareSet kSquares = At<c>(A7) | At<c>(B8) | At<c>(G8) | At<c>(H7);
+    if ((Board.Bishops[c] & kSquares) == 0) return false;
     for (const auto& [bishop, pawn] : kTraps)
-        if ((Board.Bishops[c] & SquareMask(Relative<c>(bishop))) != 0 &&
-            (Board.Pawns[1 - c] & SquareMask(Relative<c>(pawn))) != 0)
+        if ((Board.Bishops[c] & At<c>(bishop)) != 0 &&
+            (Board.Pawns[1 - c] & At<c>(pawn)) != 0)
             return true;
     return false;
+}
+
+// ---- Bishops as a group ----
+
+template <int c>
+int BadBishop(SquareSet bishop) {
+    const SquareSet colour = (bishop & LightSquares) != 0 ? LightSquares : DarkSquares;
+    const SquareSet pawns = Board.Pawns[c] & colour;
+    const SquareSet blocked = pawns & Backward<c>(Board.Occupied[1 - c]);
+    return -kBadBishopPawn * PopCount(pawns) - kBadBishopBlocked * PopCount(blocked);
+}
+
+template <int c>
+int BishopOnBothWings() {
+    constexpr int e = 1 - c;
+    if (Board.Units[c] >= kBothWingsUnits || Board.Bishops[e] != 0) return 0;
+    const SquareSet pawns = Board.Pawns[c] | Board.Pawns[e];
+    return (pawns & WingA) != 0 && (pawns & WingH) != 0 ? kBishopBothWings : 0;
+}
+
+// The bishop in front of its castled king, behind the knight's pawn that made room for
+// it.
+template <int c>
+int Fianchetto(const Terms& t) {
+    const int king = Board.KingSquare[c];
+    if ((Board.Bishops[c] & At<c>(G2)) == 0 || t.ending[c]) return 0;
+    if ((Board.Pawns[c] & At<c>(G3)) == 0 || (Board.Kings[c] & WingH) == 0) return 0;
+    return Distance[king][Relative<c>(G2)] == 1 ? kFianchetto : 0;
+}
+
+template <int c>
+int BishopsFor(const Terms& t) {
+    const SquareSet bishops = Board.Bishops[c];
+    if (bishops == 0) return 0;
+    const int number = ExactlyOne(bishops)
+                           ? BadBishop<c>(bishops)
+                           : kBishopPair[std::min(Board.PawnCount[1 - c], 8)];
+    return number + BishopOnBothWings<c>() + Fianchetto<c>(t);
+}
+
+// ---- Rooks and queens ----
+
+// The king is shut in on its back rank by its own pawns.
+template <int c>
+int BackRank() {
+    const SquareSet front = KingAttacks[Board.KingSquare[c]] & RelativeRankSet<c>(1);
+    const bool onBackRank = (Board.Kings[c] & RelativeRankSet<c>(0)) != 0;
+    return onBackRank && (front & ~Board.Pawns[c]) == 0 ? kBackRank : 0;
+}
+
+int OpenFileValue(const PawnEntry& pawns) {
+    if (Board.Units[WHITE] != 5 || Board.Units[BLACK] != 5) return kOpenFile;
+    return kOpenFileInRookEnding[8 - PopCount8[pawns.files[WHITE] | pawns.files[BLACK]]];
+}
+
+// Men or the edge on both sides of the rook.
+bool IsBoxedRook(int square) {
+    constexpr unsigned kEdges = 0x201;  // the squares beyond the a- and h-files
+    const unsigned rank = Board.RankOccupancy[RankOf(square)] * 2u | kEdges;
+    return (rank >> FileOf(square) & 5) == 5;
+}
+
+template <int c>
+int RookOnFile(int file, int openFile) {
+    if (Board.PawnRanks[file][c] != 0) return 0;
+    return Board.PawnRanks[file][1 - c] == 0 ? openFile : kHalfOpenFile;
+}
+
+// Something to attack on the seventh rank, or a king to hold on the eighth.
+template <int c>
+bool SeventhRankCounts() {
+    constexpr int e = 1 - c;
+    return (Board.Kings[e] & RelativeRankSet<e>(0)) != 0 ||
+           (Board.Pawns[e] & SeventhRank[c]) != 0;
+}
+
+template <int c>
+int SeventhRankTerm(const Terms& t) {
+    constexpr int e = 1 - c;
+    const SquareSet majors = Board.Rooks[c] | Board.Queens[c];
+    SquareSet there = majors & SeventhRank[c];
+    if (there == 0 || !SeventhRankCounts<c>()) return 0;
+    const bool extra = (Board.Kings[e] & RelativeRankSet<e>(0)) != 0 &&
+                       t.passers[c] != 0 &&
+                       (Board.Occupied[e] & SeventhRankInner[c]) == 0;
+    int score = 0;
+    while (there != 0) {
+        const int square = TakeLowest(there), rank = RankOf(square);
+        const SquareSet seen =
+            RankAttacks[FileOf(square)][rank][Board.RankOccupancy[rank]];
+        const bool supported = (seen & majors) != 0;
+        if (Board.Piece[square] == QUEEN)
+            score += supported ? kQueenOnSeventh : 0;
+        else
+            score += (supported ? kDoubledOnSeventh : kRookOnSeventh) +
+                     (extra ? kSeventhExtra : 0);
+    }
+    return score;
+}
+
+// The greater of the units by distance and, on a file without own pawns ahead, by files.
+template <int c>
+int MajorUnits(int square, int target, const int (&byFile)[8], const int (&near)[8]) {
+    const bool closed = (FileAhead<c>(square) & Board.Pawns[c]) != 0;
+    const int files = closed ? 7 : FileDistance(square, target);
+    return std::max(byFile[files], near[Distance[target][square]]);
+}
+
+template <int c>
+int RooksFor(Terms& t, int openFile) {
+    int score = 0;
+    for (SquareSet rooks = Board.Rooks[c]; rooks != 0;) {
+        const int square = TakeLowest(rooks);
+        if (IsBoxedRook(square)) score += kBoxedRook;
+        score += RookOnFile<c>(FileOf(square), openFile);
+        t.danger[c] += MajorUnits<c>(square, t.target[1 - c], kRookFile, kRookNear);
+    }
+    return score;
+}
+
+// The queen stands on the wing away from the enemy king and the centre is closed to her.
+template <int c>
+bool IsOnFarWing(int square) {
+    const SquareSet king = Board.Kings[1 - c], queen = SquareMask(square);
+    constexpr SquareSet kCentre =
+        SquareMask(D4) | SquareMask(E4) | SquareMask(D5) | SquareMask(E5);
+    const bool apart = ((queen & WingA) != 0 && (king & WingH) != 0) ||
+                       ((queen & WingH) != 0 && (king & WingA) != 0);
+    return apart && (AllOccupied() & kCentre) != 0 && Board.PawnCount[c] >= kFarWingPawns;
+}
+
+template <int c>
+void GatherQueens(Terms& t) {
+    for (SquareSet queens = Board.Queens[c]; queens != 0;) {
+        const int square = TakeLowest(queens);
+        t.danger[c] += MajorUnits<c>(square, t.target[1 - c], kQueenFile, kQueenNear);
+        if (IsOnFarWing<c>(square)) t.danger[c] += kQueenOnFarWing;
+    }
+}
+
+// ---- Knights and bishops ----
+
+// Own pawns that a man in front keeps where they are.
+template <int c>
+SquareSet BlockedPawns() {
+    return Board.Pawns[c] & Backward<c>(AllOccupied());
+}
+
+// A knight near the edge, by how little use the squares are that it attacks.
+template <int c>
+int KnightOnRim(int square, int rim, const Terms& t) {
+    constexpr int e = 1 - c;
+    const SquareSet attacks = KnightAttacks[square];
+    const SquareSet covered = attacks & t.cover[e], blocked = attacks & t.blockedPawns[c];
+    const int weight = 3 * PopCount(covered) + 2 * PopCount(covered & Board.Pawns[e]) +
+                       PopCount(attacks & Board.Pawns[c]) +
+                       PopCount(attacks & Board.Occupied[c]) + 2 * PopCount(blocked);
+    const bool noSquares = (attacks & ~(covered | blocked | RelativeRankSet<c>(0))) == 0;
+    return -rim * (4 * weight / PopCount(attacks)) +
+           (noSquares ? kKnightWithoutSquares : 0);
+}
+
+// A knight that no enemy pawn can ever drive away, better when pawns defend it or nothing
+// can exchange it.
+template <int c>
+int Outpost(int square, int value) {
+    constexpr int e = 1 - c;
+    const SquareSet chasers = c == WHITE ? AdjacentAbove[square] : AdjacentBelow[square];
+    if ((chasers & Board.Pawns[e]) != 0) return 0;
+    const SquareSet colour =
+        (SquareMask(square) & LightSquares) != 0 ? LightSquares : DarkSquares;
+    const bool bishop = (Board.Bishops[e] & colour) != 0;
+    switch (PopCount(PawnAttacks[e][square] & Board.Pawns[c])) {
+        case 2:
+            return 2 * value;
+        case 1:
+            return value + (bishop ? value / 2 : value);
+        default:
+            return bishop || Board.Knights[e] != 0 ? value : 2 * value;
+    }
+}
+
+template <int c>
+int KnightsFor(Terms& t) {
+    int score = 0;
+    for (SquareSet knights = Board.Knights[c]; knights != 0;) {
+        const int square = TakeLowest(knights), index = TableIndex<c>(square);
+        if (kRim[index] != 0) score += KnightOnRim<c>(square, kRim[index], t);
+        if (kOutpost[index] != 0 && !t.ending[c])
+            score += Outpost<c>(square, kOutpost[index]);
+        t.danger[c] += kMinorNear[Distance[t.target[1 - c]][square]];
+    }
+    return score;
+}
+
+// Near the edge: the bishop's way out is barred or leads only to its own camp.
+template <int c>
+int TrappedOnRim(SquareSet attacks, const Terms& t) {
+    const SquareSet ways =
+        attacks & ~(t.cover[1 - c] | t.blockedPawns[c] | RelativeRankSet<c>(0));
+    if (ways == 0) return kBishopShutIn;
+    return (ways & ~(Board.Pawns[c] | RelativeRankSet<c>(1))) == 0 ? kBishopCramped : 0;
+}
+
+template <int c>
+int BishopsOnBoard(Terms& t) {
+    int score = 0;
+    for (SquareSet bishops = Board.Bishops[c]; bishops != 0;) {
+        const int square = TakeLowest(bishops);
+        const SquareSet attacks = BishopLines(square);
+        score += kBishopMobility * PopCount(attacks & ~AllOccupied());
+        if (kRim[TableIndex<c>(square)] != 0) score += TrappedOnRim<c>(attacks, t);
+        t.danger[c] += kMinorNear[Distance[t.target[1 - c]][square]];
+    }
+    return score;
+}
+
+template <int c>
+int PlacementFor(Terms& t, int openFile) {
+    const int rooks = BackRank<c>() + RooksFor<c>(t, openFile) + SeventhRankTerm<c>(t);
+    GatherQueens<c>(t);
+    return rooks + KnightsFor<c>(t) + BishopsOnBoard<c>(t);
 }
 
 }  // namespace
@@ -25,7 +312,15 @@ int TrappedBishops() {
     return kTrappedBishop * (static_cast<int>(HasTrappedBishop<BLACK>()) -
                              static_cast<int>(HasTrappedBishop<WHITE>()));
 }
-int BishopTerms(const Terms&) { return 0; }
-int PiecePlacement(Terms&) { return 0; }
-int DevelopmentForWhite() { return 0; }
-int Development() { return 0; }
+
+int BishopTerms(const Terms& t) { return BishopsFor<WHITE>(t) - BishopsFor<BLACK>(t); }
+
+int PiecePlacement(Terms& t) {
+    t.danger[WHITE] = t.danger[BLACK] = 0;
+    t.cover[WHITE] = PawnCover<WHITE>(Board.Pawns[WHITE]);
+    t.cover[BLACK] = PawnCover<BLACK>(Board.Pawns[BLACK]);
+    t.blockedPawns[WHITE] = BlockedPawns<WHITE>();
+    t.blockedPawns[BLACK] = BlockedPawns<BLACK>();
+    const int openFile = OpenFileValue(*t.pawns);
+    return PlacementFor<WHITE>(t, openFile) - PlacementFor<BLACK>(t, openFile);
+}

@@ -22,6 +22,21 @@ struct Terms {
     SquareSet blockedPawns[2];  // pawns with a man directly in front
 };
 
+// With less non-pawn material on a side the evaluation takes its endgame path, pawn
+// units.
+inline constexpr int kMiddlegameUnits = 15;
+inline bool IsEndgame() {
+    return Board.Units[WHITE] < kMiddlegameUnits || Board.Units[BLACK] < kMiddlegameUnits;
+}
+
+// The king of the colour is in its ending phase: the enemy is too weak to attack it.
+inline bool IsEnding(int c) {
+    constexpr int kEndingUnits = 10, kEndingUnitsQueenless = 15;
+    const int against = Board.Units[ChangeSide(c)];
+    return against < kEndingUnits ||
+           (against < kEndingUnitsQueenless && Board.Queens[ChangeSide(c)] == 0);
+}
+
 // ---- The board as one colour sees it: ranks count from its own side ----
 template <int c>
 constexpr int Relative(int square) {
