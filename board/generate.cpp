@@ -1,7 +1,6 @@
 #include "board/generate.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <utility>
 
 #include "board/attacks.h"
@@ -456,21 +455,25 @@ bool IsLegalOutOfCheck(Move m, int S, SquareSet pinned) {
 
 // ---- Sorting ----
 
-// First entry from `from` on whose score is strictly above `score`; `end` if there is none.
-// Four scores at a time: most passes over a long list find nothing.
-inline int FirstAbove(std::int32_t score, int from, int end) {
-    using Four = std::int32_t __attribute__((vector_size(16)));
-    const Four bar = {score, score, score, score};
-    for (; from + 4 <= end; from += 4) {
-        Four scores;
-        std::memcpy(&scores, MoveScores + from, sizeof scores);
-        const Four above = scores > bar;
-        std::uint64_t halves[2];
-        std::memcpy(halves, &above, sizeof halves);
-        if ((halves[0] | halves[1]) != 0) break;
-    }
-    while (from < end && MoveScores[from] <= score) ++from;
-    return from;
+// Score above, move below: exchanged as one.
+using ScoredMove = std::int64_t;
+
+inline ScoredMove Load(int i) {
+    return static_cast<ScoredMove>(MoveScores[i]) * (ScoredMove{1} << 32) + MoveStack[i];
+}
+inline void Store(int i, ScoredMove entry) {
+    MoveStack[i] = static_cast<Move>(entry);
+    MoveScores[i] = static_cast<std::int32_t>(entry >> 32);
+}
+
+// What a pass does at each entry: it takes the entry along when its score is strictly above
+// the one carried, and leaves that one there instead. Free of branches.
+inline ScoredMove CarryPast(ScoredMove& carried, ScoredMove entry) {
+    constexpr ScoredMove kMovePart = 0xFFFFFFFF;
+    const ScoredMove before = carried;
+    const bool above = entry > (before | kMovePart);
+    carried = above ? entry : before;
+    return above ? before : entry;
 }
 
 }  // namespace
@@ -572,15 +575,29 @@ void GenerateLegalMoves(int start) {
     MoveStackTop = kept;
 }
 
-void SelectMove(int first, int end) {
-    std::int32_t best = MoveScores[first];
-    for (int j = FirstAbove(best, first + 1, end); j < end; j = FirstAbove(best, j + 1, end)) {
-        std::swap(MoveScores[first], MoveScores[j]);
-        std::swap(MoveStack[first], MoveStack[j]);
-        best = MoveScores[first];
+void SelectMoves(int first, int end) {
+    static_assert(kSelectedAtOnce == 4);
+    if (end - first < kSelectedAtOnce) {
+        for (; first + 1 < end; ++first) {
+            ScoredMove a = Load(first);
+            for (int j = first + 1; j < end; ++j) Store(j, CarryPast(a, Load(j)));
+            Store(first, a);
+        }
+        return;
     }
+    // Each pass follows one entry behind the pass before it.
+    ScoredMove a = Load(first);
+    ScoredMove b = CarryPast(a, Load(first + 1));
+    ScoredMove c = CarryPast(b, CarryPast(a, Load(first + 2)));
+    ScoredMove d = CarryPast(c, CarryPast(b, CarryPast(a, Load(first + 3))));
+    for (int j = first + 4; j < end; ++j)
+        Store(j, CarryPast(d, CarryPast(c, CarryPast(b, CarryPast(a, Load(j))))));
+    Store(first, a);
+    Store(first + 1, b);
+    Store(first + 2, c);
+    Store(first + 3, d);
 }
 
 void SortMoves(int start, int end) {
-    for (int i = start; i + 1 < end; ++i) SelectMove(i, end);
+    for (; start + 1 < end; start += kSelectedAtOnce) SelectMoves(start, end);
 }

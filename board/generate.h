@@ -52,7 +52,7 @@ inline constexpr int kNoMoreStages = 0;
 
 // Appends the next group of moves and says which it is, which is also the argument of the
 // next call; 0 when nothing is left. Captures and quiet moves carry scores: bring the
-// best to the front with SelectMove, or all in order with SortMoves. A position in check
+// best to the front with SelectMoves, or all in order with SortMoves. A position in check
 // gets evasions under the same numbers, unscored and in their final order.
 int GenerateStage(int stage, Move hashMove);
 
@@ -66,9 +66,12 @@ bool GenerateQuiesceCapturesInner(int threshold);
 // position without both kings has none.
 void GenerateLegalMoves(int start);
 
-// One pass of the exchange sort over the entries first..end-1: afterwards entry `first`
-// has the highest score. Passes for first, first + 1, ... make the full sort; the order
-// among equal scores comes from the swaps and must be kept.
-void SelectMove(int first, int end);
+// The exchange sort, strictly-greater exchanges from the left: pass i carries the highest
+// score of the entries i..end-1 to entry i. The order among equal scores comes from the
+// exchanges and must be kept.
+inline constexpr int kSelectedAtOnce = 4;
+// The passes for first, first + 1, ..., kSelectedAtOnce of them: those entries are then in
+// their final order. Doing a pass again changes nothing.
+void SelectMoves(int first, int end);
 // All passes.
 void SortMoves(int start, int end);

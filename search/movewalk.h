@@ -11,6 +11,7 @@ struct MoveWalk {
     bool inCheck;    // evasions come unscored and nothing is put off
     int entryTop;    // where the node's moves begin on the stack
     int index, end;  // what is left of the current group
+    int sorted;          // entries before this one are in their final order
     int stage;       // stage of the current group; 0 at the end and in deferred captures
     int deferredFrom = -1, capturesEnd = 0;  // losing captures put off
     int quietMoves = 0;                      // moves that the quiet stage generated
@@ -33,19 +34,20 @@ inline MoveWalk::MoveWalk(Move hash)
       entryTop(MoveStackTop),
       index(MoveStackTop),
       end(MoveStackTop),
+      sorted(MoveStackTop),
       stage(kFirstStage) {}
 
 // Generates the next group above the current one; after the last, goes back to the losing
 // captures that were put off.
 inline bool MoveWalk::NextGroup() {
     if (stage == kNoMoreStages) return false;
-    index = MoveStackTop;
+    index = sorted = MoveStackTop;
     stage = GenerateStage(stage, hashMove);
     end = MoveStackTop;
     if (stage == kQuietStage) quietMoves = end - index;
     if (stage != kNoMoreStages) return true;
     if (deferredFrom < 0) return false;
-    index = deferredFrom;
+    index = sorted = deferredFrom;
     end = MoveStackTop = capturesEnd;
     return true;
 }
@@ -62,7 +64,10 @@ inline Move MoveWalk::Next() {
             continue;
         }
         if (!inCheck && stage != kKillerStage) {
-            SelectMove(index, end);
+            if (index >= sorted) {
+                SelectMoves(index, end);
+                sorted = index + kSelectedAtOnce;
+            }
             if (stage == kCaptureStage && MoveScores[index] < 0) {
                 deferredFrom = index;
                 capturesEnd = end;
