@@ -466,8 +466,8 @@ inline void Store(int i, ScoredMove entry) {
     MoveScores[i] = static_cast<std::int32_t>(entry >> 32);
 }
 
-// What a pass does at each entry: it takes the entry along when its score is strictly above
-// the one carried, and leaves that one there instead. Free of branches.
+// What a pass does at each entry: it takes the entry along when its score is strictly
+// above the one carried, and leaves that one there instead. Free of branches.
 inline ScoredMove CarryPast(ScoredMove& carried, ScoredMove entry) {
     constexpr ScoredMove kMovePart = 0xFFFFFFFF;
     const ScoredMove before = carried;

@@ -40,8 +40,6 @@ int KingDanger(int attacker);
 // The pawn hash table, 2^bits entries; false when there is no memory for it.
 bool AllocatePawnTable(int bits);
 void FreePawnTable();
-// Asks the processor for the current pawn structure's entry ahead of its use.
-void PrefetchPawnEntry();
 
 // Writes the report of the current position ("evl").
 void WriteEvaluationReport();

@@ -8,6 +8,7 @@
 #include "eval/evaluate.h"
 #include "eval/passers.h"
 #include "eval/shelter.h"
+#include "platform/memory.h"
 
 int PSValue[2];
 
@@ -96,6 +97,7 @@ constexpr int kMobilityPerPawn = 12;
 
 // ---- The hash table ----
 PawnEntry* PawnHashTable = nullptr;
+std::size_t PawnTableBytes = 0;
 std::uint32_t PawnHashMask = 0;
 constexpr int kMaxPawnHashBits = 28;
 constexpr std::size_t kSpareEntries = 2;
@@ -400,18 +402,16 @@ bool AllocatePawnTable(int bits) {
     if (bits < 0 || bits > kMaxPawnHashBits) return false;
     const std::size_t entries = std::size_t{1} << bits;
     // All zero: no structure has the key 0, 0.
-    PawnHashTable =
-        static_cast<PawnEntry*>(std::calloc(entries + kSpareEntries, sizeof(PawnEntry)));
+    PawnTableBytes = (entries + kSpareEntries) * sizeof(PawnEntry);
+    PawnHashTable = static_cast<PawnEntry*>(AllocateTable(PawnTableBytes));
     PawnHashMask = static_cast<std::uint32_t>(entries - 1);
     return PawnHashTable != nullptr;
 }
 
 void FreePawnTable() {
-    std::free(PawnHashTable);
+    FreeTable(PawnHashTable, PawnTableBytes);
     PawnHashTable = nullptr;
 }
-
-void PrefetchPawnEntry() { __builtin_prefetch(&SlotOf(ClassOfKings(IsEndgame()))); }
 
 int PawnTerms(Terms& t) {
     const bool none = (Board.Pawns[WHITE] | Board.Pawns[BLACK]) == 0;

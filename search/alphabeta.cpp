@@ -234,7 +234,6 @@ bool SearchHashMove(Node& node, int& score) {
     const Move m = node.hashMove;
     MakeMove(m);
     PrefetchHashEntry();
-    PrefetchPawnEntry();
     const int child = node.depth + DepthChange(node, m) + HashMoveBonus;
     const int v = SearchChild(node.alpha, node.beta, child, true);
     UnmakeMove();
@@ -326,7 +325,6 @@ bool SearchMoves(Node& node, int& score) {
     while (const Move m = walk.Next()) {
         if (!MakeIfLegal(m, node.S, exposed)) continue;
         PrefetchHashEntry();
-        PrefetchPawnEntry();
         const int delta = DepthChange(node, m);
         const bool pruned = IsFutile(node, m) || FailsReduced(node, m, walk, late, delta);
         const int v = pruned ? 0 : SearchMove(node, node.depth + delta);

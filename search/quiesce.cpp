@@ -32,7 +32,6 @@ int QuiesceCaptures(int alpha, int beta) {
     const int end = MoveStackTop;
     for (int i = top; i < end; ++i) {
         MakeMove(MoveStack[i]);
-        PrefetchPawnEntry();
         const int v = -QuiesceCaptures(-beta, -alpha);
         UnmakeMove();
         if (v <= alpha) continue;
@@ -47,7 +46,6 @@ int QuiesceCaptures(int alpha, int beta) {
 // that makes it.
 int QuiesceChild(Move m, int alpha, int beta) {
     MakeMove(m);
-    PrefetchPawnEntry();
     CountNode();
     int c = Evaluated(-beta, -alpha);
     if (c < -alpha && SearchHasRoom()) {
@@ -58,7 +56,6 @@ int QuiesceChild(Move m, int alpha, int beta) {
             const int end = MoveStackTop;
             for (int i = top; i < end; ++i) {
                 MakeMove(MoveStack[i]);
-                PrefetchPawnEntry();
                 const int r = -QuiesceCaptures(alpha, -c);
                 UnmakeMove();
                 if (r > c) c = r;
