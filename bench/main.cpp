@@ -32,7 +32,8 @@ void SetPosition(const char* fen) {
 // The state of a program just started.
 void FreshState() {
     FreePawnTable();
-    if (!AllocateTranspositionTable(TranspositionSize) || !AllocatePawnTable(PawnHashSize))
+    if (!AllocateTranspositionTable(TranspositionSize) ||
+        !AllocatePawnTable(PawnHashSize))
         Fail("no memory");
     ClearHistoryAndKillers();
     ResetMargins();
@@ -100,11 +101,12 @@ void BenchPerft(int depth, const char* fen, bool divide) {
 }
 
 [[noreturn]] void Usage() {
-    std::fprintf(stderr,
-                 "usage: veltramox-bench search [DEPTH]         search speed and node total\n"
-                 "       veltramox-bench perft N [FEN]          leaves at depth N\n"
-                 "       veltramox-bench divide N [FEN]         the same by first move\n"
-                 "       veltramox-bench micro [BENCHMARK FLAGS]  single operations\n");
+    std::fprintf(
+        stderr,
+        "usage: veltramox-bench search [DEPTH]         search speed and node total\n"
+        "       veltramox-bench perft N [FEN]          leaves at depth N\n"
+        "       veltramox-bench divide N [FEN]         the same by first move\n"
+        "       veltramox-bench micro [BENCHMARK FLAGS]  single operations\n");
     std::exit(EXIT_FAILURE);
 }
 

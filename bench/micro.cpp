@@ -75,7 +75,8 @@ void MicroStaticExchange(benchmark::State& state) {
         int exchanges = 0;
         for (int i = 0; i < MoveStackTop; ++i) {
             if (!CapturesOrPromotes(MoveStack[i])) continue;
-            benchmark::DoNotOptimize(StaticExchange(To(MoveStack[i]), From(MoveStack[i])));
+            benchmark::DoNotOptimize(
+                StaticExchange(To(MoveStack[i]), From(MoveStack[i])));
             ++exchanges;
         }
         return exchanges;

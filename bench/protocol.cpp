@@ -1,0 +1,225 @@
+// Measurements of a whole engine through its pipes: how fast it answers while it thinks,
+// and whether it keeps its clock.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <random>
+#include <vector>
+
+#include "bench/engineprocess.h"
+#include "bench/positions.h"
+#include "board/fen.h"
+#include "board/generate.h"
+#include "driver/input.h"
+#include "driver/settings.h"
+#include "driver/usermove.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/search.h"
+
+namespace {
+
+// Middlegames of the benchmark's list: the engine is asked while it searches them.
+constexpr int kFirstMiddlegame = 8, kMiddlegames = 14;
+constexpr int kPatience = 20000;  // ms to wait for an answer before it counts as lost
+
+double Milliseconds(BenchClock::duration d) {
+    return std::chrono::duration<double, std::milli>(d).count();
+}
+
+void Pause(unsigned long microseconds) { usleep(static_cast<useconds_t>(microseconds)); }
+
+void Report(const char* what, std::vector<double> times) {
+    std::sort(times.begin(), times.end());
+    std::printf("%s: %zu trials, median %.2f ms, worst %.2f ms\n", what, times.size(),
+                times[times.size() / 2], times.back());
+}
+
+// The position as edit commands: placement and side to move.
+std::string EditCommands() {
+    std::string text =
+        Board.SideToMove == WHITE ? "white\nedit\n#\n" : "black\nedit\n#\n";
+    for (int c : {WHITE, BLACK}) {
+        if (c == BLACK) text += "c\n";
+        for (SquareSet men = Board.Occupied[c]; men != 0;) {
+            const int square = TakeLowest(men);
+            text +=
+                {"?KNP?RBQ"[Board.Piece[square]], static_cast<char>('a' + FileOf(square)),
+                 static_cast<char>('1' + RankOf(square)), '\n'};
+        }
+    }
+    return text + ".\n";
+}
+
+double Answer(EngineProcess& engine, const char* command, const char* answer) {
+    const auto start = BenchClock::now();
+    SendText(engine, command);
+    if (WaitForLine(engine, answer, kPatience).empty()) {
+        std::printf("no answer to %s", command);
+        std::exit(EXIT_FAILURE);
+    }
+    return Milliseconds(BenchClock::now() - start);
+}
+
+void Latency(const char* program, int trials) {
+    EngineProcess engine = StartEngine(program);
+    std::mt19937 random(1);
+    std::vector<double> moves, statuses;
+    for (int i = 0; i < trials; ++i) {
+        if (!SetFen(kBenchPositions[kFirstMiddlegame + i % kMiddlegames])) std::abort();
+        SendText(engine, "new\nforce\neasy\nnopost\n" + EditCommands() + "go\n");
+        Pause(50000 + random() % 100000);
+        statuses.push_back(Answer(engine, ".\n", "stat01"));
+        Pause(random() % 20000);
+        moves.push_back(Answer(engine, "?\n", "move"));
+    }
+    StopEngine(engine);
+    Report("\"?\" to \"move\"", moves);
+    Report("\".\" to \"stat01:\"", statuses);
+}
+
+// ---- Games on the clock ----
+
+struct Control {
+    const char* name;
+    const char* level;  // the front end's command
+    int base;           // ms
+    int increment;      // ms
+    int movesPerControl;
+};
+constexpr Control kControls[] = {
+    {"1 s + 10 ms", "level 0 0:01 0.01\n", 1000, 10, 0},
+    {"5 s", "level 0 0:05 0\n", 5000, 0, 0},
+    {"40 moves in 10 s", "level 40 0:10 0\n", 10000, 0, 40},
+};
+constexpr int kMostPlies = 240;
+constexpr int kRandomPlies = 6;    // openings differ
+constexpr int kOpponentDepth = 4;  // plies, exclusive
+
+struct Tally {
+    int games = 0, moves = 0, losses = 0;
+    double worstOverrun = 0;  // ms beyond the clock; 0 when there is none
+    double leastLeft = 1e9;   // ms left on the clock after a move
+};
+
+Move OpponentMove(std::mt19937& random, int ply) {
+    GenerateLegalMoves(0);
+    const int count = MoveStackTop;
+    if (count == 0) return NO_MOVE;
+    if (ply < kRandomPlies) return MoveStack[random() % static_cast<unsigned>(count)];
+    AgeHistoryAndKillers();
+    StopSearch = 0;
+    return Search(kOpponentDepth, false) ? NO_MOVE : RootMoves[0];
+}
+
+// The engine's answer; NO_MOVE when the game is over or it lost on time.
+Move EngineMove(EngineProcess& engine, const Control& control, double& clock, int& played,
+                Tally& tally) {
+    const auto start = BenchClock::now();
+    const std::string line = WaitForLine(engine, "", kPatience);
+    std::string answer = line;
+    while (!answer.empty() && !answer.starts_with("move ") &&
+           answer.find('{') == std::string::npos)
+        answer = WaitForLine(engine, "", kPatience);
+    const double elapsed = Milliseconds(BenchClock::now() - start);
+    if (answer.find('{') != std::string::npos) return NO_MOVE;
+    clock -= elapsed;
+    ++tally.moves;
+    tally.leastLeft = std::min(tally.leastLeft, clock);
+    if (clock < 0 || answer.empty()) {
+        ++tally.losses;
+        tally.worstOverrun = std::max(tally.worstOverrun, -clock);
+        return NO_MOVE;
+    }
+    clock += control.increment;
+    if (control.movesPerControl != 0 && ++played % control.movesPerControl == 0)
+        clock += control.base;
+    const std::string text = answer.substr(5) + "    ";
+    const Move m = ParseCoordinateMove(text.c_str(), text[4]);
+    if (!IsLegalUserMove(m)) {
+        std::printf("illegal: %s\n", answer.c_str());
+        std::exit(EXIT_FAILURE);
+    }
+    return m;
+}
+
+void PlayGame(EngineProcess& engine, const Control& control, int number, Tally& tally) {
+    std::mt19937 random(static_cast<unsigned>(number) + 1);
+    const int engineSide = number & 1;
+    double clock = control.base;
+    int played = 0;
+    SetStartPosition();
+    ClearHistoryAndKillers();
+    SendText(engine, std::string("new\n") + (number & 2 ? "easy\n" : "hard\n") +
+                         "nopost\n" + control.level);
+    for (int ply = 0; ply < kMostPlies; ++ply) {
+        const std::string time =
+            "time " + std::to_string(static_cast<int>(clock / 10)) + "\notim 1000\n";
+        Move m;
+        if (ply % 2 == engineSide) {
+            if (ply == 0) SendText(engine, time + "go\n");
+            m = EngineMove(engine, control, clock, played, tally);
+        } else {
+            m = OpponentMove(random, ply);
+            char text[kMoveTextSize];
+            MoveToText(text, m);
+            if (m != NO_MOVE) SendText(engine, time + text + "\n");
+        }
+        if (m == NO_MOVE) break;
+        PlayGameMove(m);
+    }
+    ++tally.games;
+    // Whatever the engine still had to say comes before the answer to this.
+    SendText(engine, "force\nmvd\n");
+    WaitForLine(engine, "NBP=", kPatience);
+}
+
+void ClockGames(const char* program, int games) {
+    Tally all;
+    for (const Control& control : kControls) {
+        EngineProcess engine = StartEngine(program);
+        Tally tally;
+        for (int i = 0; i < games; ++i) PlayGame(engine, control, i, tally);
+        StopEngine(engine);
+        std::printf(
+            "%s: %d games, %d moves, %d time losses, worst overrun %.1f ms, "
+            "least left %.1f ms\n",
+            control.name, tally.games, tally.moves, tally.losses, tally.worstOverrun,
+            tally.leastLeft);
+        std::fflush(stdout);
+        all.losses += tally.losses;
+    }
+    if (all.losses > 0) std::exit(EXIT_FAILURE);
+}
+
+[[noreturn]] void Usage() {
+    std::fprintf(stderr,
+                 "usage: veltramox-protocol-bench latency ENGINE [TRIALS]\n"
+                 "       veltramox-protocol-bench clock ENGINE [GAMES PER CONTROL]\n");
+    std::exit(EXIT_FAILURE);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 3) Usage();
+    SetEarlyDefaults();
+    BuildTables();
+    SetLateDefaults();
+    IgnoreInput();
+    if (!AllocateTranspositionTable(TranspositionSize) ||
+        !AllocatePawnTable(PawnHashSize))
+        return EXIT_FAILURE;
+    const int count = argc > 3 ? std::atoi(argv[3]) : 0;
+    if (std::strcmp(argv[1], "latency") == 0)
+        Latency(argv[2], count > 0 ? count : 200);
+    else if (std::strcmp(argv[1], "clock") == 0)
+        ClockGames(argv[2], count > 0 ? count : 67);
+    else
+        Usage();
+    return EXIT_SUCCESS;
+}
