@@ -61,12 +61,14 @@ int ExitStatus = -1;             // once it has ended; 128 + n when signal n kil
 std::string Unfinished;          // output after the last line feed
 std::deque<std::string> Unread;  // complete lines that no step has looked at
 
+constexpr std::size_t kMostShown = 200;  // characters of a text in the log
+
 void Record(char direction, const std::string& text) {
     const std::chrono::duration<double> elapsed = Clock::now() - Beginning;
     char time[32];
     std::snprintf(time, sizeof time, "%9.3f %c ", elapsed.count(), direction);
     Log += time;
-    for (const char c : text) {
+    for (const char c : text.substr(0, kMostShown)) {
         if (c >= ' ' && c < 0x7F) {
             Log += c;
         } else {
@@ -74,6 +76,9 @@ void Record(char direction, const std::string& text) {
             std::snprintf(code, sizeof code, "\\x%02X", static_cast<unsigned char>(c));
             Log += code;
         }
+    }
+    if (text.size() > kMostShown) {
+        Log += "... (" + std::to_string(text.size()) + " bytes)";
     }
     Log += '\n';
 }
@@ -353,6 +358,12 @@ void ExpectNever(const Step& step) {
     } while (Clock::now() < deadline && FromChild >= 0);
 }
 
+void SkipUnread(const Step&) {
+    NeedProgram();
+    Listen(Clock::now());
+    Unread.clear();
+}
+
 // Everything sent before has been handled once the castling flags are answered.
 void ReachReady(const Step&) {
     Send("mvd\n", "mvd");
@@ -448,12 +459,13 @@ constexpr struct {
     const char* verb;
     void (*perform)(const Step&);
 } kSteps[] = {
-    {">", SendLine},        {">>", SendRaw},          {"<", ExpectExact},
-    {"<~", ExpectPattern},  {"<*", ExpectEventually}, {"<!", ExpectNever},
-    {"ready", ReachReady},  {"wait", Wait},           {"idle", BeIdle},
-    {"busy", BeBusy},       {"eof", EndInput},        {"deaf", LeaveOutput},
-    {"signal", SendSignal}, {"exit", ExpectExit},     {"file", PlaceFile},
-    {"args", SetArguments}, {"timeout", SetPatience}, {"start", Start},
+    {">", SendLine},       {">>", SendRaw},          {"<", ExpectExact},
+    {"<~", ExpectPattern}, {"<*", ExpectEventually}, {"<!", ExpectNever},
+    {"skip", SkipUnread},  {"ready", ReachReady},    {"wait", Wait},
+    {"idle", BeIdle},      {"busy", BeBusy},         {"eof", EndInput},
+    {"deaf", LeaveOutput}, {"signal", SendSignal},   {"exit", ExpectExit},
+    {"file", PlaceFile},   {"args", SetArguments},   {"timeout", SetPatience},
+    {"start", Start},
 };
 
 void Perform(const Step& step) {
