@@ -123,6 +123,7 @@ void TestQuiescence() {
     if (!HasBothKings()) return;
     Ply = 0;
     MoveStackTop = 0;
+    StopSearch = 0;
     Quiesce(-MateScore, MateScore);
 }
 

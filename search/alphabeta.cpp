@@ -88,16 +88,6 @@ struct Node {
 
 inline int Clamped(int units) { return std::min(units, kUnitsCount - 1); }
 
-// Looks at input and clock; true when the search must stop.
-bool PollPoint() {
-    if (InputAvailable()) {
-        PollCountdown = PollInterval;
-        CheckInput();
-        if (StopSearch != 0) return true;
-    }
-    return CheckClock();
-}
-
 // Draws and won-at-most draws of simple endings, and the depth cut for them. True when
 // the node is settled with `score`.
 inline bool EndgameShortcut(Node& node, int& score) {
@@ -359,6 +349,15 @@ inline int FinishNode(const Node& node) {
 }
 
 }  // namespace
+
+bool PollPoint() {
+    if (InputAvailable()) {
+        PollCountdown = PollInterval;
+        CheckInput();
+        if (StopSearch != 0) return true;
+    }
+    return CheckClock();
+}
 
 int AlphaBeta(int alpha, int beta, int depth, bool nullAllowed) {
     ++NodeCount;

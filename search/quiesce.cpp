@@ -1,6 +1,6 @@
 // The quiescence search: captures and promotions that can still reach alpha, until the
 // material is settled. The entry uses the transposition table and writes its first level
-// out; deeper levels are plain. It neither polls nor knows checks, and an illegal move
+// out; deeper levels are plain. It does not know checks, and an illegal move
 // shows by the possibility of taking the king.
 #include "eval/evaluate.h"
 #include "search/control.h"
@@ -9,9 +9,14 @@
 
 namespace {
 
+// Captures run out after some hundred nodes. In crowded positions that only editing sets
+// up they hardly ever do: after so many nodes without a look at input and clock one is
+// taken, and the search unwinds when it has to stop.
+constexpr int kCrowded = -1000000;
+
 inline void CountNode() {
     ++NodeCount;
-    --PollCountdown;
+    if (--PollCountdown < kCrowded) PollPoint();
 }
 
 // What a capture must gain to bring the material balance plus margin up to alpha.
@@ -22,6 +27,7 @@ inline int GainThreshold(int alpha) {
 
 int QuiesceCaptures(int alpha, int beta) {
     CountNode();
+    if (StopSearch != 0) return alpha;
     Evaluate(alpha, beta);
     if (alpha >= beta || !SearchHasRoom()) return alpha;
     const int top = MoveStackTop;
@@ -34,6 +40,7 @@ int QuiesceCaptures(int alpha, int beta) {
         MakeMove(MoveStack[i]);
         const int v = -QuiesceCaptures(-beta, -alpha);
         UnmakeMove();
+        if (StopSearch != 0) break;
         if (v <= alpha) continue;
         alpha = v;
         if (alpha >= beta) break;
@@ -59,7 +66,7 @@ int QuiesceChild(Move m, int alpha, int beta) {
                 const int r = -QuiesceCaptures(alpha, -c);
                 UnmakeMove();
                 if (r > c) c = r;
-                if (c >= -alpha) break;
+                if (c >= -alpha || StopSearch != 0) break;
             }
         }
         MoveStackTop = top;
@@ -105,6 +112,10 @@ int Quiesce(int alpha, int beta) {
     for (int i = top; i < end; ++i) {
         const Move m = MoveStack[i];
         const int v = QuiesceChild(m, alpha, beta);
+        if (StopSearch != 0) {
+            MoveStackTop = top;
+            return 0;
+        }
         if (v > alpha) {
             alpha = v;
             best = m;

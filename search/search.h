@@ -49,6 +49,8 @@ extern int HashMoveBonus;  // depth units: ceil(60 / RootDepth)
 
 // Fail-soft search of the current position at Ply; depth at least OnePly.
 int AlphaBeta(int alpha, int beta, int depth, bool nullAllowed);
+// Looks at input and clock; true when the search must stop.
+bool PollPoint();
 // Search of captures and promotions only; fail-soft.
 int Quiesce(int alpha, int beta);
 
