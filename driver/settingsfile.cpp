@@ -8,6 +8,7 @@
 #include "driver/settings.h"
 #include "eval/evaluate.h"
 #include "platform/files.h"
+#include "search/control.h"
 
 namespace {
 
@@ -148,4 +149,5 @@ void ReadSettingsFile(const char* name) {
     }
     apply();
     CloseFile(file);
+    if (Pondering == 0) PonderAllowed = 0;
 }

@@ -218,7 +218,9 @@ TEST_F(PositionLearnTest, DamagedFilesAreSurvived) {
         EXPECT_EQ(r.score, -7);
         CloseFile(file);
     }
-    ASSERT_FALSE(OpenLearning(scratch.directory.string().c_str()));
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(OpenLearning(scratch.directory.string().c_str()));
+    EXPECT_NE(testing::internal::GetCapturedStdout(), "");
 }
 
 #ifndef _WIN32

@@ -9,6 +9,7 @@
 #include "driver/settings.h"
 #include "driver/settingsfile.h"
 #include "eval/evaluate.h"
+#include "search/control.h"
 #include "tests/scratch.h"
 
 namespace {
@@ -150,6 +151,15 @@ TEST_F(SettingsFile, WhatIsBeyondTheLineLengthIsTheNextLine) {
     const std::string key = "EGTBPath=";
     EXPECT_EQ(Read(key + std::string(5000, 'x')).path.size(),
               kSettingsLineLength - key.size());
+}
+
+TEST_F(SettingsFile, PonderingOffAlsoWithdrawsThePermission) {
+    PonderAllowed = 1;
+    Read("Pondering=on\n");
+    EXPECT_EQ(PonderAllowed, 1);
+    Read("Pondering=off\n");
+    EXPECT_EQ(PonderAllowed, 0);
+    PonderAllowed = 1;
 }
 
 TEST_F(SettingsFile, LaterLinesWin) {
