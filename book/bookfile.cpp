@@ -50,13 +50,14 @@ bool ReadBookRecord(const BookFile& book, std::uint32_t index, BookRecord& recor
 }
 
 bool FindBookRecord(const BookFile& book, std::int32_t key1, std::int32_t key2,
-                    BookRecord& record) {
+                    BookRecord& record, std::uint32_t* index) {
     std::int64_t low = 0, high = book.nodes;
     while (low < high) {
         const std::int64_t middle = (low + high) / 2;
         if (!ReadBookRecord(book, static_cast<std::uint32_t>(middle), record)) {
             high = middle;  // an index cut off: what is left of it may still hold the key
         } else if (record.key1 == key1 && record.key2 == key2) {
+            if (index != nullptr) *index = static_cast<std::uint32_t>(middle);
             return true;
         } else if (record.key1 > key1 || (record.key1 == key1 && record.key2 > key2)) {
             high = middle;

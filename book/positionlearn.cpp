@@ -1,8 +1,10 @@
 #include "book/positionlearn.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "board/board.h"
+#include "book/epd.h"
 #include "book/learnfile.h"
 #include "driver/settings.h"
 #include "platform/output.h"
@@ -11,7 +13,6 @@ namespace {
 
 constexpr char kLogName[] = "learn.log";
 constexpr int kMaxSuspects = 3;
-constexpr int kPositionTextSize = 128;
 constexpr int kDepthUnits = 60;
 
 // Scores in centipawns: the game confirms the suspects below this...
@@ -35,7 +36,7 @@ struct Suspect {
     std::uint32_t hash1, hash2;
     int depth, oldScore, newScore;
     Move move;
-    char position[kPositionTextSize];
+    char position[kEpdSize];
 };
 
 FileHandle Learning = nullptr;
@@ -45,63 +46,11 @@ int LogLine = 0;
 
 int GameLength() { return Board.GamePly + ArchivedPlies(); }
 
-char* AppendPlacement(char* text) {
-    for (int rank = 7; rank >= 0; --rank) {
-        int empty = 0;
-        for (int file = 0; file < 8; ++file) {
-            const int square = SquareAt(file, rank), code = Board.Piece[square];
-            if (code == EMPTY) {
-                ++empty;
-                continue;
-            }
-            if (empty > 0) *text++ = static_cast<char>('0' + empty);
-            empty = 0;
-            const bool white = (Board.Occupied[WHITE] & SquareMask(square)) != 0;
-            const char letter = PromotionChar[code];
-            *text++ = white ? static_cast<char>(letter - 'a' + 'A') : letter;
-        }
-        if (empty > 0) *text++ = static_cast<char>('0' + empty);
-        if (rank > 0) *text++ = '/';
-    }
-    return text;
-}
-
-char* AppendCastling(char* text) {
-    const char* const start = text;
-    if (Board.WK == 0 && Board.H1 == 0) *text++ = 'K';
-    if (Board.WK == 0 && Board.A1 == 0) *text++ = 'Q';
-    if (Board.BK == 0 && Board.H8 == 0) *text++ = 'k';
-    if (Board.BK == 0 && Board.A8 == 0) *text++ = 'q';
-    if (text == start) *text++ = '-';
-    *text++ = ' ';
-    return text;
-}
-
-// The square behind a pawn that has just made its double step.
-char* AppendEnPassant(char* text) {
-    const Move last = LastMove();
-    if (Moving(last) == PAWN && (From(last) ^ To(last)) == 16) {
-        const int passed = (From(last) + To(last)) / 2;
-        *text++ = static_cast<char>('a' + FileOf(passed));
-        *text++ = static_cast<char>('1' + RankOf(passed));
-    } else {
-        *text++ = '-';
-    }
-    *text++ = ' ';
-    return text;
-}
-
-// The four position fields of EPD and, right behind, the move in four characters.
-void WritePosition(char (&text)[kPositionTextSize], Move move) {
-    char* end = AppendPlacement(text);
-    *end++ = ' ';
-    *end++ = Board.SideToMove == WHITE ? 'w' : 'b';
-    *end++ = ' ';
-    end = AppendEnPassant(AppendCastling(end));
+// The position and, right behind, the move in four characters.
+void WritePosition(char (&text)[kEpdSize], Move move) {
     char moveText[kMoveTextSize];
     MoveToTextWithoutPromotion(moveText, move);
-    for (const char* c = moveText; *c != '\0'; ++c) *end++ = *c;
-    *end = '\0';
+    std::memcpy(WriteEpd(text), moveText, sizeof moveText);
 }
 
 void Log(const Suspect& suspect, bool refresh) {
