@@ -35,3 +35,14 @@ bool AppendText(const char* name, const char* text);
 // Writes a whole file so that the name holds either the old content or the new one at
 // every moment: a file beside it takes its place when complete.
 bool ReplaceFile(const char* name, const void* content, std::size_t size);
+
+// ---- Files as memory ----
+struct FileMapping {
+    std::uint8_t* bytes = nullptr;  // nullptr: nothing is mapped
+    std::size_t size = 0;
+};
+// Maps the first `size` bytes of an existing file, which must have them. What is stored
+// there is in the file at once, also when the program is killed with the next
+// instruction.
+bool MapFile(FileMapping& mapping, const char* name, std::size_t size);
+void UnmapFile(FileMapping& mapping);
