@@ -5,16 +5,20 @@
 #include <vector>
 
 #include "board/tables.h"
+#include "book/statistics.h"
 #include "platform/output.h"
 #include "tools/bookcommands.h"
 #include "tools/learncommands.h"
 #include "tools/randomgames.h"
+#include "tools/statscommands.h"
 
 namespace {
 
 // ---- What the command line says ----
 std::vector<std::string> Files, Lines;
-std::string Output, Fen;
+std::string Output, Fen, Materials;
+std::string StatisticsFile = "Veltramox.set";
+int TopCount = 20;
 BuildOptions Options;
 bool Json = false;
 std::uint32_t GameCount = 0, FirstGame = 0;
@@ -108,6 +112,42 @@ void AddLearn(CLI::App& app) {
     compact->callback([] { Status = CompactLearning(Files[0], Output, Json); });
 }
 
+void AddStatistics(CLI::App& app) {
+    CLI::App* stats = app.add_subcommand("stats", "Results of games by material")
+                          ->require_subcommand(1);
+    const auto addFile = [](CLI::App* command) {
+        command->add_option("--file", StatisticsFile, "The statistics file")
+            ->check(CLI::ExistingFile)
+            ->capture_default_str();
+        AddJson(command);
+    };
+
+    CLI::App* query = stats->add_subcommand("query", "Results of a pair of materials");
+    query
+        ->add_option(
+            "MATERIALS", Materials,
+            "Like \"KRP KR\"; B is any bishop, L one on light, D on dark squares")
+        ->required();
+    addFile(query);
+    query->callback([] { Status = QueryStatistics(StatisticsFile, Materials, Json); });
+
+    CLI::App* top = stats->add_subcommand("top", "The most frequent pairs of materials");
+    top->add_option("--count", TopCount, "How many")
+        ->check(CLI::Range(1, kMaterialPairs))
+        ->capture_default_str();
+    addFile(top);
+    top->callback([] { Status = TopStatistics(StatisticsFile, TopCount, Json); });
+
+    CLI::App* merge = stats->add_subcommand("merge", "Add two statistics files up");
+    merge->add_option("A B", Files, "The two files")
+        ->required()
+        ->expected(2)
+        ->check(CLI::ExistingFile);
+    merge->add_option("-o,--output", Output, "The file to write")->required();
+    AddJson(merge);
+    merge->callback([] { Status = MergeStatistics(Files[0], Files[1], Output, Json); });
+}
+
 void WriteRandomGames() {
     for (std::uint32_t i = FirstGame; i < FirstGame + GameCount; ++i)
         std::fputs(PgnOf(MakeRandomGame(i, LongestGame), i).c_str(), stdout);
@@ -128,11 +168,12 @@ void AddGamesCommand(CLI::App& app) {
 }  // namespace
 
 int main(int count, char** words) {
-    CLI::App app("Tools for Veltramox: opening books and learning files",
+    CLI::App app("Tools for Veltramox: books, learning files, statistics",
                  "veltramox-tool");
     app.require_subcommand(1);
     AddBook(app);
     AddLearn(app);
+    AddStatistics(app);
     AddGamesCommand(app);
     BuildTables();
     try {
