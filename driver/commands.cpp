@@ -7,6 +7,9 @@
 #include <limits>
 
 #include "board/board.h"
+#include "book/book.h"
+#include "book/booklearn.h"
+#include "book/positionlearn.h"
 #include "driver/analysis.h"
 #include "driver/edit.h"
 #include "driver/input.h"
@@ -143,7 +146,10 @@ void Demo() {
 void WriteBookInformation() {
     Write("Current hash1=%d, hash2=%d\n", static_cast<int>(Board.hash1),
           static_cast<int>(Board.hash2));
-    Write("No book loaded...\n");
+    if (BookLoaded != 0)
+        WriteBookMoves();
+    else
+        Write("No book loaded...\n");
     FlushOutput();
 }
 
@@ -184,6 +190,17 @@ constexpr Command kCommands[] = {
     {"bkm", WriteBookInformation},
 };
 
+// A new game right after the engine's move, with the score at zero: the players agreed to
+// a draw. The engine's own last move is taken back, so that the side to move is its own.
+void LearnAbandonedDraw() {
+    const bool searched = RootDepth != 0;
+    if (UseBookLearning == 0 || Book.file == nullptr || BookLearnedThisGame != 0 ||
+        !searched || RootScore != 0 || Board.SideToMove == RootSide || Board.GamePly == 0)
+        return;
+    TakeBackGameMove();
+    LearnBook(kGameDrawn);
+}
+
 bool Matches(const Command& command) {
     if (command.prefix == nullptr)
         return LooksLikeMove(InputLine[0], InputLine[1], InputLine[2], InputLine[3]);
@@ -208,6 +225,8 @@ void SetEngineClock(const char* line) {
 }
 
 void NewGame() {
+    LearnAbandonedDraw();
+    BookLearnedThisGame = 0;
     SetStartPosition();
     MaxDepth = kMaxDepthDefault;
     ForceMode = 0;
@@ -219,6 +238,8 @@ void NewGame() {
 void Quit() {
     FreeTranspositionTable();
     FreePawnTable();
+    if (BookLoaded != 0) CloseBook();
+    if (UseLearning != 0 || UseLearningData != 0) CloseLearning();
     FlushOutput();
     std::exit(EXIT_SUCCESS);
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "board/attacks.h"
+#include "book/booklearn.h"
+#include "driver/settings.h"
 #include "platform/output.h"
 #include "search/hash.h"
 #include "search/outward.h"
@@ -19,6 +21,12 @@ constexpr int kRootScratch = kMaxMoves;
 void WriteResult(const char* line) {
     Write("%s\n", line);
     FlushOutput();
+}
+
+// A drawn game is credited to the book's moves before it is announced; mates are credited
+// when the score shows them coming.
+void LearnDraw() {
+    if (UseBookLearning != 0 && Book.file != nullptr) LearnBook(kGameDrawn);
 }
 
 // A bare king against at most a king.
@@ -104,6 +112,7 @@ bool IsRepetition() {
 
 bool GameOverCheck() {
     if (const char* draw = DrawInPosition()) {
+        LearnDraw();
         WriteResult(draw);
         return true;
     }
@@ -116,10 +125,12 @@ bool GameOverCheck() {
     BuildRootMoves(hashMove);
     const bool hashMoveFirst = hashMove != NO_MOVE && PutFirst(hashMove);
     if (RootMoveCount == 0) {
-        if (inCheck)
+        if (inCheck) {
             WriteResult(S == BLACK ? "1-0 {White mates}" : "0-1 {Black mates}");
-        else
+        } else {
+            LearnDraw();
             WriteResult("1/2-1/2 {Stalemate}");
+        }
         return true;
     }
     if (hashMoveFirst) {

@@ -1,11 +1,17 @@
 #include "driver/startup.h"
 
 #include <cstdlib>
+#include <cstring>
 
 #include "board/tables.h"
+#include "book/book.h"
+#include "book/positionlearn.h"
+#include "book/statistics.h"
 #include "driver/commands.h"
 #include "driver/settings.h"
+#include "driver/settingsfile.h"
 #include "driver/state.h"
+#include "platform/clock.h"
 #include "platform/output.h"
 #include "platform/process.h"
 #include "search/control.h"
@@ -31,10 +37,34 @@ void StartUp() {
     Write("Veltramox v0.16a[lpha]\n");
     BuildTables();
     SetLateDefaults();
+    ReadSettingsFile("Veltramox.ini");
     WriteSettingsReport();
     AllocateTables();
+    SeedRandom(CalendarSeconds());
+    OpenBook("Book.vlx");
+    if (UseLearningData != 0 || UseLearning != 0)
+        LearnedScoresUsed = OpenLearning() && UseLearningData != 0 ? 1 : 0;
     PostThinking = 1;
     EngineClock = -1;
     NewGame();
     FlushOutput();
+}
+
+void RunStatisticsModes(int count, char** arguments) {
+    const auto begins = [&](const char* option) {
+        return std::strncmp(arguments[1], option, std::strlen(option)) == 0;
+    };
+    const bool build = count == 3 && begins("-p");
+    const bool report = count == 2 && begins("-c");
+    if (!build && !report) return;
+    int status = EXIT_SUCCESS;
+    if (OpenStatisticsFile()) {
+        if (build)
+            status = BuildStatistics(arguments[2]);
+        else
+            ReportStatistics();
+        CloseStatisticsFile();
+    }
+    FlushOutput();
+    std::exit(status);
 }

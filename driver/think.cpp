@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "book/book.h"
+#include "book/booklearn.h"
+#include "book/positionlearn.h"
 #include "driver/commands.h"
 #include "driver/settings.h"
 #include "driver/state.h"
@@ -17,12 +20,7 @@ namespace {
 
 // ---- The engine's last moves, oldest first ----
 constexpr int kRemembered = 10;
-struct ComputerMove {
-    std::uint32_t hash1, hash2;  // of the position after the move
-    int score;                   // of the search that chose it
-    int fromBook;
-};
-ComputerMove ComputerMoveHistory[kRemembered];
+OwnMove ComputerMoveHistory[kRemembered];
 
 void RememberMove() {
     // The only move says nothing about the position: the last score stands.
@@ -35,7 +33,7 @@ void RememberMove() {
 }
 
 // The remembered move led to the game's position at that ply, which exists.
-bool LedTo(const ComputerMove& move, int ply) {
+bool LedTo(const OwnMove& move, int ply) {
     if (ply < 0) return false;
     const bool current = ply == Board.GamePly;
     return move.hash1 == (current ? Board.hash1 : Board.Hash1History[ply]) &&
@@ -47,11 +45,28 @@ bool Resigns() {
     int count = 0;
     for (int i = kRemembered - 1, ply = Board.GamePly; i >= 0 && count < ResignTimes;
          --i, ply -= 2) {
-        const ComputerMove& move = ComputerMoveHistory[i];
+        const OwnMove& move = ComputerMoveHistory[i];
         if (!LedTo(move, ply) || move.score >= -ResignValue) break;
         ++count;
     }
     return count >= ResignTimes;
+}
+
+// The score passed the bound at which the game counts as decided: the book's moves in it
+// are credited, once a game.
+void LearnDecidedGame() {
+    if (UseBookLearning == 0 || Book.file == nullptr || BookMovePlayed != 0 ||
+        BookLearnedThisGame != 0 || std::abs(RootScore) <= BookLearningBound)
+        return;
+    LearnBook(RootScore < 0 ? kGameLost : kGameWon);
+}
+
+void LearnFromSearch() {
+    if (UseLearning == 0) return;
+    constexpr int kNewest = kRemembered - 1;
+    LearnPosition(RootScore, RootDepth,
+                  {ComputerMoveHistory[kNewest], ComputerMoveHistory[kNewest - 1],
+                   ComputerMoveHistory[kNewest - 2]});
 }
 
 void ClearRequests() {
@@ -78,6 +93,7 @@ bool PlayBestMove() {
     PreviousScore = RootScore;
     if (BookMovePlayed == 0) FinalThinkingLine();
     if (NewGameRequested != 0) return false;
+    LearnDecidedGame();
     const Move best = RootMoves[0];
     PlayGameMove(best);
     RememberMove();
@@ -85,6 +101,7 @@ bool PlayBestMove() {
     char text[kMoveTextSize];
     MoveToText(text, best);
     Write("move %s\n", text);
+    LearnFromSearch();
     FlushOutput();
     return true;
 }

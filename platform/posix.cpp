@@ -15,6 +15,7 @@
 #include <ctime>
 
 #include "platform/clock.h"
+#include "platform/files.h"
 #include "platform/input.h"
 #include "platform/memory.h"
 #include "platform/output.h"
@@ -161,3 +162,20 @@ void PrepareSignals() {
 }
 
 bool TerminationRequested() { return Terminating != 0; }
+
+bool MapFile(FileMapping& mapping, const char* name, std::size_t size) {
+    UnmapFile(mapping);
+    const int descriptor = open(name, O_RDWR | O_CLOEXEC);
+    if (descriptor < 0) return false;
+    void* const bytes =
+        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
+    close(descriptor);
+    if (bytes == MAP_FAILED) return false;
+    mapping = {static_cast<std::uint8_t*>(bytes), size};
+    return true;
+}
+
+void UnmapFile(FileMapping& mapping) {
+    if (mapping.bytes != nullptr) munmap(mapping.bytes, mapping.size);
+    mapping = FileMapping{};
+}

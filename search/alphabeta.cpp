@@ -157,6 +157,20 @@ inline bool ProbeTable(Node& node, int& score) {
            (hit.boundType == kLowerBound && hit.score >= node.beta);
 }
 
+// A position whose result was stored from an earlier game, searched at least as deep:
+// asked near the root, in the engine's own middlegames.
+inline bool LearnedScore(const Node& node, int& score) {
+    constexpr int kMostGamePly = 120, kLeastUnits = 14, kMostFifty = 70;
+    if (LearnedScoresUsed == 0 || node.S != RootSide ||
+        Ply > std::max(RootDepth / 2, 2) ||
+        Board.GamePly + ArchivedPlies() >= kMostGamePly ||
+        Board.Units[node.S] <= kLeastUnits || Board.Units[node.O] <= kLeastUnits ||
+        Board.FiftyCounter >= kMostFifty)
+        return false;
+    int depth = 0;
+    return LearnLookup(Board.hash1, Board.hash2, score, depth) && node.depth <= depth;
+}
+
 // Not without pieces, where zugzwang rules; with one minor or rook only at small depth.
 inline bool NullMoveAllowed(const Node& node) {
     const int S = node.S, units = Board.Units[S];
@@ -378,6 +392,7 @@ int AlphaBeta(int alpha, int beta, int depth, bool nullAllowed) {
     const bool shallowNull = node.depth <= kNullDeepFrom || Board.Units[node.S] < 9;
     node.nullDepth = node.depth - (shallowNull ? kNullReduction : kNullDeepReduction);
     if (ProbeTable(node, score)) return score;
+    if (LearnedScore(node, score)) return score;
 
     if (nullAllowed && node.nullWorthwhile && NullMoveAllowed(node) &&
         TryNullMove(node, score))

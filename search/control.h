@@ -18,6 +18,9 @@ extern Move PonderMove;   // the predicted move
 extern int PonderMiss;    // the ponder search was ended by anything but that move
 extern int PonderProbe;   // a short search only looks for a move to ponder on
 
+// 1: stored results of positions are consulted; their file is open.
+extern int LearnedScoresUsed;
+
 // ---- Clock, as the front end gave it ----
 extern int EngineClock;      // remaining time in centiseconds; -1: no clock given
 extern int MovesPerControl;  // 0: the whole game

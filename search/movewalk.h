@@ -11,7 +11,7 @@ struct MoveWalk {
     bool inCheck;    // evasions come unscored and nothing is put off
     int entryTop;    // where the node's moves begin on the stack
     int index, end;  // what is left of the current group
-    int sorted;          // entries before this one are in their final order
+    int sorted;      // entries before this one are in their final order
     int stage;       // stage of the current group; 0 at the end and in deferred captures
     int deferredFrom = -1, capturesEnd = 0;  // losing captures put off
     int quietMoves = 0;                      // moves that the quiet stage generated

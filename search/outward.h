@@ -2,6 +2,8 @@
 #pragma once
 
 #include "board/types.h"
+#include "book/book.h"           // BookLoaded, BookMove
+#include "book/positionlearn.h"  // LearnLookup
 
 // ---- driver/input.cpp ----
 // Input waits to be handled; cheap, asked at every poll point.

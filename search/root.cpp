@@ -185,6 +185,24 @@ bool Iterate(int depth) {
     return true;
 }
 
+// Plays by the book, if it knows the position: there is then nothing to search or to
+// ponder on.
+bool TakeBookMove() {
+    Move m = BookMove();
+    if (m == NO_MOVE) return false;
+    EndPondering();
+    const bool lastRank = RankOf(To(m)) == 0 || RankOf(To(m)) == 7;
+    if (Moving(m) == PAWN && lastRank)
+        m = MakeWord(From(m), To(m), PAWN, Captured(m), QUEEN);
+    RootMoves[0] = m;
+    // The choice was not forced: the list counts as one of several moves.
+    MoveStackTop = RootMoveCount = 2;
+    RootScore = 0;
+    BookMovePlayed = 1;
+    RootDepth = 1;
+    return true;
+}
+
 void StoreRoot() {
     if (IsEnPassant(RootMoves[0])) return;
     const int ply = Ply;
@@ -212,9 +230,10 @@ void Deepen() {
 
 }  // namespace
 
-bool Search(int depthLimit, bool /*bookAllowed*/) {
+bool Search(int depthLimit, bool bookAllowed) {
     if (!HasBothKings()) return true;
     PrepareSearch(depthLimit);
+    if (bookAllowed && BookLoaded != 0 && TakeBookMove()) return false;
     ExtFlags[1] = 0;
     if (GameOverCheck()) return true;
     if (RootMoveCount < 2)

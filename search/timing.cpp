@@ -18,6 +18,7 @@ int PonderSearch;
 Move PonderMove;
 int PonderMiss;
 int PonderProbe;
+int LearnedScoresUsed;
 int EngineClock = -1;
 int MovesPerControl;
 int Increment;

@@ -1,0 +1,171 @@
+#include "book/book.h"
+
+#include <algorithm>
+
+#include "board/generate.h"
+#include "driver/settings.h"
+#include "platform/output.h"
+
+int BookLoaded = 0;
+BookFile Book;
+
+namespace {
+
+constexpr std::uint32_t kBlackToMove = 131313131;
+
+std::uint32_t RandomState = 1;
+
+// One of the usable entries, each with the same chance. There is at least one.
+const BookEntry& ChooseAny(const BookList& list, int usable) {
+    int nth = RandomNumber() % usable;
+    for (int i = 0;; ++i)
+        if (!IsRemoved(Book, list.entries[i]) && nth-- == 0) return list.entries[i];
+}
+
+// The entry with the fewest games; among equals the best score, then the first.
+const BookEntry& ChooseLeastPlayed(const BookList& list) {
+    const BookEntry* best = nullptr;
+    for (int i = 0; i < list.count; ++i) {
+        const BookEntry& entry = list.entries[i];
+        if (IsRemoved(Book, entry)) continue;
+        if (best == nullptr || MovePoints(entry) < MovePoints(*best) ||
+            (MovePoints(entry) == MovePoints(*best) &&
+             MoveScore(entry) > MoveScore(*best)))
+            best = &entry;
+    }
+    return *best;
+}
+
+// One of the entries that score within VarietyOfPlay percent of the best.
+const BookEntry& ChooseByScore(const BookList& list) {
+    int best = 0;
+    for (int i = 0; i < list.count; ++i)
+        if (!IsRemoved(Book, list.entries[i]))
+            best = std::max(best, MoveScore(list.entries[i]));
+    const int threshold = best * (100 - VarietyOfPlay) / 100;
+    const BookEntry* kept[kMaxBookEntries];
+    int count = 0;
+    for (int i = 0; i < list.count; ++i)
+        if (!IsRemoved(Book, list.entries[i]) && MoveScore(list.entries[i]) >= threshold)
+            kept[count++] = &list.entries[i];
+    return *kept[RandomNumber() % count];
+}
+
+const BookEntry& Choose(const BookList& list, int usable) {
+    if (Book.version == 0) return ChooseAny(list, usable);
+    if (BookLearningMode != 0) return ChooseLeastPlayed(list);
+    return UseBookWeights != 0 ? ChooseByScore(list) : ChooseAny(list, usable);
+}
+
+// The entry as a move of the current position; NO_MOVE when it is not a legal one.
+Move LegalMoveOf(const BookEntry& entry) {
+    if (entry.from > 63 || entry.to > 63) return NO_MOVE;
+    const int top = MoveStackTop;
+    GenerateLegalMoves(kUserMoveStart);
+    bool legal = false;
+    for (int i = kUserMoveStart; i < MoveStackTop; ++i)
+        legal |= From(MoveStack[i]) == entry.from && To(MoveStack[i]) == entry.to;
+    MoveStackTop = top;
+    if (!legal) return NO_MOVE;
+    return MakeWord(entry.from, entry.to, Board.Piece[entry.from], Board.Piece[entry.to]);
+}
+
+// The four characters of a move; squares beyond the board, in a damaged book, give ranks
+// beyond "8".
+void WriteSquares(const BookEntry& entry) {
+    Write("%c%c%c%c ", 'a' + FileOf(entry.from), '1' + RankOf(entry.from),
+          'a' + FileOf(entry.to), '1' + RankOf(entry.to));
+}
+
+void WriteStatistics(const BookEntry& entry) {
+    const int points = MovePoints(entry);
+    if (Book.version == 0)
+        Write("%d\n", entry.word);
+    else if (entry.word == 0)
+        Write("?\n");
+    else if (IsRemoved(Book, entry))
+        Write("-\n");
+    else
+        Write("%d%% (not less than %d game(s))\n", 100 * PointsFor(entry.word) / points,
+              points / 2);
+}
+
+// Reports a book that can be read only, or only without results.
+void LimitLearning() {
+    if (Book.version == 0) {
+        Write("NG: Book learning not supported for book version 0\n");
+        UseBookLearning = 0;
+        UseBookWeights = 0;
+    } else if (!Book.writable && UseBookLearning != 0) {
+        Write("# The book cannot be written: no book learning\n");
+        UseBookLearning = 0;
+    }
+}
+
+}  // namespace
+
+bool OpenBook(const char* name) {
+    CloseBook();
+    BookHeader header = BookHeader::NoBook;
+    if (!OpenBookFile(Book, name)) {
+        Write("Error opening \"book.vlx\"!\n");
+    } else if ((header = ReadBookHeader(Book)) == BookHeader::NoBook) {
+        Write("Invalid book format\n");
+    } else if (header == BookHeader::BadVersion) {
+        Write("Book version %d not supported\n", static_cast<int>(Book.version));
+    } else {
+        LimitLearning();
+        Write("%d nodes in openings book\n", static_cast<int>(Book.nodes));
+        BookLoaded = 1;
+    }
+    FlushOutput();
+    return BookLoaded != 0;
+}
+
+void CloseBook() {
+    CloseBookFile(Book);
+    BookLoaded = 0;
+}
+
+std::int32_t BookKey1(std::uint32_t hash1, int sideToMove) {
+    return static_cast<std::int32_t>(sideToMove == BLACK ? hash1 ^ kBlackToMove : hash1);
+}
+
+bool ReadPositionList(BookList& list) {
+    BookRecord record;
+    return FindBookRecord(Book, BookKey1(Board.hash1, Board.SideToMove),
+                          static_cast<std::int32_t>(Board.hash2), record) &&
+           ReadBookList(Book, record.list, list);
+}
+
+Move BookMove() {
+    BookList list;
+    if (BookLoaded == 0 || !ReadPositionList(list)) return NO_MOVE;
+    const auto usable =
+        std::count_if(list.entries, list.entries + list.count,
+                      [](const BookEntry& e) { return !IsRemoved(Book, e); });
+    return usable == 0 ? NO_MOVE : LegalMoveOf(Choose(list, static_cast<int>(usable)));
+}
+
+void WriteBookMoves() {
+    BookList list;
+    if (!ReadPositionList(list)) {
+        Write("No moves from current pos in book\n");
+        FlushOutput();
+        return;
+    }
+    Write("%d moves from current pos in book:\n", list.count);
+    FlushOutput();
+    for (int i = 0; i < list.count; ++i) {
+        WriteSquares(list.entries[i]);
+        WriteStatistics(list.entries[i]);
+        FlushOutput();
+    }
+}
+
+void SeedRandom(std::uint32_t seed) { RandomState = seed; }
+
+int RandomNumber() {
+    RandomState = RandomState * 214013u + 2531011u;
+    return static_cast<int>(RandomState >> 16 & 0x7FFF);
+}

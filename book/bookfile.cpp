@@ -1,0 +1,115 @@
+#include "book/bookfile.h"
+
+#include <cstring>
+
+#include "platform/bytes.h"
+
+namespace {
+
+constexpr std::uint32_t kNewestVersion = 1;
+constexpr int kMaxEntrySize = 4;
+
+int EntrySize(const BookFile& book) { return book.version == 0 ? 3 : 4; }
+
+}  // namespace
+
+bool OpenBookFile(BookFile& book, const char* name) {
+    CloseBookFile(book);
+    book.file = OpenFile(name, FileMode::Update);
+    book.writable = book.file != nullptr;
+    if (!book.writable) book.file = OpenFile(name, FileMode::Read);
+    return book.file != nullptr;
+}
+
+void CloseBookFile(BookFile& book) {
+    CloseFile(book.file);
+    book = BookFile{};
+}
+
+BookHeader ReadBookHeader(BookFile& book) {
+    std::uint8_t header[kBookHeaderSize];
+    book.nodes = 0;
+    book.size = FileSize(book.file);
+    if (!ReadAt(book.file, 0, header, sizeof header) ||
+        std::memcmp(header, kBookMagic, kBookMagicSize) != 0)
+        return BookHeader::NoBook;
+    book.version = Get32le(header + kBookVersionAt);
+    if (book.version > kNewestVersion) return BookHeader::BadVersion;
+    book.nodes = Get32le(header + kBookNodesAt);
+    return BookHeader::Good;
+}
+
+bool ReadBookRecord(const BookFile& book, std::uint32_t index, BookRecord& record) {
+    std::uint8_t bytes[kBookRecordSize];
+    const std::int64_t offset = kBookHeaderSize + std::int64_t{kBookRecordSize} * index;
+    if (!ReadAt(book.file, offset, bytes, sizeof bytes)) return false;
+    record.key1 = static_cast<std::int32_t>(Get32le(bytes));
+    record.key2 = static_cast<std::int32_t>(Get32le(bytes + 4));
+    record.list = Get32le(bytes + 8);
+    return true;
+}
+
+bool FindBookRecord(const BookFile& book, std::int32_t key1, std::int32_t key2,
+                    BookRecord& record, std::uint32_t* index) {
+    std::int64_t low = 0, high = book.nodes;
+    while (low < high) {
+        const std::int64_t middle = (low + high) / 2;
+        if (!ReadBookRecord(book, static_cast<std::uint32_t>(middle), record)) {
+            high = middle;  // an index cut off: what is left of it may still hold the key
+        } else if (record.key1 == key1 && record.key2 == key2) {
+            if (index != nullptr) *index = static_cast<std::uint32_t>(middle);
+            return true;
+        } else if (record.key1 > key1 || (record.key1 == key1 && record.key2 > key2)) {
+            high = middle;
+        } else {
+            low = middle + 1;
+        }
+    }
+    return false;
+}
+
+std::int64_t BookListsAt(const BookFile& book) {
+    return kBookHeaderSize + std::int64_t{kBookRecordSize} * book.nodes;
+}
+
+bool ReadBookList(const BookFile& book, std::int64_t offset, BookList& list) {
+    std::uint8_t count, bytes[kMaxBookEntries * kMaxEntrySize];
+    if (offset < BookListsAt(book) || !ReadAt(book.file, offset, &count, 1)) return false;
+    const int size = EntrySize(book);
+    if (count > 0 &&
+        !ReadAt(book.file, offset + 1, bytes, static_cast<std::size_t>(count * size)))
+        return false;
+    list.offset = offset;
+    list.count = count;
+    for (int i = 0; i < count; ++i) {
+        const std::uint8_t* entry = bytes + i * size;
+        const std::uint16_t word = book.version == 0 ? entry[2] : Get16le(entry + 2);
+        list.entries[i] = {entry[0], entry[1], word};
+    }
+    return true;
+}
+
+bool WriteBookList(const BookFile& book, const BookList& list) {
+    std::uint8_t bytes[kMaxBookEntries * kMaxEntrySize];
+    for (int i = 0; i < list.count; ++i) {
+        std::uint8_t* entry = bytes + i * kMaxEntrySize;
+        entry[0] = list.entries[i].from;
+        entry[1] = list.entries[i].to;
+        Put16le(entry + 2, list.entries[i].word);
+    }
+    return book.writable && WriteAt(book.file, list.offset + 1, bytes,
+                                    static_cast<std::size_t>(list.count * kMaxEntrySize));
+}
+
+bool IsRemoved(const BookFile& book, const BookEntry& entry) {
+    return entry.word == (book.version == 0 ? kRemovedFlag : kRemovedWord);
+}
+
+int MoveScore(const BookEntry& entry) {
+    const int points = MovePoints(entry);
+    return points == 0 ? 500 : 1000 * PointsFor(entry.word) / points;
+}
+
+int MovePoints(const BookEntry& entry) {
+    return PointsFor(entry.word) + PointsAgainst(entry.word);
+}

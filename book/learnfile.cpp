@@ -1,0 +1,107 @@
+#include "book/learnfile.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "platform/bytes.h"
+
+namespace {
+
+constexpr std::uint32_t kLinkInRecord = 20;
+constexpr std::uint32_t kBucketMask = kLearnBuckets - 1;
+
+std::uint32_t BucketAt(std::uint32_t bucket) { return kLearnMagicSize + 4 * bucket; }
+
+// Writes what is missing of the header and the empty buckets.
+bool Complete(FileHandle file) {
+    const std::int64_t size = FileSize(file);
+    if (size >= kLearnRecordsAt) return true;
+    if (size < 0) return false;
+    std::vector<char> empty(kLearnRecordsAt, '\0');
+    std::copy_n(kLearnMagic, kLearnMagicSize, empty.begin());
+    return WriteAt(file, size, empty.data() + size,
+                   kLearnRecordsAt - static_cast<std::size_t>(size));
+}
+
+bool WriteLink(FileHandle file, std::uint32_t at, std::uint32_t record) {
+    std::uint8_t bytes[4];
+    Put32le(bytes, record);
+    return WriteAt(file, at, bytes, sizeof bytes);
+}
+
+}  // namespace
+
+FileHandle OpenLearnFile(const char* name) {
+    FileHandle file = OpenFile(name, FileMode::Update);
+    if (file == nullptr) {
+        // Only a file that does not exist is created.
+        FileHandle existing = OpenFile(name, FileMode::Read);
+        if (existing == nullptr) file = OpenFile(name, FileMode::Create);
+        CloseFile(existing);
+    }
+    if (file != nullptr && !Complete(file)) CloseFile(file);
+    return file;
+}
+
+std::uint32_t ReadBucket(FileHandle file, std::uint32_t bucket) {
+    std::uint8_t bytes[4];
+    return ReadAt(file, BucketAt(bucket), bytes, sizeof bytes) ? Get32le(bytes) : 0;
+}
+
+bool ReadLearnRecord(FileHandle file, std::uint32_t offset, LearnRecord& record) {
+    std::uint8_t bytes[kLearnRecordSize];
+    if (offset < kLearnRecordsAt || !ReadAt(file, offset, bytes, sizeof bytes))
+        return false;
+    record.depth = static_cast<std::int32_t>(Get32le(bytes));
+    record.score = static_cast<std::int32_t>(Get32le(bytes + 4));
+    record.move = Get32le(bytes + 8);
+    record.hash1 = Get32le(bytes + 12);
+    record.hash2 = Get32le(bytes + 16);
+    record.next = Get32le(bytes + kLinkInRecord);
+    return true;
+}
+
+LearnPlace FindLearnRecord(FileHandle file, std::uint32_t hash1, std::uint32_t hash2,
+                           LearnRecord& record) {
+    const std::uint32_t bucket = hash1 & kBucketMask;
+    LearnPlace place{0, BucketAt(bucket)};
+    std::uint32_t next = ReadBucket(file, bucket), lowest = kLearnRecordsAt;
+    for (int steps = 0; steps < kMaxChain; ++steps) {
+        if (next < lowest || !ReadLearnRecord(file, next, record) ||
+            (record.hash1 & kBucketMask) != bucket)
+            return place;
+        if (record.hash1 == hash1 && record.hash2 == hash2) {
+            place.record = next;
+            return place;
+        }
+        place.link = next + kLinkInRecord;
+        lowest = next + kLearnRecordSize;
+        next = record.next;
+    }
+    return {};
+}
+
+bool WriteLearnRecord(FileHandle file, const LearnPlace& place,
+                      const LearnRecord& record) {
+    std::uint8_t bytes[kLearnRecordSize];
+    PackLearnRecord(record, bytes);
+    if (place.record != 0) return WriteAt(file, place.record, bytes, kLinkInRecord);
+    const std::int64_t end = FileSize(file);
+    if (place.link == 0 || end < kLearnRecordsAt ||
+        end > std::numeric_limits<std::uint32_t>::max() - kLearnRecordSize)
+        return false;
+    Put32le(bytes + kLinkInRecord, 0);
+    return WriteAt(file, end, bytes, sizeof bytes) &&
+           WriteLink(file, place.link, static_cast<std::uint32_t>(end));
+}
+
+void PackLearnRecord(const LearnRecord& record, std::uint8_t* bytes) {
+    Put32le(bytes, static_cast<std::uint32_t>(record.depth));
+    Put32le(bytes + 4, static_cast<std::uint32_t>(record.score));
+    Put32le(bytes + 8, record.move);
+    Put32le(bytes + 12, record.hash1);
+    Put32le(bytes + 16, record.hash2);
+    Put32le(bytes + kLinkInRecord, record.next);
+}

@@ -1,0 +1,66 @@
+// Games from PGN text, read as a stream in memory that does not depend on the file's
+// size. A game begins with its tags. Its moves are resolved on the board, one at a time,
+// as the caller plays them:
+//
+//   while (NextPgnGame(pgn)) {
+//       SetStartPosition();
+//       for (Move m; NextPgnMove(pgn, m) == PgnStatus::Found;) PlayPgnMove(m);
+//   }
+//
+// Read over wherever they stand: comments in braces, nested, and after semicolons;
+// variations in parentheses, nested; move numbers, results, annotation signs and numbers;
+// characters that belong to nothing.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "board/board.h"
+#include "platform/files.h"
+
+inline constexpr int kPgnNoResult = 0;
+inline constexpr int kPgnWhiteWon = 1;
+inline constexpr int kPgnBlackWon = 2;
+inline constexpr int kPgnDrawn = 3;
+
+// A move token of this many characters is too long to be a move.
+inline constexpr int kPgnTokenLimit = 15;
+inline constexpr std::size_t kPgnBufferSize = 1 << 16;
+
+struct PgnReader {
+    FileHandle file = nullptr;
+    // ---- The game being read ----
+    int result = kPgnNoResult;  // by its tag
+    bool hasFen = false;        // it says that it does not begin at the start position
+    // ---- The last token read ----
+    char token[kPgnTokenLimit + 1] = {};  // without ":", "x" and "="
+    int matches = 0;                      // legal moves that agree with it
+    // ---- Private to the reader ----
+    bool inGame = false;    // among the moves
+    bool gameLost = false;  // a move could not be told: the rest is skipped
+    bool fileEnd = false;
+    std::uint64_t bytesBefore = 0;  // read before the buffer's first byte
+    const char *at = nullptr, *end = nullptr;
+    char buffer[kPgnBufferSize + 1] = {};  // a NUL stands at `end`
+};
+
+enum class PgnStatus {
+    Found,         // the next move of the game
+    GameEnd,       // another game follows
+    FileEnd,       // the file ends, and the game with it
+    Unrecognised,  // no legal move agrees with the token, or
+    Ambiguous,     // several do; after either the rest of the game is skipped
+    TooLong,       // a token of kPgnTokenLimit characters
+};
+
+bool OpenPgn(PgnReader& pgn, const char* name);
+void ClosePgn(PgnReader& pgn);
+// Goes on to the next game, whatever is left of this one, and reads its tags; false when
+// the file has no more.
+bool NextPgnGame(PgnReader& pgn);
+// The board must stand where the moves delivered so far have led.
+PgnStatus NextPgnMove(PgnReader& pgn, Move& move);
+// Makes a move of a game that is only read forwards: the history stack never fills up.
+void PlayPgnMove(Move move);
+// Bytes of the file that have been read over.
+std::uint64_t PgnPosition(const PgnReader& pgn);

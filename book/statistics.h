@@ -1,0 +1,46 @@
+// Results of games by material: for every pair of material signatures, how often the side
+// to move won, lost and drew. The counters live in a file that is mapped into memory, so
+// what has been counted is in the file at once.
+//
+//   The file: 648 x 648 x 3 counters of 16 bits, most significant byte first, no header.
+//   The counters of pair i = 648 x (signature of the side to move) + (signature of the
+//   other side) stand at 6 i: draws, wins, losses of the side to move.
+#pragma once
+
+#include <cstdint>
+
+inline constexpr int kSignatures = 648;
+inline constexpr int kMaterialPairs = kSignatures * kSignatures;
+inline constexpr std::size_t kStatisticsSize = kMaterialPairs * 3 * 2;
+
+inline constexpr int kStatisticsDraw = 0;
+inline constexpr int kStatisticsWin = 1;
+inline constexpr int kStatisticsLoss = 2;
+
+// The signature of a side's material, 0 to 647: 72 a pawn, 36 for a bishop on light
+// squares, 18 for one on dark squares, 6 a knight, 2 a rook, 1 for a queen. -1 when it
+// has more than two knights or rooks or more than one of the others.
+int MaterialSignature(int colour);
+
+// Opens the file, creating it and completing one that is too short. False, with a line on
+// standard output, when that fails.
+bool OpenStatisticsFile(const char* name = "Veltramox.set");
+void CloseStatisticsFile();
+
+// Adds one result, 0 to 2. A counter that reaches 65535 takes its pair's three to two
+// thirds.
+void CountResult(int pair, int result);
+std::uint16_t ReadCounter(int pair, int result);
+
+// Counts all games of a PGN file, and reports on standard output. The exit status: 0, or
+// 2 when a token is too long to be a move and the reading has stopped there.
+int BuildStatistics(const char* pgnName);
+// Appends a line with the results for the material on the board to the report.
+void ReportStatistics(const char* reportName = "out.vlx");
+
+// Totals of a pair of materials from the first side's view, whoever is to move; 0 when a
+// signature is -1.
+struct MaterialResults {
+    int draws = 0, wins = 0, losses = 0;
+};
+MaterialResults ResultsOf(int signature, int otherSignature);

@@ -1,0 +1,74 @@
+#include "platform/files.h"
+
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+namespace {
+
+// Offsets are 64 bits wide on every system; the C library's own seek is not.
+bool Seek(FileHandle file, std::int64_t offset, int origin) {
+#ifdef _WIN32
+    return _fseeki64(file, offset, origin) == 0;
+#else
+    return fseeko(file, static_cast<off_t>(offset), origin) == 0;
+#endif
+}
+
+std::int64_t Tell(FileHandle file) {
+#ifdef _WIN32
+    return _ftelli64(file);
+#else
+    return ftello(file);
+#endif
+}
+
+}  // namespace
+
+FileHandle OpenFile(const char* name, FileMode mode) {
+    const char* const modes[] = {"rb", "r+b", "w+b"};
+    FileHandle file = std::fopen(name, modes[static_cast<int>(mode)]);
+    if (file != nullptr) std::setvbuf(file, nullptr, _IONBF, 0);
+    return file;
+}
+
+void CloseFile(FileHandle& file) {
+    if (file != nullptr) std::fclose(file);
+    file = nullptr;
+}
+
+std::int64_t FileSize(FileHandle file) {
+    return Seek(file, 0, SEEK_END) ? Tell(file) : -1;
+}
+
+bool ReadAt(FileHandle file, std::int64_t offset, void* buffer, std::size_t size) {
+    return Seek(file, offset, SEEK_SET) && std::fread(buffer, 1, size, file) == size;
+}
+
+bool WriteAt(FileHandle file, std::int64_t offset, const void* buffer, std::size_t size) {
+    return Seek(file, offset, SEEK_SET) && std::fwrite(buffer, 1, size, file) == size;
+}
+
+std::size_t ReadNext(FileHandle file, void* buffer, std::size_t size) {
+    return std::fread(buffer, 1, size, file);
+}
+
+bool AppendText(const char* name, const char* text) {
+    FileHandle file = std::fopen(name, "a");
+    if (file == nullptr) return false;
+    const bool written = std::fputs(text, file) >= 0;
+    return std::fclose(file) == 0 && written;
+}
+
+bool ReplaceFile(const char* name, const void* content, std::size_t size) {
+    const std::string beside = std::string(name) + ".new";
+    FileHandle file = OpenFile(beside.c_str(), FileMode::Create);
+    if (file == nullptr) return false;
+    bool done = WriteAt(file, 0, content, size);
+    done = std::fclose(file) == 0 && done;
+    std::error_code error;
+    if (done) std::filesystem::rename(beside, name, error);
+    if (done && !error) return true;
+    std::filesystem::remove(beside, error);
+    return false;
+}

@@ -1,0 +1,40 @@
+// Positions for tests: games in coordinate notation from the start position.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+#include "board/board.h"
+#include "board/generate.h"
+
+inline std::string TextOf(Move m) {
+    char text[kMoveTextSize];
+    MoveToText(text, m);
+    return text;
+}
+
+// The legal move with this text; NO_MOVE when there is none.
+inline Move LegalMove(const std::string& text) {
+    GenerateLegalMoves(kUserMoveStart);
+    for (int i = kUserMoveStart; i < MoveStackTop; ++i)
+        if (TextOf(MoveStack[i]) == text) return MoveStack[i];
+    return NO_MOVE;
+}
+
+// Plays moves like "e2e4 e7e5" on the current position.
+inline void PlayMoves(const std::string& moves) {
+    std::istringstream words(moves);
+    for (std::string word; words >> word;) {
+        const Move m = LegalMove(word);
+        ASSERT_NE(m, NO_MOVE) << word << " in " << moves;
+        PlayGameMove(m);
+    }
+}
+
+inline void PlayFromStart(const std::string& moves) {
+    BuildTables();
+    SetStartPosition();
+    PlayMoves(moves);
+}

@@ -1,0 +1,198 @@
+#include "tools/bookbuild.h"
+
+#include <algorithm>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <tuple>
+
+#include "book/book.h"
+#include "book/pgn.h"
+#include "book/san.h"
+#include "tools/progress.h"
+
+namespace {
+
+constexpr int kProgressEvery = 1024;  // games
+
+bool IsFree(const BuiltMove& slot) { return slot.games == 0 && !slot.fromLine; }
+
+std::size_t HashOf(const BuiltMove& move) {
+    const std::uint64_t keys =
+        static_cast<std::uint64_t>(static_cast<std::uint32_t>(move.key1)) << 32 |
+        static_cast<std::uint32_t>(move.key2);
+    const auto squares = static_cast<std::uint64_t>(move.from | move.to << 6);
+    return static_cast<std::size_t>((keys ^ squares << 20) * 0x9E3779B97F4A7C15 >> 24);
+}
+
+// The slot of the move, or the free one where it belongs.
+BuiltMove& SlotOf(std::vector<BuiltMove>& slots, const BuiltMove& move) {
+    const std::size_t mask = slots.size() - 1;
+    for (std::size_t i = HashOf(move) & mask;; i = (i + 1) & mask) {
+        BuiltMove& slot = slots[i];
+        if (IsFree(slot) || (slot.key1 == move.key1 && slot.key2 == move.key2 &&
+                             slot.from == move.from && slot.to == move.to))
+            return slot;
+    }
+}
+
+// Keeps a quarter of the slots free.
+void MakeRoom(BookBuilder& builder) {
+    if (builder.used * 4 < builder.slots.size() * 3) return;
+    std::vector<BuiltMove> larger(builder.slots.size() * 2);
+    for (const BuiltMove& slot : builder.slots)
+        if (!IsFree(slot)) SlotOf(larger, slot) = slot;
+    builder.slots.swap(larger);
+}
+
+// The slot of a move of the current position; the caller makes sure that it is no longer
+// free afterwards.
+BuiltMove& Slot(BookBuilder& builder, Move m) {
+    MakeRoom(builder);
+    BuiltMove move = {};
+    move.key1 = BookKey1(Board.hash1, Board.SideToMove);
+    move.key2 = static_cast<std::int32_t>(Board.hash2);
+    move.from = static_cast<std::uint8_t>(From(m));
+    move.to = static_cast<std::uint8_t>(To(m));
+    BuiltMove& slot = SlotOf(builder.slots, move);
+    if (IsFree(slot)) {
+        slot = move;
+        ++builder.used;
+    }
+    return slot;
+}
+
+// A game's outcome gives its moves the points that book learning would.
+void CreditGame(BuiltMove& slot, int result, int side) {
+    ++slot.games;
+    if (result == kPgnNoResult) return;
+    const int winner = result == kPgnWhiteWon ? WHITE : BLACK;
+    const bool drawn = result == kPgnDrawn, won = !drawn && winner == side;
+    slot.pointsFor += drawn ? 1 : won ? 2 : 0;
+    slot.pointsAgainst += drawn ? 1 : won ? 0 : 2;
+}
+
+void AddGame(BookBuilder& builder, PgnReader& pgn, const BuildOptions& options) {
+    SetStartPosition();
+    Move m = NO_MOVE;
+    for (int ply = 0; ply < options.maxPly; ++ply) {
+        const PgnStatus status = NextPgnMove(pgn, m);
+        if (status != PgnStatus::Found) {
+            const bool ended =
+                status == PgnStatus::GameEnd || status == PgnStatus::FileEnd;
+            builder.counts.broken += ended ? 0 : 1;
+            return;
+        }
+        CreditGame(Slot(builder, m), pgn.result, Board.SideToMove);
+        PlayPgnMove(m);
+    }
+}
+
+// ---- Opening lines ----
+
+// "12.", "12...": the number in front of a move, or alone.
+std::string WithoutNumber(const std::string& word) {
+    std::size_t at = word.find_first_not_of("0123456789");
+    if (at == std::string::npos || at == 0 || word[at] != '.') return word;
+    at = word.find_first_not_of('.', at);
+    return at == std::string::npos ? "" : word.substr(at);
+}
+
+// Plays the moves of one line; false at the first that is not legal, which `word` then
+// is.
+bool AddLine(BookBuilder& builder, const std::string& moves, std::string& word) {
+    SetStartPosition();
+    std::istringstream words(moves);
+    while (words >> word) {
+        const std::string text = WithoutNumber(word);
+        if (text.empty()) continue;
+        const std::string san = text.substr(0, text.find_last_not_of("!?+#") + 1);
+        Move m = NO_MOVE;
+        if (san.size() > kPgnTokenLimit || ResolveSan(san.c_str(), m) != 1) return false;
+        BuiltMove& slot = Slot(builder, m);
+        slot.fromLine = true;
+        // Of "!?" and "?!" only the latter is a doubtful move.
+        const std::size_t mark = text.find_first_of("!?");
+        slot.removed |= mark != std::string::npos && text[mark] == '?';
+        PlayPgnMove(m);
+    }
+    return true;
+}
+
+// ---- The book ----
+
+bool IsKept(const BuiltMove& slot, const BuildOptions& options) {
+    return slot.fromLine || slot.games >= static_cast<std::uint32_t>(options.minGames);
+}
+
+// By the index's order, then the most played first.
+bool ComesBefore(const BuiltMove& a, const BuiltMove& b) {
+    return std::tuple(a.key1, a.key2, b.games, a.from, a.to) <
+           std::tuple(b.key1, b.key2, a.games, b.from, b.to);
+}
+
+}  // namespace
+
+bool AddGames(BookBuilder& builder, const std::string& name, const BuildOptions& options,
+              std::uint64_t bytesBefore, std::uint64_t wholeBytes) {
+    const auto pgn = std::make_unique<PgnReader>();
+    if (!OpenPgn(*pgn, name.c_str())) return false;
+    while (NextPgnGame(*pgn)) {
+        ++builder.counts.games;
+        if (pgn->hasFen)
+            ++builder.counts.skipped;
+        else
+            AddGame(builder, *pgn, options);
+        if (builder.counts.games % kProgressEvery == 0)
+            ShowProgress("Reading games", bytesBefore + PgnPosition(*pgn), wholeBytes);
+    }
+    ClosePgn(*pgn);
+    EndProgress();
+    return true;
+}
+
+bool AddLines(BookBuilder& builder, const std::string& name, std::string& reason) {
+    std::ifstream file(name);
+    if (!file) {
+        reason = "cannot open " + name;
+        return false;
+    }
+    std::string text, word;
+    for (int number = 1; std::getline(file, text); ++number) {
+        text.resize(std::min(text.find('#'), text.size()));
+        if (text.find_first_not_of(" \t\r") == std::string::npos) continue;
+        const std::size_t colon = text.rfind(':');
+        const std::string moves =
+            colon == std::string::npos ? text : text.substr(colon + 1);
+        if (!AddLine(builder, moves, word)) {
+            reason = name + ":" + std::to_string(number) + ": \"" + word +
+                     "\" is not one legal move";
+            return false;
+        }
+        ++builder.counts.lines;
+    }
+    return true;
+}
+
+BookImage FinishBook(BookBuilder& builder, const BuildOptions& options) {
+    std::vector<BuiltMove>& moves = builder.slots;
+    std::erase_if(moves, [&](const BuiltMove& m) { return !IsKept(m, options); });
+    std::sort(moves.begin(), moves.end(), ComesBefore);
+    BookImage image;
+    std::vector<BookEntry> entries;
+    for (std::size_t i = 0; i < moves.size(); ++i) {
+        const BuiltMove& m = moves[i];
+        const std::uint16_t word =
+            m.removed ? kRemovedWord : ScaledWord(m.pointsFor, m.pointsAgainst);
+        entries.push_back({m.from, m.to, word});
+        if (i + 1 < moves.size() && moves[i + 1].key1 == m.key1 &&
+            moves[i + 1].key2 == m.key2)
+            continue;
+        AddPosition(image, m.key1, m.key2, entries);
+        builder.counts.moves += static_cast<std::uint32_t>(entries.size());
+        entries.clear();
+    }
+    builder.counts.positions = image.nodes;
+    builder = BookBuilder{.counts = builder.counts};
+    return image;
+}

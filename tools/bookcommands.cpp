@@ -1,0 +1,323 @@
+#include "tools/bookcommands.h"
+
+#include <cstdio>
+#include <filesystem>
+
+#include "board/fen.h"
+#include "book/epd.h"
+#include "platform/output.h"
+#include "tools/bookwalk.h"
+#include "tools/json.h"
+#include "tools/progress.h"
+#include "tools/sanwriter.h"
+
+namespace {
+
+constexpr std::uint32_t kProgressEvery = 4096;  // records
+
+std::uint64_t SizeOf(const std::string& name) {
+    std::error_code error;
+    const auto size = std::filesystem::file_size(name, error);
+    return error ? 0 : static_cast<std::uint64_t>(size);
+}
+
+// ---- Dump ----
+
+std::string SquaresOf(const BookEntry& entry) {
+    std::string text;
+    for (const int square : {+entry.from, +entry.to}) {
+        text += static_cast<char>('a' + FileOf(square));
+        text += static_cast<char>('1' + RankOf(square));
+    }
+    return text;
+}
+
+// "" when the entry is no legal move of the position, or the position is not on the
+// board.
+std::string SanOfEntry(const BookEntry& entry, bool onBoard) {
+    const Move m = onBoard ? LegalEntry(entry) : NO_MOVE;
+    return m == NO_MOVE ? "" : SanOf(m);
+}
+
+void DumpEntryText(const BookFile& book, const BookEntry& entry, bool onBoard) {
+    Write("  %s %-8s", SquaresOf(entry).c_str(), SanOfEntry(entry, onBoard).c_str());
+    if (IsRemoved(book, entry))
+        Write("removed\n");
+    else if (book.version == 0)
+        Write("flag %d\n", entry.word);
+    else if (entry.word == 0)
+        Write("not yet played\n");
+    else
+        Write("%5.1f%%  for %d, against %d\n", MoveScore(entry) / 10.0,
+              PointsFor(entry.word), PointsAgainst(entry.word));
+}
+
+void DumpEntryJson(JsonWriter& json, const BookFile& book, const BookEntry& entry,
+                   bool onBoard) {
+    json.BeginObject();
+    json.Text("move", SquaresOf(entry));
+    const std::string san = SanOfEntry(entry, onBoard);
+    if (!san.empty()) json.Text("san", san);
+    json.Flag("removed", IsRemoved(book, entry));
+    if (book.version == 0) {
+        json.Number("flag", entry.word);
+    } else if (!IsRemoved(book, entry)) {
+        json.Number("for", PointsFor(entry.word));
+        json.Number("against", PointsAgainst(entry.word));
+        json.Number("score", MoveScore(entry));
+    }
+    json.End();
+}
+
+// A position on the board, or one that only its keys are known of.
+void DumpPosition(JsonWriter* json, const BookFile& book, const BookPosition& position,
+                  bool onBoard) {
+    char epd[kEpdSize] = "";
+    if (onBoard) WriteEpd(epd)[-1] = '\0';  // without the last blank
+    if (json == nullptr) {
+        Write("%s\n", !onBoard                 ? "position not reached"
+                      : !position.line.empty() ? position.line.c_str()
+                                               : "start");
+        if (onBoard) Write("  %s\n", epd);
+        Write("  keys %08x %08x, list at %u\n",
+              static_cast<std::uint32_t>(position.record.key1),
+              static_cast<std::uint32_t>(position.record.key2), position.record.list);
+        for (int i = 0; i < position.list.count; ++i)
+            DumpEntryText(book, position.list.entries[i], onBoard);
+        return;
+    }
+    json->BeginObject();
+    if (onBoard) {
+        json->Text("line", position.line);
+        json->Text("epd", epd);
+    }
+    json->Number("key1", position.record.key1);
+    json->Number("key2", position.record.key2);
+    json->Number("list", position.record.list);
+    json->BeginArray("moves");
+    for (int i = 0; i < position.list.count; ++i)
+        DumpEntryJson(*json, book, position.list.entries[i], onBoard);
+    json->End();
+    json->End();
+}
+
+void DumpAll(JsonWriter* json, const BookFile& book) {
+    const std::vector<bool> visited = WalkBook(book, [&](const BookPosition& position) {
+        DumpPosition(json, book, position, true);
+        return false;
+    });
+    BookPosition position;
+    for (position.index = 0; position.index < book.nodes; ++position.index) {
+        if (visited[position.index]) continue;
+        if (!ReadBookRecord(book, position.index, position.record)) break;
+        if (!ReadBookList(book, position.record.list, position.list))
+            position.list.count = 0;
+        DumpPosition(json, book, position, false);
+    }
+}
+
+// ---- Merge ----
+
+// Reads a book's positions in the order of its index.
+struct Cursor {
+    BookFile book;
+    std::uint32_t next = 0;
+    BookRecord record{};
+    BookList list{};
+};
+
+enum class Step { Position, End, Damage };
+
+Step Advance(Cursor& cursor) {
+    if (cursor.next == cursor.book.nodes) return Step::End;
+    const BookRecord last = cursor.record;
+    if (!ReadBookRecord(cursor.book, cursor.next, cursor.record) ||
+        !ReadBookList(cursor.book, cursor.record.list, cursor.list))
+        return Step::Damage;
+    const bool ordered =
+        cursor.next == 0 || last.key1 < cursor.record.key1 ||
+        (last.key1 == cursor.record.key1 && last.key2 < cursor.record.key2);
+    ++cursor.next;
+    return ordered ? Step::Position : Step::Damage;
+}
+
+// Version 0 knows only that a move was removed.
+std::uint16_t WordOf(const BookFile& book, const BookEntry& entry) {
+    if (IsRemoved(book, entry)) return kRemovedWord;
+    return book.version == 0 ? std::uint16_t{0} : entry.word;
+}
+
+void AddList(std::vector<BookEntry>& entries, const Cursor& cursor) {
+    for (int i = 0; i < cursor.list.count; ++i) {
+        BookEntry added = cursor.list.entries[i];
+        added.word = WordOf(cursor.book, added);
+        const auto same =
+            std::find_if(entries.begin(), entries.end(), [&added](const BookEntry& e) {
+                return e.from == added.from && e.to == added.to;
+            });
+        if (same == entries.end())
+            entries.push_back(added);
+        else if (same->word == kRemovedWord || added.word == kRemovedWord)
+            same->word = kRemovedWord;
+        else
+            same->word = ScaledWord(
+                static_cast<std::uint64_t>(PointsFor(same->word) + PointsFor(added.word)),
+                static_cast<std::uint64_t>(PointsAgainst(same->word) +
+                                           PointsAgainst(added.word)));
+    }
+}
+
+bool ComesFirst(const BookRecord& a, const BookRecord& b) {
+    return a.key1 != b.key1 ? a.key1 < b.key1 : a.key2 < b.key2;
+}
+
+// Both books in one pass over their sorted indices. False when one is damaged.
+bool MergeInto(BookImage& image, Cursor& a, Cursor& b) {
+    Step stepA = Advance(a), stepB = Advance(b);
+    while (stepA == Step::Position || stepB == Step::Position) {
+        if (stepA == Step::Damage || stepB == Step::Damage) return false;
+        const bool takeA = stepA == Step::Position &&
+                           (stepB == Step::End || !ComesFirst(b.record, a.record));
+        const bool takeB = stepB == Step::Position &&
+                           (stepA == Step::End || !ComesFirst(a.record, b.record));
+        const BookRecord record = takeA ? a.record : b.record;
+        std::vector<BookEntry> entries;
+        if (takeA) AddList(entries, a);
+        if (takeB) AddList(entries, b);
+        AddPosition(image, record.key1, record.key2, entries);
+        if (takeA) stepA = Advance(a);
+        if (takeB) stepB = Advance(b);
+        if (image.nodes % kProgressEvery == 0)
+            ShowProgress("Merging", std::uint64_t{a.next} + b.next,
+                         std::uint64_t{a.book.nodes} + b.book.nodes);
+    }
+    EndProgress();
+    return stepA == Step::End && stepB == Step::End;
+}
+
+void ReportBuild(const BuildCounts& counts, const std::string& output, bool json) {
+    if (!json) {
+        Write("%s: %u positions, %u moves, from %llu games and %llu lines\n",
+              output.c_str(), counts.positions, counts.moves,
+              static_cast<unsigned long long>(counts.games),
+              static_cast<unsigned long long>(counts.lines));
+        if (counts.broken + counts.skipped > 0)
+            Write(
+                "%llu games were read only in part, %llu skipped for their own start "
+                "position\n",
+                static_cast<unsigned long long>(counts.broken),
+                static_cast<unsigned long long>(counts.skipped));
+        return;
+    }
+    JsonWriter writer;
+    writer.BeginObject();
+    writer.Text("file", output);
+    writer.Number("positions", counts.positions);
+    writer.Number("moves", counts.moves);
+    writer.Number("games", static_cast<std::int64_t>(counts.games));
+    writer.Number("lines", static_cast<std::int64_t>(counts.lines));
+    writer.Number("broken", static_cast<std::int64_t>(counts.broken));
+    writer.Number("skipped", static_cast<std::int64_t>(counts.skipped));
+    writer.End();
+}
+
+}  // namespace
+
+int BuildBook(const std::vector<std::string>& games,
+              const std::vector<std::string>& lines, const std::string& output,
+              const BuildOptions& options, bool json) {
+    BookBuilder builder;
+    std::string reason;
+    for (const std::string& name : lines)
+        if (!AddLines(builder, name, reason)) return Fail(reason);
+    std::uint64_t whole = 0, before = 0;
+    for (const std::string& name : games) whole += SizeOf(name);
+    for (const std::string& name : games) {
+        if (!AddGames(builder, name, options, before, whole))
+            return Fail("cannot open " + name);
+        before += SizeOf(name);
+    }
+    const BookImage image = FinishBook(builder, options);
+    if (!WriteBookImage(image, output, reason)) return Fail(reason);
+    ReportBuild(builder.counts, output, json);
+    return 0;
+}
+
+int DumpBook(const std::string& name, const std::string& fen, bool json) {
+    BookFile book;
+    if (!OpenForReading(book, name)) return 1;
+    JsonWriter writer;
+    JsonWriter* const out = json ? &writer : nullptr;
+    BookPosition position;
+    if (!fen.empty()) {
+        if (!SetFen(fen)) return Fail("not a position: " + fen);
+        position.line = "position";
+        if (!FindPosition(book, position.index, position.record) ||
+            !ReadBookList(book, position.record.list, position.list))
+            return Fail("the position is not in the book");
+        DumpPosition(out, book, position, true);
+    } else if (!json) {
+        Write("%s: version %u, %u positions\n", name.c_str(), book.version, book.nodes);
+        DumpAll(out, book);
+    } else {
+        writer.BeginObject();
+        writer.Text("file", name);
+        writer.Number("version", book.version);
+        writer.Number("positions", book.nodes);
+        writer.BeginArray("book");
+        DumpAll(out, book);
+        writer.End();
+        writer.End();
+    }
+    CloseBookFile(book);
+    return 0;
+}
+
+int MergeBooks(const std::string& a, const std::string& b, const std::string& output,
+               bool json) {
+    Cursor first, second;
+    if (!OpenForReading(first.book, a) || !OpenForReading(second.book, b)) return 1;
+    BookImage image;
+    std::string reason;
+    if (!MergeInto(image, first, second))
+        return Fail("a book is damaged: run \"book check\" on both");
+    CloseBookFile(first.book);
+    CloseBookFile(second.book);
+    if (!WriteBookImage(image, output, reason)) return Fail(reason);
+    if (!json) {
+        Write("%s: %u positions\n", output.c_str(), image.nodes);
+        return 0;
+    }
+    JsonWriter writer;
+    writer.BeginObject();
+    writer.Text("file", output);
+    writer.Number("positions", image.nodes);
+    writer.End();
+    return 0;
+}
+
+bool OpenForReading(BookFile& book, const std::string& name) {
+    if (!OpenBookFile(book, name.c_str())) {
+        Fail("cannot open " + name);
+        return false;
+    }
+    switch (ReadBookHeader(book)) {
+        case BookHeader::Good:
+            if (BookListsAt(book) <= book.size) return true;
+            Fail(name + ": the index is cut off");
+            return false;
+        case BookHeader::BadVersion:
+            Fail(name + ": version " + std::to_string(book.version) + " is not known");
+            return false;
+        default:
+            Fail(name + " is not a book");
+            return false;
+    }
+}
+
+int Fail(const std::string& reason) {
+    FlushOutput();
+    EndProgress();
+    std::fprintf(stderr, "veltramox-tool: %s\n", reason.c_str());
+    return 1;
+}

@@ -1,0 +1,24 @@
+// A book of version 1 as it is put together: positions in the order of the index.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "book/bookfile.h"
+
+struct BookImage {
+    std::vector<std::uint8_t> index;  // records, their list offsets counted from 0
+    std::vector<std::uint8_t> lists;
+    std::uint32_t nodes = 0;
+};
+
+// Adds a position; positions must come sorted by their keys. Up to 255 entries.
+void AddPosition(BookImage& image, std::int32_t key1, std::int32_t key2,
+                 const std::vector<BookEntry>& entries);
+// Writes the book in place of what bears the name. False, with the reason, when it cannot
+// be written or has outgrown its 32-bit offsets.
+bool WriteBookImage(const BookImage& image, const std::string& name, std::string& reason);
+// The points as a statistics word: both counts below 255, in their proportion. A move
+// with points keeps some.
+std::uint16_t ScaledWord(std::uint64_t pointsFor, std::uint64_t pointsAgainst);

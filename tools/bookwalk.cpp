@@ -1,0 +1,72 @@
+#include "tools/bookwalk.h"
+
+#include "board/generate.h"
+#include "book/book.h"
+#include "tools/sanwriter.h"
+
+namespace {
+
+// A book that goes deeper is not followed: the history stack ends a little beyond.
+constexpr int kDeepest = 700;
+
+struct Walk {
+    const BookFile& book;
+    const BookVisitor& visit;
+    std::vector<bool> visited, wantedAgain;
+};
+
+std::string Extended(const std::string& line, Move m) {
+    std::string text = line;
+    if (!text.empty()) text += ' ';
+    if (Board.SideToMove == WHITE) text += std::to_string(Board.GamePly / 2 + 1) + ". ";
+    return text + SanOf(m);
+}
+
+void Visit(Walk& walk, const std::string& line) {
+    BookPosition position;
+    if (!FindPosition(walk.book, position.index, position.record)) return;
+    const std::uint32_t index = position.index;
+    const bool again = walk.visited[index];
+    if (again && !walk.wantedAgain[index]) return;
+    walk.visited[index] = true;
+    position.line = line;
+    if (!ReadBookList(walk.book, position.record.list, position.list))
+        position.list.count = 0;
+    walk.wantedAgain[index] = walk.visit(position);
+    if (again) return;
+    if (Board.GamePly >= kDeepest) return;
+    for (int i = 0; i < position.list.count; ++i) {
+        const Move m = LegalEntry(position.list.entries[i]);
+        if (m == NO_MOVE) continue;
+        const std::string next = Extended(line, m);
+        MakeMove(m);
+        Visit(walk, next);
+        UnmakeMove();
+    }
+}
+
+}  // namespace
+
+std::vector<bool> WalkBook(const BookFile& book, const BookVisitor& visit) {
+    Walk walk{book, visit, std::vector<bool>(book.nodes), std::vector<bool>(book.nodes)};
+    SetStartPosition();
+    Visit(walk, "");
+    return walk.visited;
+}
+
+std::uint32_t LegalEntry(const BookEntry& entry) {
+    if (entry.from > 63 || entry.to > 63) return NO_MOVE;
+    const int top = MoveStackTop;
+    Move found = NO_MOVE;
+    GenerateLegalMoves(kUserMoveStart);
+    for (int i = kUserMoveStart; i < MoveStackTop && found == NO_MOVE; ++i)
+        if (From(MoveStack[i]) == entry.from && To(MoveStack[i]) == entry.to)
+            found = MoveStack[i];  // of promotions the queen comes first
+    MoveStackTop = top;
+    return found;
+}
+
+bool FindPosition(const BookFile& book, std::uint32_t& index, BookRecord& record) {
+    return FindBookRecord(book, BookKey1(Board.hash1, Board.SideToMove),
+                          static_cast<std::int32_t>(Board.hash2), record, &index);
+}

@@ -1,0 +1,278 @@
+#include "tools/learncommands.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <vector>
+
+#include "board/board.h"
+#include "book/learnfile.h"
+#include "platform/bytes.h"
+#include "platform/output.h"
+#include "tools/bookcommands.h"
+#include "tools/json.h"
+
+namespace {
+
+constexpr int kScoreLimit = 32701;  // beyond any score that a search returns
+constexpr std::size_t kMostReported = 1000;
+
+struct Problem {
+    std::int64_t offset;
+    std::string text;
+};
+
+struct Findings {
+    std::vector<Problem> problems;
+    std::uint64_t count = 0;
+    std::uint64_t records = 0;
+    std::int64_t unreachable = 0;  // bytes behind the buckets that no bucket leads to
+};
+
+void Report(Findings& findings, std::int64_t offset, const std::string& text) {
+    ++findings.count;
+    if (findings.problems.size() < kMostReported)
+        findings.problems.push_back({offset, text});
+}
+
+std::string TextOf(Move m) {
+    char text[kMoveTextSize];
+    MoveToText(text, m);
+    return text;
+}
+
+using RecordVisitor = std::function<void(std::uint32_t bucket, std::uint32_t offset,
+                                         const LearnRecord& record)>;
+using DamageVisitor = std::function<void(std::uint32_t link, const std::string& text)>;
+
+// What is wrong with a link of a bucket; "" when it leads to a record of it.
+std::string FollowLink(FileHandle file, std::uint32_t bucket, std::uint32_t next,
+                       std::uint32_t lowest, LearnRecord& record) {
+    if (next < kLearnRecordsAt) return "leads into the header or the buckets";
+    if (next < lowest) return "leads back";
+    if (!ReadLearnRecord(file, next, record)) return "leads behind the file's end";
+    if ((record.hash1 & (kLearnBuckets - 1)) != bucket)
+        return "leads to a record of another bucket";
+    return "";
+}
+
+// Walks all chains as far as the engine does.
+void WalkLearning(FileHandle file, const RecordVisitor& visit,
+                  const DamageVisitor& damage) {
+    for (std::uint32_t bucket = 0; bucket < kLearnBuckets; ++bucket) {
+        std::uint32_t next = ReadBucket(file, bucket), lowest = kLearnRecordsAt;
+        std::uint32_t link = kLearnMagicSize + 4 * bucket;
+        for (int steps = 0; next != 0; ++steps) {
+            LearnRecord record;
+            std::string wrong = FollowLink(file, bucket, next, lowest, record);
+            if (wrong.empty() && steps == kMaxChain) wrong = "makes the chain too long";
+            if (!wrong.empty()) {
+                damage(link, "the link to " + std::to_string(next) + " " + wrong);
+                break;
+            }
+            visit(bucket, next, record);
+            link = next + kLearnRecordSize - 4;
+            lowest = next + kLearnRecordSize;
+            next = record.next;
+        }
+    }
+}
+
+// A file with at least a header and all buckets; nothing is created or mended.
+FileHandle OpenExisting(const std::string& name) {
+    FileHandle file = OpenFile(name.c_str(), FileMode::Read);
+    if (file == nullptr) Fail("cannot open " + name);
+    return file;
+}
+
+// A record that the engine may have written.
+void CheckRecord(Findings& findings, std::uint32_t offset, const LearnRecord& record) {
+    if (record.score < -kScoreLimit || record.score > kScoreLimit)
+        Report(findings, offset + 4,
+               "no search has the score " + std::to_string(record.score));
+    if (record.depth <= 0)
+        Report(findings, offset,
+               "no search has the depth " + std::to_string(record.depth));
+    const Move m = record.move;
+    const bool isMove = m >> 21 == 0 && From(m) != To(m) && Moving(m) != EMPTY &&
+                        Moving(m) != NO_PIECE && Captured(m) != KING &&
+                        Captured(m) != NO_PIECE;
+    if (!isMove) Report(findings, offset + 8, "not a move");
+}
+
+bool HeaderIsGood(FileHandle file) {
+    char header[kLearnMagicSize];
+    return ReadAt(file, 0, header, sizeof header) &&
+           std::memcmp(header, kLearnMagic, sizeof header) == 0;
+}
+
+void CheckContent(Findings& findings, FileHandle file) {
+    if (!HeaderIsGood(file)) Report(findings, 0, "the header is not a learning file's");
+    const std::int64_t size = FileSize(file);
+    if (size < kLearnRecordsAt) {
+        Report(findings, size, "the buckets are cut off");
+        return;
+    }
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> keys;  // of the current bucket
+    std::uint32_t current = 0;
+    WalkLearning(
+        file,
+        [&](std::uint32_t bucket, std::uint32_t offset, const LearnRecord& record) {
+            if (bucket != current) keys.clear();
+            current = bucket;
+            const std::pair key(record.hash1, record.hash2);
+            if (std::find(keys.begin(), keys.end(), key) != keys.end())
+                Report(findings, offset, "the position has an earlier record");
+            keys.push_back(key);
+            CheckRecord(findings, offset, record);
+            ++findings.records;
+        },
+        [&](std::uint32_t link, const std::string& text) {
+            Report(findings, link, text);
+        });
+    findings.unreachable = size - kLearnRecordsAt -
+                           static_cast<std::int64_t>(findings.records) * kLearnRecordSize;
+}
+
+void WriteText(const Findings& findings, const std::string& name) {
+    for (const Problem& problem : findings.problems)
+        Write("%s: at %lld: %s\n", name.c_str(), static_cast<long long>(problem.offset),
+              problem.text.c_str());
+    if (findings.count > findings.problems.size())
+        Write("%s: and %llu more\n", name.c_str(),
+              static_cast<unsigned long long>(findings.count - findings.problems.size()));
+    Write("%s: %llu records, %lld bytes that no bucket leads to: %s\n", name.c_str(),
+          static_cast<unsigned long long>(findings.records),
+          static_cast<long long>(findings.unreachable),
+          findings.count == 0 ? "good" : "damaged");
+}
+
+void WriteJson(const Findings& findings, const std::string& name) {
+    JsonWriter json;
+    json.BeginObject();
+    json.Text("file", name);
+    json.Flag("good", findings.count == 0);
+    json.Number("records", static_cast<std::int64_t>(findings.records));
+    json.Number("unreachableBytes", findings.unreachable);
+    json.Number("problemCount", static_cast<std::int64_t>(findings.count));
+    json.BeginArray("problems");
+    for (const Problem& problem : findings.problems) {
+        json.BeginObject();
+        json.Number("offset", problem.offset);
+        json.Text("problem", problem.text);
+        json.End();
+    }
+    json.End();
+    json.End();
+}
+
+void DumpRecord(JsonWriter* json, std::uint32_t offset, const LearnRecord& record) {
+    if (json == nullptr) {
+        Write("%08x %08x  %s  score %d  depth %d (%d plies)  at %u\n", record.hash1,
+              record.hash2, TextOf(record.move).c_str(), record.score, record.depth,
+              record.depth / 60, offset);
+        return;
+    }
+    json->BeginObject();
+    json->Number("hash1", record.hash1);
+    json->Number("hash2", record.hash2);
+    json->Text("move", TextOf(record.move));
+    json->Number("score", record.score);
+    json->Number("depth", record.depth);
+    json->Number("offset", offset);
+    json->End();
+}
+
+// The records of a file, one for each position, as a new file's content.
+std::vector<std::uint8_t> Compacted(FileHandle file) {
+    std::vector<std::uint8_t> image(kLearnRecordsAt);
+    std::memcpy(image.data(), kLearnMagic, kLearnMagicSize);
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> keys;
+    std::uint32_t current = 0;
+    std::size_t link = kLearnMagicSize;
+    WalkLearning(
+        file,
+        [&](std::uint32_t bucket, std::uint32_t, LearnRecord record) {
+            if (bucket != current || keys.empty()) {
+                keys.clear();
+                link = kLearnMagicSize + 4 * std::size_t{bucket};
+            }
+            current = bucket;
+            const std::pair key(record.hash1, record.hash2);
+            if (std::find(keys.begin(), keys.end(), key) != keys.end()) return;
+            keys.push_back(key);
+            const std::size_t at = image.size();
+            Put32le(&image[link], static_cast<std::uint32_t>(at));
+            link = at + kLearnRecordSize - 4;
+            record.next = 0;
+            image.resize(at + kLearnRecordSize);
+            PackLearnRecord(record, &image[at]);
+        },
+        [](std::uint32_t, const std::string&) {});
+    return image;
+}
+
+}  // namespace
+
+int DumpLearning(const std::string& name, bool json) {
+    FileHandle file = OpenExisting(name);
+    if (file == nullptr) return 1;
+    JsonWriter writer;
+    if (json) {
+        writer.BeginObject();
+        writer.Text("file", name);
+        writer.BeginArray("records");
+    }
+    WalkLearning(
+        file,
+        [&](std::uint32_t, std::uint32_t offset, const LearnRecord& record) {
+            DumpRecord(json ? &writer : nullptr, offset, record);
+        },
+        [](std::uint32_t, const std::string&) {});
+    if (json) {
+        writer.End();
+        writer.End();
+    }
+    CloseFile(file);
+    return 0;
+}
+
+int CompactLearning(const std::string& name, const std::string& output, bool json) {
+    FileHandle file = OpenExisting(name);
+    if (file == nullptr) return 1;
+    if (!HeaderIsGood(file)) {
+        CloseFile(file);
+        return Fail(name + " is not a learning file");
+    }
+    const std::int64_t before = FileSize(file);
+    const std::vector<std::uint8_t> image = Compacted(file);
+    CloseFile(file);
+    const std::string& target = output.empty() ? name : output;
+    if (!ReplaceFile(target.c_str(), image.data(), image.size()))
+        return Fail("cannot write " + target);
+    const auto records = (image.size() - kLearnRecordsAt) / kLearnRecordSize;
+    if (!json) {
+        Write("%s: %zu records, %lld bytes before, %zu now\n", target.c_str(), records,
+              static_cast<long long>(before), image.size());
+        return 0;
+    }
+    JsonWriter writer;
+    writer.BeginObject();
+    writer.Text("file", target);
+    writer.Number("records", static_cast<std::int64_t>(records));
+    writer.Number("bytesBefore", before);
+    writer.Number("bytes", static_cast<std::int64_t>(image.size()));
+    writer.End();
+    return 0;
+}
+
+int CheckLearning(const std::string& name, bool json) {
+    FileHandle file = OpenExisting(name);
+    if (file == nullptr) return 1;
+    Findings findings;
+    CheckContent(findings, file);
+    CloseFile(file);
+    json ? WriteJson(findings, name) : WriteText(findings, name);
+    return findings.count == 0 ? 0 : 1;
+}

@@ -1,0 +1,186 @@
+// The companion program: books, learning files and games outside of play.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "board/tables.h"
+#include "book/statistics.h"
+#include "platform/output.h"
+#include "tools/bookcommands.h"
+#include "tools/learncommands.h"
+#include "tools/randomgames.h"
+#include "tools/statscommands.h"
+
+namespace {
+
+// ---- What the command line says ----
+std::vector<std::string> Files, Lines;
+std::string Output, Fen, Materials;
+std::string StatisticsFile = "Veltramox.set";
+int TopCount = 20;
+BuildOptions Options;
+bool Json = false;
+std::uint32_t GameCount = 0, FirstGame = 0;
+int LongestGame = 160;
+
+int Status = 0;  // of the command that has run
+
+void AddJson(CLI::App* command) {
+    command->add_flag("--json", Json, "Write the report as JSON");
+}
+
+void AddInput(CLI::App* command, const char* name, const char* help) {
+    command->add_option(name, Files, help)
+        ->required()
+        ->expected(1)
+        ->check(CLI::ExistingFile);
+}
+
+void AddBookBuild(CLI::App* book) {
+    CLI::App* build = book->add_subcommand(
+        "build", "Build a book from games, whose results count, and from opening lines");
+    build->add_option("GAMES", Files, "PGN files")->check(CLI::ExistingFile);
+    build->add_option("-o,--output", Output, "The book to write")->required();
+    build->add_option("--max-ply", Options.maxPly, "Half-moves of each game that count")
+        ->check(CLI::Range(1, 600))
+        ->capture_default_str();
+    build->add_option("--min-games", Options.minGames, "Games that a move must occur in")
+        ->check(CLI::Range(1, 1000000000))
+        ->capture_default_str();
+    build
+        ->add_option("--lines", Lines, "A text file of opening lines, \"Name: 1. e4 e5\"")
+        ->allow_extra_args(false)
+        ->check(CLI::ExistingFile);
+    AddJson(build);
+    build->callback([] {
+        if (Files.empty() && Lines.empty())
+            throw CLI::ValidationError("GAMES",
+                                       "name games, or opening lines with --lines");
+        Status = BuildBook(Files, Lines, Output, Options, Json);
+    });
+}
+
+void AddBook(CLI::App& app) {
+    CLI::App* book = app.add_subcommand("book", "Opening books")->require_subcommand(1);
+    AddBookBuild(book);
+
+    CLI::App* dump = book->add_subcommand("dump", "Show what is in a book");
+    AddInput(dump, "BOOK", "The book");
+    dump->add_option("--fen", Fen, "Only this position");
+    AddJson(dump);
+    dump->callback([] { Status = DumpBook(Files[0], Fen, Json); });
+
+    CLI::App* check = book->add_subcommand(
+        "check", "Verify order, offsets, squares and legality; status 1 when damaged");
+    AddInput(check, "BOOK", "The book");
+    AddJson(check);
+    check->callback([] { Status = CheckBook(Files[0], Json); });
+
+    CLI::App* merge = book->add_subcommand("merge", "Add two books up");
+    merge->add_option("A B", Files, "The two books")
+        ->required()
+        ->expected(2)
+        ->check(CLI::ExistingFile);
+    merge->add_option("-o,--output", Output, "The book to write")->required();
+    AddJson(merge);
+    merge->callback([] { Status = MergeBooks(Files[0], Files[1], Output, Json); });
+}
+
+void AddLearn(CLI::App& app) {
+    CLI::App* learn =
+        app.add_subcommand("learn", "Position-learning files")->require_subcommand(1);
+
+    CLI::App* dump = learn->add_subcommand("dump", "Show the positions learned");
+    AddInput(dump, "FILE", "The learning file");
+    AddJson(dump);
+    dump->callback([] { Status = DumpLearning(Files[0], Json); });
+
+    CLI::App* check = learn->add_subcommand(
+        "check", "Verify header, links and records; status 1 when damaged");
+    AddInput(check, "FILE", "The learning file");
+    AddJson(check);
+    check->callback([] { Status = CheckLearning(Files[0], Json); });
+
+    CLI::App* compact = learn->add_subcommand(
+        "compact",
+        "Rewrite a file without what nothing leads to; not while an engine has it "
+        "open");
+    AddInput(compact, "FILE", "The learning file");
+    compact->add_option("-o,--output", Output, "Write here instead of in place");
+    AddJson(compact);
+    compact->callback([] { Status = CompactLearning(Files[0], Output, Json); });
+}
+
+void AddStatistics(CLI::App& app) {
+    CLI::App* stats = app.add_subcommand("stats", "Results of games by material")
+                          ->require_subcommand(1);
+    const auto addFile = [](CLI::App* command) {
+        command->add_option("--file", StatisticsFile, "The statistics file")
+            ->check(CLI::ExistingFile)
+            ->capture_default_str();
+        AddJson(command);
+    };
+
+    CLI::App* query = stats->add_subcommand("query", "Results of a pair of materials");
+    query
+        ->add_option(
+            "MATERIALS", Materials,
+            "Like \"KRP KR\"; B is any bishop, L one on light, D on dark squares")
+        ->required();
+    addFile(query);
+    query->callback([] { Status = QueryStatistics(StatisticsFile, Materials, Json); });
+
+    CLI::App* top = stats->add_subcommand("top", "The most frequent pairs of materials");
+    top->add_option("--count", TopCount, "How many")
+        ->check(CLI::Range(1, kMaterialPairs))
+        ->capture_default_str();
+    addFile(top);
+    top->callback([] { Status = TopStatistics(StatisticsFile, TopCount, Json); });
+
+    CLI::App* merge = stats->add_subcommand("merge", "Add two statistics files up");
+    merge->add_option("A B", Files, "The two files")
+        ->required()
+        ->expected(2)
+        ->check(CLI::ExistingFile);
+    merge->add_option("-o,--output", Output, "The file to write")->required();
+    AddJson(merge);
+    merge->callback([] { Status = MergeStatistics(Files[0], Files[1], Output, Json); });
+}
+
+void WriteRandomGames() {
+    for (std::uint32_t i = FirstGame; i < FirstGame + GameCount; ++i)
+        std::fputs(PgnOf(MakeRandomGame(i, LongestGame), i).c_str(), stdout);
+}
+
+void AddGamesCommand(CLI::App& app) {
+    CLI::App* games =
+        app.add_subcommand("random-games", "Random legal games, for load tests");
+    games->add_option("COUNT", GameCount, "How many")->required();
+    games->add_option("--first", FirstGame,
+                      "Number of the first; equal numbers, equal games");
+    games->add_option("--longest", LongestGame, "Most half-moves of a game")
+        ->check(CLI::Range(1, 700))
+        ->capture_default_str();
+    games->callback(WriteRandomGames);
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+    CLI::App app("Tools for Veltramox: books, learning files, statistics",
+                 "veltramox-tool");
+    app.require_subcommand(1);
+    AddBook(app);
+    AddLearn(app);
+    AddStatistics(app);
+    AddGamesCommand(app);
+    BuildTables();
+    try {
+        app.parse(count, words);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error);
+    }
+    FlushOutput();
+    return Status;
+}

@@ -1,0 +1,49 @@
+#include "tools/progress.h"
+
+#ifdef _WIN32
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+
+#include "platform/clock.h"
+
+namespace {
+
+constexpr int kWidth = 40;
+constexpr std::int64_t kInterval = 200;  // ms
+
+std::int64_t LastShown = 0;
+bool Shown = false;
+
+bool ErrorIsTerminal() {
+#ifdef _WIN32
+    return _isatty(2) != 0;
+#else
+    return isatty(2) != 0;
+#endif
+}
+
+}  // namespace
+
+void ShowProgress(const char* what, std::uint64_t done, std::uint64_t whole) {
+    static const bool terminal = ErrorIsTerminal();
+    const std::int64_t now = terminal ? ClockMilliseconds() : 0;
+    if (!terminal || whole == 0 || now - LastShown < kInterval) return;
+    LastShown = now;
+    Shown = true;
+    done = std::min(done, whole);
+    const auto filled = static_cast<std::size_t>(done * kWidth / whole);
+    const std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '.');
+    std::fprintf(stderr, "\r%s [%s] %3d%%", what, bar.c_str(),
+                 static_cast<int>(done * 100 / whole));
+}
+
+void EndProgress() {
+    if (Shown) std::fprintf(stderr, "\r\x1B[K");
+    Shown = false;
+}

@@ -1,0 +1,78 @@
+#include "tools/randomgames.h"
+
+#include <algorithm>
+
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "tools/sanwriter.h"
+
+namespace {
+
+constexpr std::size_t kLineLength = 79;
+const char* const kResults[] = {"1-0", "0-1", "1/2-1/2", "*"};
+
+// A small generator of its own, so that games do not depend on the standard library's.
+std::uint64_t Next(std::uint64_t& state) {
+    state += 0x9E3779B97F4A7C15;
+    std::uint64_t z = state;
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EB;
+    return z ^ (z >> 31);
+}
+
+// Captures and pawn moves are preferred a little: games then simplify, and promote.
+Move RandomMove(std::uint64_t& state) {
+    GenerateLegalMoves(kUserMoveStart);
+    const auto count = static_cast<std::uint64_t>(MoveStackTop - kUserMoveStart);
+    if (count == 0) return NO_MOVE;
+    const auto pick = [&] {
+        return MoveStack[kUserMoveStart + static_cast<int>(Next(state) % count)];
+    };
+    const Move first = pick(), second = pick();
+    return CapturesOrPromotes(second) || Moving(second) == PAWN ? second : first;
+}
+
+}  // namespace
+
+RandomGame MakeRandomGame(std::uint32_t number, int maxPlies) {
+    std::uint64_t state = number;
+    const auto limit =
+        static_cast<int>(Next(state) % static_cast<unsigned>(maxPlies)) + 1;
+    RandomGame game;
+    SetStartPosition();
+    game.result = kResults[std::min<std::uint64_t>(Next(state) % 10 / 3, 3)];
+    for (int ply = 0; ply < limit; ++ply) {
+        const Move move = RandomMove(state);
+        if (move == NO_MOVE) {
+            const int S = Board.SideToMove;
+            const bool mated = IsAttacked(ChangeSide(S), Board.KingSquare[S]);
+            game.result = mated ? kResults[ChangeSide(S)] : kResults[2];
+            break;
+        }
+        if (ply % 2 == 0) game.moves += std::to_string(ply / 2 + 1) + ". ";
+        game.moves += SanOf(move) + ' ';
+        MakeMove(move);
+    }
+    game.moves += game.result;
+    return game;
+}
+
+std::string PgnOf(const RandomGame& game, std::uint32_t number) {
+    std::string text =
+        "[Event \"Random games\"]\n[Site \"?\"]\n[Date \"2024.01.01\"]\n[Round \"" +
+        std::to_string(number) +
+        "\"]\n[White \"Chance\"]\n[Black \"Chance\"]\n[Result \"" + game.result +
+        "\"]\n\n";
+    std::string line;
+    for (std::size_t at = 0; at < game.moves.size();) {
+        const std::size_t end = std::min(game.moves.find(' ', at), game.moves.size());
+        if (line.size() + end - at >= kLineLength) {
+            text += line + '\n';
+            line.clear();
+        }
+        if (!line.empty()) line += ' ';
+        line.append(game.moves, at, end - at);
+        at = end + 1;
+    }
+    return text + line + "\n\n";
+}

@@ -1,0 +1,69 @@
+#include "tools/sanwriter.h"
+
+#include "board/attacks.h"
+#include "board/generate.h"
+
+namespace {
+
+char Letter(int code) { return static_cast<char>(PromotionChar[code] - 'a' + 'A'); }
+char FileLetter(int square) { return static_cast<char>('a' + FileOf(square)); }
+char RankDigit(int square) { return static_cast<char>('1' + RankOf(square)); }
+
+// What tells the man from others of its kind that can go to the same square: the file if
+// that is enough, else the rank, else both.
+std::string Origin(Move move) {
+    bool others = false, sameFile = false, sameRank = false;
+    const int top = MoveStackTop;
+    GenerateLegalMoves(kUserMoveStart);
+    for (int i = kUserMoveStart; i < MoveStackTop; ++i) {
+        const Move m = MoveStack[i];
+        if (To(m) != To(move) || Moving(m) != Moving(move) || From(m) == From(move))
+            continue;
+        others = true;
+        sameFile |= FileOf(From(m)) == FileOf(From(move));
+        sameRank |= RankOf(From(m)) == RankOf(From(move));
+    }
+    MoveStackTop = top;
+    std::string text;
+    if (others && (!sameFile || sameRank)) text += FileLetter(From(move));
+    if (others && sameFile) text += RankDigit(From(move));
+    return text;
+}
+
+// "+" or "#" when the side to move is in check or mated.
+std::string CheckMark() {
+    const int S = Board.SideToMove;
+    if (!IsAttacked(ChangeSide(S), Board.KingSquare[S])) return "";
+    const int top = MoveStackTop;
+    GenerateLegalMoves(kUserMoveStart);
+    const bool mated = MoveStackTop == kUserMoveStart;
+    MoveStackTop = top;
+    return mated ? "#" : "+";
+}
+
+}  // namespace
+
+std::string SanOf(Move move) {
+    const int from = From(move), to = To(move), piece = Moving(move);
+    std::string text;
+    if (piece == KING && FileDistance(from, to) == 2) {
+        text = FileOf(to) == 6 ? "O-O" : "O-O-O";
+    } else {
+        const bool captures = Captured(move) != EMPTY || IsEnPassant(move);
+        if (piece != PAWN)
+            text = Letter(piece) + Origin(move);
+        else if (captures)
+            text = FileLetter(from);
+        if (captures) text += 'x';
+        text += FileLetter(to);
+        text += RankDigit(to);
+        if (Promotion(move) != EMPTY) {
+            text += '=';
+            text += Letter(Promotion(move));
+        }
+    }
+    MakeMove(move);
+    text += CheckMark();
+    UnmakeMove();
+    return text;
+}

@@ -1,0 +1,254 @@
+#include "tools/statscommands.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <sstream>
+#include <vector>
+
+#include "board/tables.h"
+#include "book/statistics.h"
+#include "platform/bytes.h"
+#include "platform/files.h"
+#include "platform/output.h"
+#include "tools/bookcommands.h"
+#include "tools/json.h"
+
+namespace {
+
+constexpr int kCounterLimit = 65535;
+
+using Counters = std::vector<std::uint8_t>;
+
+struct Results {
+    std::int64_t draws = 0, wins = 0, losses = 0;
+    std::int64_t Games() const { return draws + wins + losses; }
+};
+
+// The whole file; false, with a complaint, when it is not one of statistics.
+bool Load(const std::string& name, Counters& counters) {
+    FileHandle file = OpenFile(name.c_str(), FileMode::Read);
+    counters.resize(kStatisticsSize);
+    const bool good = file != nullptr &&
+                      FileSize(file) == static_cast<std::int64_t>(kStatisticsSize) &&
+                      ReadAt(file, 0, counters.data(), counters.size());
+    CloseFile(file);
+    if (!good) Fail(name + " is not a file of material statistics");
+    return good;
+}
+
+int CounterOf(const Counters& counters, int pair, int result) {
+    return Get16be(&counters[static_cast<std::size_t>(3 * pair + result) * 2]);
+}
+
+// With the side of the first signature to move.
+Results ResultsToMove(const Counters& counters, int own, int other) {
+    const int pair = own * kSignatures + other;
+    return {CounterOf(counters, pair, kStatisticsDraw),
+            CounterOf(counters, pair, kStatisticsWin),
+            CounterOf(counters, pair, kStatisticsLoss)};
+}
+
+Results Reversed(const Results& r) { return {r.draws, r.losses, r.wins}; }
+
+Results Sum(const Results& a, const Results& b) {
+    return {a.draws + b.draws, a.wins + b.wins, a.losses + b.losses};
+}
+
+// ---- Materials as text ----
+
+// All signatures that the letters can stand for: two when it says "B" once. Empty when
+// they stand for no material that is counted.
+std::vector<int> SignaturesOf(const std::string& letters) {
+    int pawns = 0, knights = 0, bishops = 0, light = 0, dark = 0, rooks = 0, queens = 0;
+    for (const char c : letters) switch (ToLower(c)) {
+            case 'k':
+                break;
+            case 'q':
+                ++queens;
+                break;
+            case 'r':
+                ++rooks;
+                break;
+            case 'b':
+                ++bishops;
+                break;
+            case 'l':
+                ++light;
+                break;
+            case 'd':
+                ++dark;
+                break;
+            case 'n':
+                ++knights;
+                break;
+            case 'p':
+                ++pawns;
+                break;
+            default:
+                return {};
+        }
+    std::vector<int> signatures;
+    for (int onLight = 0; onLight <= bishops; ++onLight) {
+        const int l = light + onLight, d = dark + bishops - onLight;
+        if (l <= 1 && d <= 1 && knights <= 2 && rooks <= 2 && queens <= 1 && pawns <= 8)
+            signatures.push_back(72 * pawns + 36 * l + 18 * d + 6 * knights + 2 * rooks +
+                                 queens);
+    }
+    return signatures;
+}
+
+std::string LettersOf(int signature) {
+    std::string letters = "K";
+    if (signature % 2 != 0) letters += 'Q';
+    letters.append(static_cast<std::size_t>(signature % 6 / 2), 'R');
+    const bool light = signature % 72 >= 36, dark = signature % 36 >= 18;
+    letters += light && dark ? "BB" : light ? "L" : dark ? "D" : "";
+    letters.append(static_cast<std::size_t>(signature % 18 / 6), 'N');
+    letters.append(static_cast<std::size_t>(signature / 72), 'P');
+    return letters;
+}
+
+// ---- Reports ----
+
+void WriteResults(const char* what, const Results& r) {
+    if (r.Games() == 0) {
+        Write("%-28s no games\n", what);
+        return;
+    }
+    const double percent =
+        50.0 * static_cast<double>(2 * r.wins + r.draws) / static_cast<double>(r.Games());
+    Write("%-28s %lld games: %lld won, %lld drawn, %lld lost, %.1f%%\n", what,
+          static_cast<long long>(r.Games()), static_cast<long long>(r.wins),
+          static_cast<long long>(r.draws), static_cast<long long>(r.losses), percent);
+}
+
+void AddResults(JsonWriter& json, const Results& r) {
+    json.Number("games", r.Games());
+    json.Number("wins", r.wins);
+    json.Number("draws", r.draws);
+    json.Number("losses", r.losses);
+}
+
+void AddResults(JsonWriter& json, const char* key, const Results& r) {
+    json.BeginObject(key);
+    AddResults(json, r);
+    json.End();
+}
+
+struct RankedPair {
+    int own, other;  // the signature that is worth more stands first
+    Results results;
+};
+
+std::vector<RankedPair> RankPairs(const Counters& counters) {
+    std::vector<RankedPair> ranked;
+    for (int own = 0; own < kSignatures; ++own)
+        for (int other = 0; other <= own; ++other) {
+            Results r = ResultsToMove(counters, own, other);
+            if (own != other) r = Sum(r, Reversed(ResultsToMove(counters, other, own)));
+            if (r.Games() > 0) ranked.push_back({own, other, r});
+        }
+    std::stable_sort(ranked.begin(), ranked.end(),
+                     [](const RankedPair& a, const RankedPair& b) {
+                         return a.results.Games() > b.results.Games();
+                     });
+    return ranked;
+}
+
+}  // namespace
+
+int QueryStatistics(const std::string& name, const std::string& materials, bool json) {
+    Counters counters;
+    if (!Load(name, counters)) return 1;
+    std::istringstream words(materials);
+    std::string own, other, more;
+    words >> own >> other;
+    const std::vector<int> owns = SignaturesOf(own), others = SignaturesOf(other);
+    if (owns.empty() || others.empty() || own.empty() || other.empty() || words >> more)
+        return Fail("not a pair of materials like \"KRP KR\": " + materials);
+    Results toMove, notToMove;
+    for (const int a : owns)
+        for (const int b : others) {
+            toMove = Sum(toMove, ResultsToMove(counters, a, b));
+            notToMove = Sum(notToMove, Reversed(ResultsToMove(counters, b, a)));
+        }
+    if (!json) {
+        WriteResults((own + " to move").c_str(), toMove);
+        WriteResults((other + " to move").c_str(), notToMove);
+        WriteResults("together", Sum(toMove, notToMove));
+        return 0;
+    }
+    JsonWriter writer;
+    writer.BeginObject();
+    writer.Text("material", own);
+    writer.Text("against", other);
+    AddResults(writer, "toMove", toMove);
+    AddResults(writer, "otherToMove", notToMove);
+    AddResults(writer, "together", Sum(toMove, notToMove));
+    writer.End();
+    return 0;
+}
+
+int TopStatistics(const std::string& name, int count, bool json) {
+    Counters counters;
+    if (!Load(name, counters)) return 1;
+    std::vector<RankedPair> ranked = RankPairs(counters);
+    ranked.resize(std::min(ranked.size(), static_cast<std::size_t>(count)));
+    JsonWriter writer;
+    if (json) {
+        writer.BeginObject();
+        writer.BeginArray("pairs");
+    }
+    for (const RankedPair& pair : ranked) {
+        const std::string own = LettersOf(pair.own), other = LettersOf(pair.other);
+        if (!json) {
+            WriteResults((own + ' ' + other).c_str(), pair.results);
+            continue;
+        }
+        writer.BeginObject();
+        writer.Text("material", own);
+        writer.Text("against", other);
+        AddResults(writer, pair.results);
+        writer.End();
+    }
+    if (json) {
+        writer.End();
+        writer.End();
+    }
+    return 0;
+}
+
+int MergeStatistics(const std::string& a, const std::string& b, const std::string& output,
+                    bool json) {
+    Counters first, second;
+    if (!Load(a, first) || !Load(b, second)) return 1;
+    std::int64_t games = 0, rescaled = 0;
+    for (int pair = 0; pair < kMaterialPairs; ++pair) {
+        int values[3];
+        for (int r = 0; r < 3; ++r)
+            values[r] = CounterOf(first, pair, r) + CounterOf(second, pair, r);
+        while (*std::max_element(values, values + 3) >= kCounterLimit) {
+            for (int& value : values) value = 2 * value / 3;
+            ++rescaled;
+        }
+        for (int r = 0; r < 3; ++r) {
+            Put16be(&first[static_cast<std::size_t>(3 * pair + r) * 2],
+                    static_cast<std::uint16_t>(values[r]));
+            games += values[r];
+        }
+    }
+    if (!ReplaceFile(output.c_str(), first.data(), first.size()))
+        return Fail("cannot write " + output);
+    if (!json) {
+        Write("%s: %lld results, %lld times rescaled\n", output.c_str(),
+              static_cast<long long>(games), static_cast<long long>(rescaled));
+        return 0;
+    }
+    JsonWriter writer;
+    writer.BeginObject();
+    writer.Text("file", output);
+    writer.Number("results", games);
+    writer.Number("rescaled", rescaled);
+    writer.End();
+    return 0;
+}
