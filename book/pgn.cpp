@@ -239,6 +239,12 @@ bool SkipEnPassantMark(PgnReader& pgn, const char* token) {
     return true;
 }
 
+// "=" and ":" by themselves say something about the position; they are no moves.
+bool IsMark(const char* raw) {
+    while (*raw == 'x' || *raw == ':' || *raw == '=') ++raw;
+    return *raw == '\0';
+}
+
 PgnStatus Resolve(PgnReader& pgn, const char* raw, Move& move) {
     pgn.matches = ResolveSan(raw, move);
     if (pgn.matches == 1) return PgnStatus::Found;
@@ -289,9 +295,7 @@ PgnStatus NextPgnMove(PgnReader& pgn, Move& move) {
                 return PgnStatus::TooLong;
             }
             if (pgn.gameLost || SkipEnPassantMark(pgn, raw)) continue;
-            // "=" and ":" by themselves say something about the position, not a move.
-            if (std::strspn(raw, "x:=") != std::strlen(raw))
-                return Resolve(pgn, raw, move);
+            if (!IsMark(raw)) return Resolve(pgn, raw, move);
         } else if (c == '\0' || c == '[') {
             pgn.inGame = false;
             return c == '[' ? PgnStatus::GameEnd : PgnStatus::FileEnd;
