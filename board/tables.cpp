@@ -192,7 +192,7 @@ void BuildOppositionSquares(int square) {
 void BuildFileSetTables() {
     for (int b = 0; b < 256; ++b) {
         const auto set = static_cast<unsigned>(b);
-        FromHigh8[b] = Byte(b == 0 ? 8 : 8 - std::bit_width(set));
+        FromHigh8[b] = Byte(std::countl_zero(static_cast<std::uint8_t>(b)));
         FromLow8[b] = Byte(b == 0 ? 8 : 7 - std::countr_zero(set));
         PopCount8[b] = Byte(std::popcount(set));
         const unsigned pairs = set & set >> 1;
