@@ -114,7 +114,7 @@ void Evaluate(int& alpha, int beta) {
     Terms t;
     t.endgame = IsEndgame();
     const int balance = MaterialBalanceForWhite();
-    int start;
+    int start = 0;
     if (!(t.endgame ? StartEndgame(t, balance, start, alpha, beta)
                     : StartMiddlegame(t, balance, start, alpha, beta)))
         return;
