@@ -19,6 +19,11 @@ if [ ! -f "$report" ] || [ "$(count tests)" = 0 ]; then
 fi
 failed=$(count failures)
 skipped=$(($(count skipped) + $(count disabled)))
+# A program that is missing shows up as "not run" as a skipped test does; it is a failure.
+if [ "$status" != 0 ] && [ "$failed" = 0 ]; then
+  failed=$skipped
+  skipped=0
+fi
 passed=$(($(count tests) - failed - skipped))
 [ "$skipped" = 0 ] && skipped="" || skipped=", $skipped skipped"
 echo "$passed passed, $failed failed$skipped"
