@@ -1,0 +1,109 @@
+// Fuzzing of everything that reads a file, with libFuzzer. One program for each kind of
+// file; VELTRAMOX_FUZZ_KIND names it.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "board/board.h"
+#include "board/generate.h"
+#include "book/book.h"
+#include "book/booklearn.h"
+#include "book/positionlearn.h"
+#include "book/statistics.h"
+#include "driver/settings.h"
+#include "driver/settingsfile.h"
+#include "tests/scratch.h"
+#include "tools/bookcommands.h"
+#include "tools/learncommands.h"
+
+namespace {
+
+// A file in memory with these bytes, under a name that can be opened.
+struct MemoryFile {
+    MemoryFile(const std::uint8_t* data, std::size_t size) {
+        if (ftruncate(descriptor, 0) != 0 ||
+            pwrite(descriptor, data, size, 0) != static_cast<ssize_t>(size))
+            std::abort();
+    }
+    const std::string name = "/proc/self/fd/" + std::to_string(descriptor);
+    static inline const int descriptor = memfd_create("fuzz", 0);
+};
+
+void Play(const char* text) {
+    GenerateLegalMoves(kUserMoveStart);
+    for (int i = kUserMoveStart; i < MoveStackTop; ++i) {
+        char move[kMoveTextSize];
+        MoveToText(move, MoveStack[i]);
+        if (std::string(move) == text) {
+            PlayGameMove(MoveStack[i]);
+            return;
+        }
+    }
+}
+
+// Only ever legal moves, and learning leaves all but the lists' own bytes alone.
+void ReadBook(const char* name) {
+    SetStartPosition();
+    OpenBook(name);
+    for (const char* move : {"e2e4", "e7e5", "g1f3", "b8c6"}) {
+        const Move m = BookMove();
+        if (m != NO_MOVE) {
+            bool legal = false;
+            GenerateLegalMoves(kUserMoveStart);
+            for (int i = kUserMoveStart; i < MoveStackTop; ++i)
+                legal |= (MoveStack[i] & 0x3FFFF) == m;
+            if (!legal) std::abort();
+        }
+        WriteBookMoves();
+        Play(move);
+    }
+    for (const int outcome : {kGameLost, kGameWon, kGameDrawn}) LearnBook(outcome);
+    CloseBook();
+    CheckBook(name, false);
+    DumpBook(name, "", true);
+}
+
+void ReadLearning(const char* name) {
+    SetStartPosition();
+    CheckLearning(name, false);
+    OpenLearning(name);
+    int score = 0, depth = 0;
+    for (std::uint32_t hash = 0; hash < 64; ++hash) LearnLookup(hash, hash, score, depth);
+    CloseLearning();
+    CheckLearning(name, true);
+    DumpLearning(name, true);
+}
+
+void ReadGames(const char* name) {
+    static const Scratch scratch;
+    static const bool opened = OpenStatisticsFile(scratch.Path("set").c_str());
+    if (!opened) std::abort();
+    BuildStatistics(name);
+}
+
+void ReadKind(const std::string& kind, const char* name) {
+    if (kind == "book") ReadBook(name);
+    if (kind == "learn") ReadLearning(name);
+    if (kind == "games") ReadGames(name);
+    if (kind == "settings") ReadSettingsFile(name);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const bool started = [] {
+        BuildTables();
+        SetEarlyDefaults();
+        SetLateDefaults();
+        return true;
+    }();
+    const MemoryFile file(data, size);
+    if (started) ReadKind(VELTRAMOX_FUZZ_KIND, file.name.c_str());
+    return 0;
+}
