@@ -94,6 +94,8 @@ inline SquareSet ExposedSquares(int S) {
 // Makes the move unless it leaves S's king attacked: then it is taken back, and false.
 // Only king moves, moves from exposed squares and en passant can do that.
 inline bool MakeIfLegal(Move m, int S, SquareSet exposed) {
+    // Only behind a table's move that belongs to another position of the same key.
+    if (Captured(m) == KING) return false;
     MakeMove(m);
     if (Moving(m) != KING && (exposed & SquareMask(From(m))) == 0 && !IsEnPassant(m))
         return true;

@@ -22,26 +22,18 @@ bool GoesAwayByFile(int from, int to, int king) {
     return FileDistance(to, king) > FileDistance(from, king);
 }
 
-// Lines of one kind from the king's square and all squares next to it.
-template <typename Lines>
-SquareSet LinesAroundKing(int king, Lines lines) {
-    SquareSet reached = lines(king);
-    for (SquareSet around = KingAttacks[king]; around != 0;)
-        reached |= lines(TakeLowest(around));
-    return reached;
-}
-
+// The man no longer looks at the king or the squares next to it, or walks away from it.
 bool QueenLeaves(int from, int to, int king) {
     return ((QueenLines(to) & QueenLines(king)) == 0 && FileDistance(to, king) > 1) ||
            (GoesAway(from, to, king) && GoesAwayByFile(from, to, king));
 }
 bool RookLeaves(int from, int to, int king) {
-    return ((RookLines(to) & LinesAroundKing(king, RookLines)) == 0 &&
+    return ((RookLines(to) & (RookLines(king) | KingAttacks[king])) == 0 &&
             FileDistance(to, king) > 1) ||
            (GoesAway(from, to, king) && GoesAwayByFile(from, to, king));
 }
 bool BishopLeaves(int from, int to, int king) {
-    return (BishopLines(to) & LinesAroundKing(king, BishopLines)) == 0 ||
+    return (BishopLines(to) & (BishopLines(king) | KingAttacks[king])) == 0 ||
            GoesAway(from, to, king);
 }
 
