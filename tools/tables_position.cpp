@@ -257,9 +257,11 @@ ConversionMap ConversionsOf(const TableMen& men) {
         for (int captured = -1; captured < men.count; ++captured) {
             if (captured == 0 || captured == 1) continue;
             if (captured > 1 && men.man[captured].side == side) continue;
-            for (const int promotion : {EMPTY, KNIGHT, ROOK, BISHOP, QUEEN})
+            for (const int promotion : {EMPTY, KNIGHT, ROOK, BISHOP, QUEEN}) {
+                if (captured < 0 && promotion == EMPTY) continue;  // stays in the table
                 map.to[side][captured + 1][promotion] =
                     LookUp(men, side, captured < 0 ? int{kNoMan} : captured, promotion);
+            }
         }
     return map;
 }
