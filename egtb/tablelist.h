@@ -41,7 +41,7 @@ struct TableShape {
     SideMen side[2];  // the side named first, the other side
     int men;          // kings included
     bool pawns;
-    bool symmetric;  // both sides have the same men
+    bool symmetric;  // both sides have the same men, none of them pawns
 };
 
 // Lists of squares handed to the index functions, one per side: pawns from slot 0,
@@ -84,8 +84,10 @@ constexpr TableShape ParseTableName(std::string_view name) {
         else
             own.group[own.groups++] = {type, 1};
     }
+    // Pawns of the two sides move in different directions: such tables have two files.
     const std::size_t half = name.size() / 2;
-    shape.symmetric = name.size() % 2 == 0 && name.substr(0, half) == name.substr(half);
+    shape.symmetric = !shape.pawns && name.size() % 2 == 0 &&
+                      name.substr(0, half) == name.substr(half);
     return shape;
 }
 
