@@ -6,7 +6,7 @@
 
 struct MadeTable {
     int entry;
-    bool made;          // false: it was there already
+    bool made;               // false: it was there already
     int longestWin[2] = {};  // moves, by side to move; 0 when that side never wins
     int longestLoss[2] = {};
     double seconds = 0;
