@@ -63,17 +63,15 @@ bool ParseBlockTable(const FixedHeader& header, const std::uint8_t* data,
            BuildDecoder(lengths.data(), kBlockSymbols, kMainCodeWidth, table.decoder);
 }
 
-int ReadHeader(std::FILE* file, CompressedTable& table) {
+int ReadHeader(FileHandle file, CompressedTable& table) {
     std::uint8_t fixed[kFixedHeaderSize];
-    if (ReadTableFile(file, 0, fixed, sizeof fixed) != sizeof fixed)
-        return kBlockReadError;
+    if (!ReadAt(file, 0, fixed, sizeof fixed)) return kBlockReadError;
     FixedHeader header;
     if (!ParseFixedHeader(fixed, header)) return kBlockBroken;
     // A length that the file does not have must not become an allocation.
-    if (TableFileLength(file) < std::int64_t{header.length}) return kBlockReadError;
+    if (FileSize(file) < std::int64_t{header.length}) return kBlockReadError;
     std::vector<std::uint8_t> data(header.length);
-    if (ReadTableFile(file, 0, data.data(), data.size()) != std::int64_t{header.length})
-        return kBlockReadError;
+    if (!ReadAt(file, 0, data.data(), data.size())) return kBlockReadError;
     const std::size_t checked = data.size() - 4;
     if (HeaderChecksum(data.data(), checked) != Get32be(&data[checked]))
         return kBlockBroken;
@@ -95,7 +93,7 @@ std::uint32_t HeaderChecksum(const std::uint8_t* data, std::size_t size) {
     return c;
 }
 
-int OpenCompressedTable(std::FILE* file, std::unique_ptr<CompressedTable>& table) {
+int OpenCompressedTable(FileHandle file, std::unique_ptr<CompressedTable>& table) {
     table.reset();
     try {
         auto opened = std::make_unique<CompressedTable>();
@@ -138,15 +136,14 @@ int DecodeBlock(const CompressedTable& table, const std::uint8_t* data, std::siz
     return reader.Overrun() ? kBlockBroken : 0;
 }
 
-int ReadCompressedBlock(const CompressedTable& table, std::FILE* file,
+int ReadCompressedBlock(const CompressedTable& table, FileHandle file,
                         std::uint32_t block, std::uint8_t* destination) {
     if (block >= table.blocks || table.blockSize != kBlockSize) return kBlockBroken;
     if (AllocateDecodeBuffer() != 0) return kBlockOutOfMemory;
     const std::uint64_t start = table.offset[block];
     const std::size_t size = static_cast<std::size_t>(table.offset[block + 1] - start);
     const std::size_t length = block + 1 == table.blocks ? table.lastLength : kBlockSize;
-    if (ReadTableFile(file, start, decodeBuffer.get(), size) !=
-        static_cast<std::int64_t>(size))
+    if (!ReadAt(file, static_cast<std::int64_t>(start), decodeBuffer.get(), size))
         return kBlockReadError;
     if (size != length)
         return DecodeBlock(table, decodeBuffer.get(), size, destination, length);

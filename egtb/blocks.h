@@ -26,7 +26,7 @@
 #include <vector>
 
 #include "egtb/prefixcode.h"
-#include "egtb/tablefile.h"
+#include "platform/files.h"
 
 // ---- The format, shared with the tool that writes such files ----
 inline constexpr int kBlockBits = 13;
@@ -71,7 +71,7 @@ struct CompressedTable {
 };
 
 // Reads header and block table. 0, or an error code and no table.
-int OpenCompressedTable(std::FILE* file, std::unique_ptr<CompressedTable>& table);
+int OpenCompressedTable(FileHandle file, std::unique_ptr<CompressedTable>& table);
 
 // The buffer that all files' blocks pass through. 0 or an error code.
 inline constexpr std::size_t kDecodeBufferSize = kBlockSize + 64;
@@ -79,7 +79,7 @@ int AllocateDecodeBuffer();
 
 // Decodes one block of a table with blocks of 8192 bytes to `destination`, which has room
 // for one. 0 or an error code.
-int ReadCompressedBlock(const CompressedTable& table, std::FILE* file,
+int ReadCompressedBlock(const CompressedTable& table, FileHandle file,
                         std::uint32_t block, std::uint8_t* destination);
 
 // Decodes the bits of one block to exactly `length` bytes; 0 or an error code.

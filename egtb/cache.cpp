@@ -122,11 +122,15 @@ bool LoadBlock(TableSide& table, std::uint32_t block, std::uint8_t* data) {
     if (!OpenFile(table)) return false;
     if (table.compressed)
         return ReadCompressedBlock(*table.compressed, table.file.get(), block, data) == 0;
-    const std::int64_t count = ReadTableFile(
-        table.file.get(), std::uint64_t{block} * kBlockSize, data, kBlockSize);
-    if (count < 0) return false;
-    // Beyond the end there is nothing: never what another block left there.
-    std::fill(data + count, data + kBlockSize, std::uint8_t{127});
+    const std::int64_t offset =
+        std::int64_t{block} * static_cast<std::int64_t>(kBlockSize);
+    const std::int64_t left = FileSize(table.file.get()) - offset;
+    // The last block is a shorter one. Beyond it there is nothing: never what another
+    // block left there.
+    const auto size = static_cast<std::size_t>(
+        std::clamp<std::int64_t>(left, 0, static_cast<std::int64_t>(kBlockSize)));
+    if (!ReadAt(table.file.get(), offset, data, size)) return false;
+    std::fill(data + size, data + kBlockSize, std::uint8_t{127});
     return true;
 }
 

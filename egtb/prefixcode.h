@@ -6,13 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-inline std::uint32_t Get32be(const std::uint8_t* p) {
-    return std::uint32_t{p[0]} << 24 | std::uint32_t{p[1]} << 16 |
-           std::uint32_t{p[2]} << 8 | std::uint32_t{p[3]};
-}
-inline std::uint64_t Get64be(const std::uint8_t* p) {
-    return std::uint64_t{Get32be(p)} << 32 | Get32be(p + 4);
-}
+#include "platform/bytes.h"
 
 // Bits of a byte string, most significant first. Beyond the end zeros are read; Overrun()
 // tells that some were taken.

@@ -87,7 +87,7 @@ void CheckLength(const std::string& name, std::uint64_t values, int entry, int s
 }
 
 // Both return the number of values in the file.
-std::uint64_t OpenCompressed(std::FILE* file, const std::string& name, int entry,
+std::uint64_t OpenCompressed(FileHandle file, const std::string& name, int entry,
                              int side, TableSide& table) {
     const int error = OpenCompressedTable(file, table.compressed);
     if (error != 0) ReportUnreadable(name, error);
@@ -102,10 +102,10 @@ std::uint64_t OpenCompressed(std::FILE* file, const std::string& name, int entry
     return values;
 }
 
-std::uint64_t MeasurePlain(std::FILE* file, const std::string& name, int entry,
+std::uint64_t MeasurePlain(FileHandle file, const std::string& name, int entry,
                            int side) {
     if (EntryOf(entry).wide) return EntryOf(entry).size[side];
-    const std::int64_t length = TableFileLength(file);
+    const std::int64_t length = FileSize(file);
     if (length < 0) {
         Write("*** Seek in %s failed\n", name.c_str());
         EndProgram();

@@ -86,8 +86,8 @@ constexpr TableShape ParseTableName(std::string_view name) {
     }
     // Pawns of the two sides move in different directions: such tables have two files.
     const std::size_t half = name.size() / 2;
-    shape.symmetric = !shape.pawns && name.size() % 2 == 0 &&
-                      name.substr(0, half) == name.substr(half);
+    shape.symmetric =
+        !shape.pawns && name.size() % 2 == 0 && name.substr(0, half) == name.substr(half);
     return shape;
 }
 

@@ -9,6 +9,7 @@
 #include <random>
 #include <string>
 
+#include "egtb/tablefile.h"
 #include "tools/bitwriter.h"
 #include "tools/tables_pack.h"
 
@@ -19,8 +20,7 @@ using Bytes = std::vector<std::uint8_t>;
 // A file without a name that holds these bytes.
 TableFile FileOf(const Bytes& data) {
     TableFile file(std::tmpfile());
-    if (!data.empty())
-        EXPECT_EQ(std::fwrite(data.data(), 1, data.size(), file.get()), data.size());
+    EXPECT_TRUE(data.empty() || WriteAt(file.get(), 0, data.data(), data.size()));
     std::fflush(file.get());
     return file;
 }

@@ -9,7 +9,6 @@
 #include <thread>
 #include <vector>
 
-#include "board/tables.h"
 #include "egtb/indextables.h"
 #include "tools/progress.h"
 #include "tools/tables_make.h"
@@ -23,11 +22,6 @@ namespace {
 int DefaultJobs() {
     const unsigned cores = std::thread::hardware_concurrency();
     return cores == 0 ? 1 : static_cast<int>(cores);
-}
-
-void PrepareTables() {
-    BuildTables();
-    BuildIndexTables();
 }
 
 int EntryNamed(const std::string& name) {
@@ -60,7 +54,7 @@ void ReportMade(const MadeTable& table) {
 }
 
 void RunMake(const MakeOptions& options) {
-    PrepareTables();
+    BuildIndexTables();
     std::vector<int> entries;
     for (const int men : options.men)
         for (const int entry : TablesWithMen(men)) entries.push_back(entry);
@@ -117,10 +111,10 @@ std::vector<fs::path> TableFilesOf(const std::vector<std::string>& paths,
 // Writes the other form of each file, next to it or to the given directory.
 void Convert(const PackOptions& options, bool (*wanted)(const fs::path&), bool packing) {
     std::uintmax_t plainBytes = 0, packedBytes = 0;
-    double done = 0;
+    std::uint64_t done = 0;
     const std::vector<fs::path> files = TableFilesOf(options.paths, wanted);
     for (const fs::path& file : files) {
-        ShowProgress(file.filename().string(), done++, static_cast<double>(files.size()));
+        ShowProgress(packing ? "Packing" : "Unpacking", done++, files.size());
         const std::vector<std::uint8_t> values = LoadTableFile(file);
         if (values.empty()) throw std::runtime_error(file.string() + " is empty");
         const std::vector<std::uint8_t> data =
@@ -135,7 +129,7 @@ void Convert(const PackOptions& options, bool (*wanted)(const fs::path&), bool p
         WriteWholeFile(name, data);
         if (options.remove) fs::remove(file);
     }
-    ClearProgress();
+    EndProgress();
     std::printf("%zu files, %ju bytes of values, %ju bytes packed", files.size(),
                 plainBytes, packedBytes);
     if (packedBytes > 0)

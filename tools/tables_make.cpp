@@ -277,13 +277,13 @@ void ClassifyAll(Analysis& a) {
         a.side[side].distance.assign(size, 0);
         a.side[side].open.assign(size, 0);
         std::atomic<std::uint64_t> done{size * static_cast<std::uint64_t>(side)};
-        ForEachPiece(
-            a.jobs, size, kPieceSize, [&](std::uint64_t begin, std::uint64_t end) {
-                for (std::uint64_t node = begin; node < end; ++node)
-                    Classify(a, static_cast<Node>(node), side);
-                done += end - begin;
-                Show(a, ": classifying positions ", done, 2 * size);
-        });
+        ForEachPiece(a.jobs, size, kPieceSize,
+                     [&](std::uint64_t begin, std::uint64_t end) {
+                         for (std::uint64_t node = begin; node < end; ++node)
+                             Classify(a, static_cast<Node>(node), side);
+                         done += end - begin;
+                         Show(a, ": classifying positions ", done, 2 * size);
+                     });
         std::sort(a.enPassant[side].begin(), a.enPassant[side].end(),
                   [](const EnPassantNode& x, const EnPassantNode& y) {
                       return x.node != y.node ? x.node < y.node : x.victim < y.victim;

@@ -258,11 +258,6 @@ std::vector<std::uint8_t> PackBlock(Block block, Parser& parser,
     return out.bytes;
 }
 
-void Put32be(std::vector<std::uint8_t>& data, std::size_t at, std::uint32_t value) {
-    for (std::size_t i = 0; i < 4; ++i)
-        data[at + i] = static_cast<std::uint8_t>(value >> (24 - 8 * i));
-}
-
 }  // namespace
 
 std::vector<std::uint8_t> AssemblePackedFile(const PackedParts& parts) {
@@ -279,16 +274,16 @@ std::vector<std::uint8_t> AssemblePackedFile(const PackedParts& parts) {
     const std::size_t header = kMinHeaderSize + records + bits.bytes.size();
     std::vector<std::uint8_t> file(header, 0);
     std::copy_n(kBlockBanner, kBannerSize, file.begin());
-    Put32be(file, 64, static_cast<std::uint32_t>(header));
+    Put32be(&file[64], static_cast<std::uint32_t>(header));
     file[70] = kBlockBits;
     file[71] = kDistances;
-    Put32be(file, 72, static_cast<std::uint32_t>(parts.blocks.size()));
-    Put32be(file, 76, kFormatTag);
+    Put32be(&file[72], static_cast<std::uint32_t>(parts.blocks.size()));
+    Put32be(&file[76], kFormatTag);
     for (std::size_t b = 0; b < parts.checksums.size(); ++b)
-        Put32be(file, kFixedHeaderSize + 8 * b, parts.checksums[b]);
+        Put32be(&file[kFixedHeaderSize + 8 * b], parts.checksums[b]);
     std::copy(bits.bytes.begin(), bits.bytes.end(),
               file.begin() + static_cast<std::ptrdiff_t>(kFixedHeaderSize + records));
-    Put32be(file, header - 4, HeaderChecksum(file.data(), header - 4));
+    Put32be(&file[header - 4], HeaderChecksum(file.data(), header - 4));
     for (const auto& block : parts.blocks)
         file.insert(file.end(), block.begin(), block.end());
     return file;

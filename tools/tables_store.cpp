@@ -1,10 +1,10 @@
 #include "tools/tables_store.h"
 
-#include <fstream>
 #include <stdexcept>
 
 #include "board/types.h"
 #include "egtb/blocks.h"
+#include "egtb/tablefile.h"
 #include "tools/tables_position.h"
 
 namespace fs = std::filesystem;
@@ -47,28 +47,16 @@ bool TableIsThere(const fs::path& directory, int entry) {
 }
 
 void WriteWholeFile(const fs::path& file, const std::vector<std::uint8_t>& data) {
-    fs::path temporary = file;
-    temporary += ".part";
-    {
-        std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-        out.write(reinterpret_cast<const char*>(data.data()),
-                  static_cast<std::streamsize>(data.size()));
-        out.close();
-        if (!out) {
-            std::error_code ignored;
-            fs::remove(temporary, ignored);
-            throw std::runtime_error("cannot write " + temporary.string());
-        }
-    }
-    fs::rename(temporary, file);
+    if (!ReplaceFile(file.string().c_str(), data.data(), data.size()))
+        throw std::runtime_error("cannot write " + file.string());
 }
 
 std::vector<std::uint8_t> ReadWholeFile(const fs::path& file) {
     const TableFile in = OpenTableFile(file.string().c_str());
-    const std::int64_t length = in ? TableFileLength(in.get()) : -1;
+    const std::int64_t length = in ? FileSize(in.get()) : -1;
     if (length < 0) throw std::runtime_error("cannot read " + file.string());
     std::vector<std::uint8_t> data(static_cast<std::size_t>(length));
-    if (ReadTableFile(in.get(), 0, data.data(), data.size()) != length)
+    if (!ReadAt(in.get(), 0, data.data(), data.size()))
         throw std::runtime_error("cannot read " + file.string());
     return data;
 }
