@@ -31,3 +31,16 @@ inline void Put16be(std::uint8_t* bytes, std::uint16_t value) {
     bytes[0] = static_cast<std::uint8_t>(value >> 8);
     bytes[1] = static_cast<std::uint8_t>(value);
 }
+
+inline std::uint32_t Get32be(const std::uint8_t* bytes) {
+    return static_cast<std::uint32_t>(Get16be(bytes)) << 16 | Get16be(bytes + 2);
+}
+
+inline void Put32be(std::uint8_t* bytes, std::uint32_t value) {
+    for (int i = 0; i < 4; ++i)
+        bytes[i] = static_cast<std::uint8_t>(value >> (24 - 8 * i));
+}
+
+inline std::uint64_t Get64be(const std::uint8_t* bytes) {
+    return static_cast<std::uint64_t>(Get32be(bytes)) << 32 | Get32be(bytes + 4);
+}

@@ -1,6 +1,7 @@
 // The companion program: books, learning files and games outside of play.
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -9,8 +10,10 @@
 #include "platform/output.h"
 #include "tools/bookcommands.h"
 #include "tools/learncommands.h"
+#include "tools/progress.h"
 #include "tools/randomgames.h"
 #include "tools/statscommands.h"
+#include "tools/tables_commands.h"
 
 namespace {
 
@@ -168,18 +171,23 @@ void AddGamesCommand(CLI::App& app) {
 }  // namespace
 
 int main(int count, char** words) {
-    CLI::App app("Tools for Veltramox: books, learning files, statistics",
+    CLI::App app("Tools for Veltramox: books, learning files, statistics, tables",
                  "veltramox-tool");
     app.require_subcommand(1);
     AddBook(app);
     AddLearn(app);
     AddStatistics(app);
     AddGamesCommand(app);
+    AddTablesCommands(app);
     BuildTables();
     try {
         app.parse(count, words);
     } catch (const CLI::ParseError& error) {
         return app.exit(error);
+    } catch (const std::exception& error) {
+        EndProgress();
+        FlushOutput();
+        return Fail(error.what());
     }
     FlushOutput();
     return Status;

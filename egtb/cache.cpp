@@ -1,0 +1,242 @@
+#include "egtb/cache.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+
+#include "board/types.h"
+#include "egtb/registry.h"
+
+namespace {
+
+using SlotNumber = std::uint32_t;  // slot + 1; 0 is none
+
+struct CacheHeader {
+    std::int32_t entry;
+    std::int32_t side;
+    std::uint32_t block;
+    SlotNumber newer, older;    // list by last use
+    SlotNumber before, behind;  // chain of the bucket
+    std::uint32_t unused;
+};
+static_assert(sizeof(CacheHeader) == 32);
+
+// Room for a block and for what decoding may need beside it.
+constexpr std::size_t kDataSize = 8228;
+constexpr std::size_t kSlotSize = sizeof(CacheHeader) + kDataSize;
+// Smaller buffers do not count as a cache.
+constexpr std::size_t kSmallestCache = 32;
+// A size that no machine has: larger ones are not even tried.
+constexpr int kMaxCacheLog2 = 46;
+
+// ---- The cache: headers first, then the data areas ----
+std::unique_ptr<std::uint8_t[]> dataBuffer;
+CacheHeader* headers = nullptr;
+std::uint8_t* dataAreas = nullptr;
+std::uint32_t slots = 0;
+
+// ---- Its use ----
+std::uint32_t untouched = 0;  // slots from here on were never used
+SlotNumber firstFree = 0;     // used once, then given back; linked by `older`
+SlotNumber newest = 0, oldest = 0;
+std::uint64_t misses = 0;
+
+CacheHeader& Header(SlotNumber slot) { return headers[slot - 1]; }
+std::uint8_t* DataOf(SlotNumber slot) { return dataAreas + (slot - 1) * kDataSize; }
+
+SlotNumber& BucketOf(const CacheHeader& header) {
+    return Tables[header.entry][header.side].bucket[header.block % kCacheBuckets];
+}
+
+void UnlinkFromUse(SlotNumber slot) {
+    const CacheHeader& header = Header(slot);
+    (header.newer != 0 ? Header(header.newer).older : newest) = header.older;
+    (header.older != 0 ? Header(header.older).newer : oldest) = header.newer;
+}
+
+void LinkAsNewest(SlotNumber slot) {
+    CacheHeader& header = Header(slot);
+    header.newer = 0;
+    header.older = newest;
+    (newest != 0 ? Header(newest).newer : oldest) = slot;
+    newest = slot;
+}
+
+void UnlinkFromBucket(SlotNumber slot) {
+    const CacheHeader& header = Header(slot);
+    (header.before != 0 ? Header(header.before).behind : BucketOf(header)) =
+        header.behind;
+    if (header.behind != 0) Header(header.behind).before = header.before;
+}
+
+void LinkFirstInBucket(SlotNumber slot) {
+    CacheHeader& header = Header(slot);
+    SlotNumber& bucket = BucketOf(header);
+    header.before = 0;
+    header.behind = bucket;
+    if (bucket != 0) Header(bucket).before = slot;
+    bucket = slot;
+}
+
+void LinkInFront(SlotNumber slot) {
+    LinkAsNewest(slot);
+    LinkFirstInBucket(slot);
+}
+
+SlotNumber FindBlock(const TableSide& table, std::uint32_t block) {
+    SlotNumber slot = table.bucket[block % kCacheBuckets];
+    while (slot != 0 && Header(slot).block != block) slot = Header(slot).behind;
+    return slot;
+}
+
+// A slot for a new block: a free one, or the one whose last use lies furthest back.
+SlotNumber TakeSlot() {
+    if (firstFree != 0) {
+        const SlotNumber slot = firstFree;
+        firstFree = Header(slot).older;
+        return slot;
+    }
+    if (untouched < slots) return ++untouched;
+    const SlotNumber slot = oldest;
+    UnlinkFromUse(slot);
+    UnlinkFromBucket(slot);
+    return slot;
+}
+
+void GiveBackSlot(SlotNumber slot) {
+    Header(slot).older = firstFree;
+    firstFree = slot;
+}
+
+bool OpenFile(TableSide& table) {
+    if (table.file) return true;
+    table.file = OpenTableFile(table.path.c_str());
+    if (table.file) return true;
+    // Too many open files, perhaps.
+    CloseTableFiles();
+    table.file = OpenTableFile(table.path.c_str());
+    return table.file != nullptr;
+}
+
+bool LoadBlock(TableSide& table, std::uint32_t block, std::uint8_t* data) {
+    if (!OpenFile(table)) return false;
+    if (table.compressed)
+        return ReadCompressedBlock(*table.compressed, table.file.get(), block, data) == 0;
+    const std::int64_t offset =
+        std::int64_t{block} * static_cast<std::int64_t>(kBlockSize);
+    const std::int64_t left = FileSize(table.file.get()) - offset;
+    // The last block is a shorter one. Beyond it there is nothing: never what another
+    // block left there.
+    const auto size = static_cast<std::size_t>(
+        std::clamp<std::int64_t>(left, 0, static_cast<std::int64_t>(kBlockSize)));
+    if (!ReadAt(table.file.get(), offset, data, size)) return false;
+    std::fill(data + size, data + kBlockSize, std::uint8_t{127});
+    return true;
+}
+
+// The byte at an offset of a block; -1 after a failure, which drops the table side.
+int CachedByte(int entry, int side, std::uint32_t block, std::size_t offset) {
+    TableSide& table = Tables[entry][side];
+    if (const SlotNumber slot = FindBlock(table, block); slot != 0) {
+        if (slot != newest) {
+            UnlinkFromUse(slot);
+            LinkAsNewest(slot);
+        }
+        if (slot != BucketOf(Header(slot))) {
+            UnlinkFromBucket(slot);
+            LinkFirstInBucket(slot);
+        }
+        return DataOf(slot)[offset];
+    }
+    const SlotNumber slot = TakeSlot();
+    ++misses;
+    if (!LoadBlock(table, block, DataOf(slot))) {
+        table.path.clear();
+        table.file.reset();
+        GiveBackSlot(slot);
+        return -1;
+    }
+    CacheHeader& header = Header(slot);
+    header.entry = entry;
+    header.side = side;
+    header.block = block;
+    LinkInFront(slot);
+    return DataOf(slot)[offset];
+}
+
+// Seven losses in 127 moves, one more than a byte can say: kppkp, Black to move.
+constexpr int kLongestEntry = 36;
+constexpr std::uint32_t kLongestLosses[] = {56802428, 56811076, 56849992, 56858640,
+                                            59592489, 67775659, 71071628};
+constexpr int kLossIn127 = -32639;
+
+bool ValueOfByte(int byte, int& value) {
+    const int b = byte < 128 ? byte : byte - 256;
+    if (b == 127) return false;
+    if (b == 0)
+        value = 0;
+    else if (b > 0)
+        value = b + 32640;
+    else if (b == -127)
+        value = -32640;
+    else if (b == -128)
+        value = 32640;
+    else
+        value = b - 32640;
+    return true;
+}
+
+bool ReadWideValue(int entry, int side, std::uint32_t index, int& value) {
+    const std::uint32_t block = index >> (kBlockBits - 1);
+    const std::size_t offset = 2 * std::size_t{index & (kBlockSize / 2 - 1)};
+    const int low = CachedByte(entry, side, block, offset);
+    if (low < 0) return false;
+    const int high = CachedByte(entry, side, block, offset + 1);
+    if (high < 0) return false;
+    value = static_cast<std::int16_t>(low | high << 8);
+    return true;
+}
+
+}  // namespace
+
+bool AllocateTableCache(int bytesLog2) {
+    dataBuffer.reset();
+    slots = 0;
+    InitTableCache();
+    if (bytesLog2 < 0 || bytesLog2 > kMaxCacheLog2) return false;
+    const std::size_t bytes = std::size_t{1} << bytesLog2;
+    dataBuffer.reset(new (std::nothrow) std::uint8_t[bytes]);
+    if (!dataBuffer) return false;
+    if (bytes >= kSmallestCache) slots = static_cast<std::uint32_t>(bytes / kSlotSize);
+    headers = reinterpret_cast<CacheHeader*>(dataBuffer.get());
+    dataAreas = dataBuffer.get() + slots * sizeof(CacheHeader);
+    InitTableCache();
+    return true;
+}
+
+void InitTableCache() {
+    untouched = 0;
+    firstFree = newest = oldest = 0;
+    misses = 0;
+    for (auto& sides : Tables)
+        for (TableSide& side : sides) side.bucket.fill(0);
+}
+
+std::uint32_t TableCacheBlocks() { return slots; }
+std::uint64_t TableCacheMisses() { return misses; }
+
+bool ReadTableValue(int entry, int side, std::uint32_t index, int& value) {
+    if (ShapeOf(entry).symmetric) side = WHITE;
+    const TableSide& table = Tables[entry][side];
+    if (table.path.empty() || slots == 0 || index >= table.size) return false;
+    if (entry == kLongestEntry && side == BLACK &&
+        std::find(std::begin(kLongestLosses), std::end(kLongestLosses), index) !=
+            std::end(kLongestLosses)) {
+        value = kLossIn127;
+        return true;
+    }
+    if (EntryOf(entry).wide) return ReadWideValue(entry, side, index, value);
+    const int byte =
+        CachedByte(entry, side, index >> kBlockBits, index & (kBlockSize - 1));
+    return byte >= 0 && ValueOfByte(byte, value);
+}

@@ -1,0 +1,166 @@
+#include "tools/tables_commands.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "egtb/indextables.h"
+#include "tools/progress.h"
+#include "tools/tables_make.h"
+#include "tools/tables_pack.h"
+#include "tools/tables_store.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+int DefaultJobs() {
+    const unsigned cores = std::thread::hardware_concurrency();
+    return cores == 0 ? 1 : static_cast<int>(cores);
+}
+
+int EntryNamed(const std::string& name) {
+    const int entry = FindTable(name);
+    if (entry == 0) throw CLI::ValidationError("there is no table " + name);
+    return entry;
+}
+
+// ---- make ----
+
+struct MakeOptions {
+    std::vector<std::string> names;
+    std::vector<int> men;
+    std::string directory = ".";
+    int jobs = DefaultJobs();
+};
+
+void ReportMade(const MadeTable& table) {
+    const std::string name(EntryOf(table.entry).name);
+    if (!table.made) {
+        std::printf("%-6s there already\n", name.c_str());
+        return;
+    }
+    std::printf(
+        "%-6s White to move: wins in %d, loses in %d; Black to move: wins in %d, "
+        "loses in %d; %.1f s\n",
+        name.c_str(), table.longestWin[0], table.longestLoss[0], table.longestWin[1],
+        table.longestLoss[1], table.seconds);
+    std::fflush(stdout);
+}
+
+void RunMake(const MakeOptions& options) {
+    BuildIndexTables();
+    std::vector<int> entries;
+    for (const int men : options.men)
+        for (const int entry : TablesWithMen(men)) entries.push_back(entry);
+    for (const std::string& name : options.names) entries.push_back(EntryNamed(name));
+    if (entries.empty()) throw CLI::ValidationError("name tables, or give --men");
+    MakeTables(entries, options.directory, options.jobs, ReportMade);
+}
+
+void AddMake(CLI::App& tables) {
+    CLI::App* make = tables.add_subcommand(
+        "make", "Make tables and those they need; tables that are there are kept");
+    auto options = std::make_shared<MakeOptions>();
+    make->add_option("names", options->names, "Tables by name: krk kbnk kqkr ...");
+    make->add_option("--men", options->men, "All tables with this many men")
+        ->check(CLI::Range(3, kMostMenMade));
+    make->add_option("-o,--output", options->directory, "Directory of the tables")
+        ->capture_default_str();
+    make->add_option("--jobs", options->jobs, "Threads")->check(CLI::Range(1, 256));
+    make->callback([options] { RunMake(*options); });
+}
+
+// ---- pack and unpack ----
+
+struct PackOptions {
+    std::vector<std::string> paths;
+    std::string directory;
+    bool remove = false;
+    int jobs = DefaultJobs();
+};
+
+bool IsPacked(const fs::path& file) { return file.extension() == ".emd"; }
+bool IsPlain(const fs::path& file) {
+    return file.extension() == ".nbw" || file.extension() == ".nbb";
+}
+
+// Table files among the paths and in the directories among them, sorted by name.
+std::vector<fs::path> TableFilesOf(const std::vector<std::string>& paths,
+                                   bool (*wanted)(const fs::path&)) {
+    std::vector<fs::path> files;
+    for (const fs::path path : paths) {
+        if (!fs::exists(path)) throw std::runtime_error("there is no " + path.string());
+        if (!fs::is_directory(path)) {
+            files.push_back(path);
+            continue;
+        }
+        for (const fs::directory_entry& entry : fs::directory_iterator(path))
+            if (entry.is_regular_file() && wanted(entry.path()))
+                files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+// Writes the other form of each file, next to it or to the given directory.
+void Convert(const PackOptions& options, bool (*wanted)(const fs::path&), bool packing) {
+    std::uintmax_t plainBytes = 0, packedBytes = 0;
+    std::uint64_t done = 0;
+    const std::vector<fs::path> files = TableFilesOf(options.paths, wanted);
+    for (const fs::path& file : files) {
+        ShowProgress(packing ? "Packing" : "Unpacking", done++, files.size());
+        const std::vector<std::uint8_t> values = LoadTableFile(file);
+        if (values.empty()) throw std::runtime_error(file.string() + " is empty");
+        const std::vector<std::uint8_t> data =
+            packing ? PackTable(values, options.jobs) : values;
+        fs::path name = packing ? fs::path(file.filename().string() + ".emd")
+                                : file.filename().stem();
+        name = (options.directory.empty() ? file.parent_path()
+                                          : fs::path(options.directory)) /
+               name;
+        plainBytes += values.size();
+        packedBytes += packing ? data.size() : fs::file_size(file);
+        WriteWholeFile(name, data);
+        if (options.remove) fs::remove(file);
+    }
+    EndProgress();
+    std::printf("%zu files, %ju bytes of values, %ju bytes packed", files.size(),
+                plainBytes, packedBytes);
+    if (packedBytes > 0)
+        std::printf(", ratio %.2f",
+                    static_cast<double>(plainBytes) / static_cast<double>(packedBytes));
+    std::printf("\n");
+}
+
+void AddPack(CLI::App& tables, bool packing) {
+    CLI::App* command =
+        packing
+            ? tables.add_subcommand("pack", "Compress table files to .emd files")
+            : tables.add_subcommand("unpack", "Write .emd files as plain table files");
+    auto options = std::make_shared<PackOptions>();
+    command->add_option("paths", options->paths, "Table files, or directories of them")
+        ->required();
+    command->add_option("-o,--output", options->directory,
+                        "Directory for the results; without it, next to the files");
+    command->add_flag("--remove", options->remove,
+                      "Remove each file when it is converted");
+    command->add_option("--jobs", options->jobs, "Threads")->check(CLI::Range(1, 256));
+    command->callback(
+        [options, packing] { Convert(*options, packing ? IsPlain : IsPacked, packing); });
+}
+
+}  // namespace
+
+void AddTablesCommands(CLI::App& tool) {
+    CLI::App* tables = tool.add_subcommand("tables", "Endgame tables");
+    tables->require_subcommand(1);
+    AddMake(*tables);
+    AddPack(*tables, true);
+    AddPack(*tables, false);
+}

@@ -1,0 +1,25 @@
+// Makes endgame tables: exact distances to mate by retrograde analysis.
+#pragma once
+
+#include <filesystem>
+#include <vector>
+
+struct MadeTable {
+    int entry;
+    bool made;               // false: it was there already
+    int longestWin[2] = {};  // moves, by side to move; 0 when that side never wins
+    int longestLoss[2] = {};
+    double seconds = 0;
+};
+
+// Makes the tables, and those that captures and promotions lead to, in the directory, on
+// `jobs` threads; tables that are there are kept. `report` is called after each one.
+// Throws std::runtime_error with a text for the user; complete files stay, and the next
+// call goes on after them.
+void MakeTables(const std::vector<int>& entries, const std::filesystem::path& directory,
+                int jobs, void (*report)(const MadeTable&));
+
+// The entries with this many men, in the order of the list.
+std::vector<int> TablesWithMen(int men);
+// Men of the largest table that can be made.
+inline constexpr int kMostMenMade = 5;
