@@ -22,6 +22,8 @@ int CentrePawn(int home, int front) {
     return ((Board.Bishops[c] | Board.Knights[c]) & At<c>(front)) != 0 ? 5 : 3;
 }
 
+// Pawns at home that bar the way of the pieces; a wing pawn two squares on has not
+// helped.
 template <int c>
 int PawnPoints() {
     const SquareSet pawns = Board.Pawns[c];
@@ -29,6 +31,7 @@ int PawnPoints() {
            One(pawns & (At<c>(G2) | At<c>(G4)));
 }
 
+// Minor pieces at home or on the edge, and the pawn that shuts the queen's bishop in.
 template <int c>
 int PiecePoints() {
     const SquareSet knights = Board.Knights[c], bishops = Board.Bishops[c];
@@ -37,6 +40,7 @@ int PiecePoints() {
            One(bishops & At<c>(F1)) + One(Board.Pawns[c] & At<c>(B2));
 }
 
+// The penalty of one colour; the move itself is worth two points.
 template <int c>
 int Undeveloped() {
     constexpr int kMostPiecePoints = 5;

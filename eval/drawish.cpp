@@ -13,7 +13,8 @@ constexpr int kSmallLead = 200;  // centipawns
 
 bool HasRookAlone(int c) { return Board.Units[c] == kRook; }
 
-// The defending king stands before the pawn, the attacking king does not support it.
+// Rook and pawn against rook: the defending king stands before the pawn, the attacking
+// king does not support it.
 template <int c>
 int RookAndPawnAgainstRook(int score) {
     constexpr int kDivisor[8] = {6, 5, 3, 3, 3, 3, 5, 6};  // [pawn's file]
@@ -25,6 +26,7 @@ int RookAndPawnAgainstRook(int score) {
     return score;
 }
 
+// One bishop each, on squares of different colours, and little besides.
 bool BishopsOfOppositeColours() {
     return ExactlyOne(Board.Bishops[WHITE]) && ExactlyOne(Board.Bishops[BLACK]) &&
            Board.Units[WHITE] < kOppositeBishopsBelow &&
@@ -32,6 +34,7 @@ bool BishopsOfOppositeColours() {
            OnLightAndDark(Board.Bishops[WHITE] | Board.Bishops[BLACK]);
 }
 
+// A small lead counts for less; of a large one what the pieces have added is halved.
 int ScaleOppositeBishops(int score, int balance) {
     const int white = Board.Units[WHITE], black = Board.Units[BLACK];
     const bool bare = white == kMinor && black == kMinor;
@@ -89,6 +92,7 @@ int PawnlessDivisor(int strong) {
     }
 }
 
+// Endings known by their kind, whoever is ahead.
 int ScaleByKind(int score, int balance) {
     const int white = Board.PawnCount[WHITE], black = Board.PawnCount[BLACK];
     if (HasRookAlone(WHITE) && HasRookAlone(BLACK) && white + black == 1)

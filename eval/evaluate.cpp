@@ -110,6 +110,8 @@ void ResetMargins() {
     LazyMargin = kNewLazyMargin;
 }
 
+// The sequence matters: each lazy exit compares the sum of the terms before it with the
+// bounds, and the margin of the second one is measured on the terms behind it.
 void Evaluate(int& alpha, int beta) {
     Terms t;
     t.endgame = IsEndgame();
@@ -121,7 +123,7 @@ void Evaluate(int& alpha, int beta) {
     int score = ForMover(start + CheapTerms(t));
     if (t.endgame) score = ClampCantWin(score);
     if (IsOutside(score, alpha, beta)) return;
-    const int lazyBase = score;
+    const int lazyBase = score;  // what the second exit has seen
     score += ForMover(PieceTerms(t));
     if (t.endgame && score != 0) score = ScaleDrawish(score, ForMover(balance));
     LeaveForReport(t);

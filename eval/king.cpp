@@ -30,6 +30,7 @@ constexpr int DefenceFactor(int defects) {
     return std::clamp(15 + defects / 2, kLeastFactor, kMostFactor);
 }
 
+// Castled, or what has been lost of the chance to.
 template <int c>
 int CastlingFor() {
     int score = 0;
@@ -46,6 +47,7 @@ int CastlingFor() {
     return Board.Queens[1 - c] != 0 ? 2 * score : score;
 }
 
+// The colour has a queen, and the enemy king needs shelter more than its own has to.
 template <int c>
 int QueenFor(const Terms& t) {
     constexpr int e = 1 - c;
@@ -54,6 +56,7 @@ int QueenFor(const Terms& t) {
     return weaker ? kQueenAgainstWeakKing : 0;
 }
 
+// The root side's attack is weighted with its aggressivity, the opponent's with its fear.
 template <int c>
 int AttackFor(Terms& t) {
     t.danger[c] = std::clamp(t.danger[c], kFewestUnits, kMostUnits);

@@ -107,6 +107,7 @@ int EvenPieces() {
            (static_cast<int>(whiteKnight) - static_cast<int>(blackKnight));
 }
 
+// Minors against majors; where both are level, EvenPieces decides.
 int PieceImbalance() {
     const int minors = Board.MinorCount[WHITE] - Board.MinorCount[BLACK];
     const int majors = Board.MajorCount[WHITE] - Board.MajorCount[BLACK];
@@ -115,6 +116,7 @@ int PieceImbalance() {
     return kImbalance[cut(majors) + kImbalanceCut][cut(minors) + kImbalanceCut];
 }
 
+// A rook works better with a bishop than with a knight while there are pawns.
 int RookAndMinorEach() {
     if (Board.Units[WHITE] != 8 || Board.Units[BLACK] != 8) return 0;
     if ((Board.Pawns[WHITE] | Board.Pawns[BLACK]) == 0) return 0;
@@ -135,6 +137,7 @@ int StepsToMatingCorner(SquareSet bishop, int king) {
                : std::min(Distance[king][A1], Distance[king][H8]);
 }
 
+// The colour leads by enough to mate a king without pawns.
 template <int c>
 int MatingHelpFor(const bool (&ending)[2]) {
     constexpr int e = 1 - c;

@@ -44,6 +44,8 @@ SquareSet CatchingSquares(int pawn) {
 
 // ---- Structure with pieces ----
 
+// Two passers side by side, far advanced ones more when the enemy is weak and has no man
+// before them.
 template <int c>
 int PairTerm(int a, int b) {
     constexpr int e = 1 - c;
@@ -127,6 +129,7 @@ int RookBehind(int pawn, SquareSet stop) {
     return (stop & Board.Occupied[e]) == 0 ? kRookBehindFree : kRookBehindBlocked;
 }
 
+// One passer: rooks behind it, the own king before it, a man in its way.
 template <int c>
 int PasserTerm(int pawn) {
     const int rank = RelativeRank<c>(pawn);
@@ -137,6 +140,7 @@ int PasserTerm(int pawn) {
     return score;
 }
 
+// More passers than a bare king, or a king and a knight, can watch.
 template <int c>
 int SeveralPassers(SquareSet passers) {
     constexpr int e = 1 - c;
@@ -169,6 +173,7 @@ struct Runner {
     }
 };
 
+// A knight guards the promotion square or the pawn's next one, or stands there.
 template <int c>
 bool KnightsCatch(int pawn) {
     const SquareSet knights = Board.Knights[1 - c];
@@ -178,6 +183,7 @@ bool KnightsCatch(int pawn) {
             (KnightAttacks[promotion] | KnightAttacks[stop] | SquareMask(stop))) != 0;
 }
 
+// On a free path the table knows; past an enemy man the rule of the square has to do.
 template <int c>
 bool KingCatches(int pawn, SquareSet path) {
     constexpr int e = 1 - c;
@@ -216,6 +222,7 @@ void OfferDistantPair(Runner& best, SquareSet clear) {
     offer(right, left);
 }
 
+// The runner of a colour against nothing but knights and the king.
 template <int c>
 Runner FindRunner(SquareSet passers) {
     constexpr int e = 1 - c;
@@ -255,8 +262,10 @@ bool PromotesWithEffect(const Runner& own, const Runner& other) {
            (QueenSees(queen, target) && Distance[king][target] > 1);
 }
 
+// The sooner the promotion, the better: 10 centipawns a move.
 int RaceValue(int base, int moves) { return base + (500 - 100 * moves) / 10; }
 
+// Equally fast: the side to move promotes first, which counts if it has an effect.
 int EqualRace(const Runner& white, const Runner& black) {
     if (IsToMove(WHITE))
         return PromotesWithEffect<WHITE>(white, black)

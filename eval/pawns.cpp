@@ -102,6 +102,7 @@ std::uint32_t PawnHashMask = 0;
 constexpr int kMaxPawnHashBits = 28;
 constexpr std::size_t kSpareEntries = 2;
 
+// Part of the slot's number, so that one structure keeps an entry for each class.
 KingClass ClassOfKings(bool endgame) {
     if (endgame) return kEndgame;
     return kClassOfWings[kWingOfFile[FileOf(Board.KingSquare[WHITE])]]
@@ -208,6 +209,7 @@ bool IsMajority(int file) {
            count(e, 2) == 0 && count(e, 3) == 0;
 }
 
+// The pawn may become a passed pawn by advancing or by an exchange.
 template <int c>
 bool IsCandidate(int square) {
     const int file = FileOf(square);
@@ -235,6 +237,7 @@ struct PawnPass {
     bool supported = false;
 };
 
+// No own pawn on either adjacent file.
 template <int c>
 void IsolatedPawn(PawnPass& pass, int square, int onFile) {
     if (onFile > 1) pass.value -= kIsolatedDoubled;
@@ -242,12 +245,14 @@ void IsolatedPawn(PawnPass& pass, int square, int onFile) {
     if ((FileAhead<c>(square) & Board.Pawns[1 - c]) == 0) ++pass.isolatedOpen;
 }
 
+// The file may have a helper: whether it can move, and whether it holds its place.
 template <int c>
 void ConnectedPawn(PawnPass& pass, int square, int onFile) {
     if (IsMobile<c>(square)) ++pass.mobile;
     pass.value -= BackwardPenalty<c>(square) + kDoubledPenalty[onFile];
 }
 
+// No enemy pawn can stop or take it; with an own pawn behind it, it is worth half.
 template <int c>
 void PassedPawn(PawnPass& pass, int square) {
     const int file = FileOf(square);
@@ -260,6 +265,7 @@ void PassedPawn(PawnPass& pass, int square) {
     if ((company & Board.Pawns[c]) != 0) pass.supported = true;
 }
 
+// All that one pawn contributes.
 template <int c>
 void AddPawn(PawnPass& pass, int square, const int (&table)[64]) {
     const int file = FileOf(square);
@@ -280,6 +286,7 @@ void AddPawn(PawnPass& pass, int square, const int (&table)[64]) {
     pass.value += AdvancedTerm<c>(square);
 }
 
+// The pass over one colour's pawns; isolated and immobile ones count together at its end.
 template <int c>
 PawnPass PassOver(PawnTable table) {
     PawnPass pass;
@@ -300,6 +307,7 @@ int OutsideStrength(const PawnPass& own, const PawnPass& other) {
            ReachWings[own.candidates * 256 + other.files];
 }
 
+// The farthest that two neighbouring passers or candidates stand apart, files between.
 int WidestGap(const PawnPass& pass) { return WidestGap8[pass.passed | pass.candidates]; }
 
 int OutsideFlag(int c, int strength) {
@@ -389,7 +397,8 @@ SquareSet ForemostPassers(const PawnEntry& entry) {
         const int file = 7 - std::countr_zero(files);
         const unsigned ranks = Board.PawnRanks[file][c];
         if (ranks == 0) continue;
-        const int rank = c == WHITE ? std::bit_width(ranks) - 1 : std::countr_zero(ranks);
+        const int rank = c == WHITE ? static_cast<int>(std::bit_width(ranks)) - 1
+                                    : std::countr_zero(ranks);
         passers |= SquareMask(SquareAt(file, rank));
     }
     return passers;

@@ -1,6 +1,7 @@
 #include "eval/pieces.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "board/attacks.h"
 #include "eval/pawns.h"
@@ -23,6 +24,9 @@ constexpr int kBoxedRook = -20;
 constexpr int kRookOnSeventh = 30, kDoubledOnSeventh = 54, kSeventhExtra = 20;
 constexpr int kQueenOnSeventh = 10;
 constexpr int kKnightWithoutSquares = -70;
+// [2 to 8 squares that a knight attacks]: 65536 divided by their number, rounded up; the
+// products' upper halves are the quotients, exact for what is divided here.
+constexpr int kReciprocal[9] = {0, 0, 32768, 21846, 16384, 13108, 10923, 9363, 8192};
 constexpr int kBishopMobility = 3;  // each empty square
 constexpr int kBishopShutIn = -90, kBishopCramped = -35;
 
@@ -39,7 +43,7 @@ constexpr int kFarWingPawns = 5;     // own pawns that close it, at least
 // Squares where a minor piece is badly placed or can be caught, eighth rank on top, from
 // White's side.
 // clang-format off
-constexpr int kRim[64] = {
+constexpr std::int8_t kRim[64] = {
     5, 5, 2, 1, 1, 2, 5, 5,
     2, 2, 0, 0, 0, 0, 2, 2,
     1, 0, 0, 0, 0, 0, 0, 1,
@@ -49,7 +53,7 @@ constexpr int kRim[64] = {
     5, 4, 3, 3, 3, 3, 4, 5,
     5, 5, 5, 4, 4, 5, 5, 5,
 };
-constexpr int kOutpost[64] = {
+constexpr std::int8_t kOutpost[64] = {
     0, 0,  0,  0,  0,  0, 0, 0,
     0, 0,  4,  8,  8,  4, 0, 0,
     0, 0, 12, 20, 20, 12, 0, 0,
@@ -240,8 +244,8 @@ int KnightOnRim(int square, int rim, const Terms& t) {
                        PopCount(attacks & Board.Pawns[c]) +
                        PopCount(attacks & Board.Occupied[c]) + 2 * PopCount(blocked);
     const bool noSquares = (attacks & ~(covered | blocked | RelativeRankSet<c>(0))) == 0;
-    return -rim * (4 * weight / PopCount(attacks)) +
-           (noSquares ? kKnightWithoutSquares : 0);
+    const int perSquare = 4 * weight * kReciprocal[PopCount(attacks)] >> 16;
+    return -rim * perSquare + (noSquares ? kKnightWithoutSquares : 0);
 }
 
 // A knight that no enemy pawn can ever drive away, better when pawns defend it or nothing

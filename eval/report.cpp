@@ -20,6 +20,7 @@ int Attacks(int attacker) {
     return AttackOnKing(Danger[attacker], Defended[ChangeSide(attacker)]);
 }
 
+// The penalty for a king's defects, before the settings' weights.
 int Shelter(int colour) { return ShelterPenalty(Defended[colour]); }
 
 // From the h-file, bit 0, to the a-file.
@@ -28,6 +29,7 @@ void WriteFileSet(const char* label, unsigned files) {
     for (int bit = 0; bit < 8; ++bit) Write("%d", static_cast<int>(files >> bit & 1));
 }
 
+// Structure and placement; there is no separator between the two file sets.
 void WritePawns() {
     Write(
         "PSValue[BLACK]=%d PSValue[WHITE]=%d pawn_score=%d Positional[BLACK]=%d "
@@ -47,6 +49,7 @@ void WriteMaterial() {
     Write("Development=%d\n\n", Development());
 }
 
+// Shield, defects, attack units and what comes of them.
 void WriteKings() {
     const int side = Board.SideToMove, other = ChangeSide(side);
     Write("black_defects_k=%d black_defects_q=%d white_defects_k=%d white_defects_q=%d\n",
@@ -76,6 +79,7 @@ void LeaveForReport(const Terms& t) {
 
 int KingDanger(int attacker) { return Attacks(attacker) + Shelter(ChangeSide(attacker)); }
 
+// A settled ending leaves the values of the evaluation before it.
 void WriteEvaluationReport() {
     const int heuristic = Evaluated(-kFullWindow, kFullWindow);
     Write("Heuristic=%d\n", heuristic);
