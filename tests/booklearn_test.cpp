@@ -132,8 +132,10 @@ TEST_F(BookLearnTest, BooksWithoutResultsStayAsTheyAre) {
 
 TEST_F(BookLearnTest, AFullDiskIsSaidInOneLine) {
     BookMaker maker;
+    std::string longest(1021, '\0');
+    longest[0] = '\xFF';
     for (int i = 0; i < 5; ++i)  // the lists that matter lie behind these
-        maker.AddRaw(INT32_MIN, i, '\xFF' + std::string(1020, '\0'));
+        maker.AddRaw(INT32_MIN, i, longest);
     maker.Add("", {{"e2e4", 0}});
     maker.Add("e2e4 e7e5", {{"g1f3", 0}});
     Open(maker);

@@ -199,11 +199,10 @@ void CheckContent(Findings& findings, BookFile& book) {
 }  // namespace
 
 int CheckBook(const std::string& name, bool json) {
-    BookFile book;
+    OpenedBook book;
     if (!OpenBookFile(book, name.c_str())) return Fail("cannot open " + name);
     Findings findings;
     CheckContent(findings, book);
-    CloseBookFile(book);
     json ? WriteJson(findings, name) : WriteText(findings, name);
     return findings.count == 0 ? 0 : 1;
 }

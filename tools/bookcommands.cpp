@@ -120,7 +120,7 @@ void DumpAll(JsonWriter* json, const BookFile& book) {
 
 // Reads a book's positions in the order of its index.
 struct Cursor {
-    BookFile book;
+    OpenedBook book;
     std::uint32_t next = 0;
     BookRecord record{};
     BookList list{};
@@ -244,7 +244,7 @@ int BuildBook(const std::vector<std::string>& games,
 }
 
 int DumpBook(const std::string& name, const std::string& fen, bool json) {
-    BookFile book;
+    OpenedBook book;
     if (!OpenForReading(book, name)) return 1;
     JsonWriter writer;
     JsonWriter* const out = json ? &writer : nullptr;
@@ -269,7 +269,6 @@ int DumpBook(const std::string& name, const std::string& fen, bool json) {
         writer.End();
         writer.End();
     }
-    CloseBookFile(book);
     return 0;
 }
 
@@ -281,6 +280,7 @@ int MergeBooks(const std::string& a, const std::string& b, const std::string& ou
     std::string reason;
     if (!MergeInto(image, first, second))
         return Fail("a book is damaged: run \"book check\" on both");
+    // The output may bear the name of one of them.
     CloseBookFile(first.book);
     CloseBookFile(second.book);
     if (!WriteBookImage(image, output, reason)) return Fail(reason);
@@ -296,7 +296,7 @@ int MergeBooks(const std::string& a, const std::string& b, const std::string& ou
     return 0;
 }
 
-bool OpenForReading(BookFile& book, const std::string& name) {
+bool OpenForReading(OpenedBook& book, const std::string& name) {
     if (!OpenBookFile(book, name.c_str())) {
         Fail("cannot open " + name);
         return false;

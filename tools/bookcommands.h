@@ -19,7 +19,14 @@ int CheckBook(const std::string& name, bool json);
 int MergeBooks(const std::string& a, const std::string& b, const std::string& output,
                bool json);
 
+// A book that is closed wherever a command ends.
+struct OpenedBook : BookFile {
+    OpenedBook() = default;
+    ~OpenedBook() { CloseBookFile(*this); }
+    OpenedBook(const OpenedBook&) = delete;
+    OpenedBook& operator=(const OpenedBook&) = delete;
+};
 // Opens a book whose header is good; otherwise says why not.
-bool OpenForReading(BookFile& book, const std::string& name);
+bool OpenForReading(OpenedBook& book, const std::string& name);
 // Reports an error on standard error: "veltramox-tool: ...". Returns the exit status 1.
 int Fail(const std::string& reason);
