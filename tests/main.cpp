@@ -1,15 +1,20 @@
-// The unit tests run on the tables that the program builds at its start.
+// The unit tests run on the tables that the program builds at its start, and without a
+// front end: searches leave standard input alone.
 #include <gtest/gtest.h>
 
 #include <cstdio>
 
 #include "board/tables.h"
-#include "eval/evaluate.h"
+#include "driver/input.h"
+#include "driver/settings.h"
 
 int main(int count, char** words) {
     testing::InitGoogleTest(&count, words);
+    SetEarlyDefaults();
     BuildTables();
-    if (!AllocatePawnTable(18)) {
+    SetLateDefaults();
+    IgnoreInput();
+    if (!AllocatePawnTable(PawnHashSize)) {
         std::fprintf(stderr, "no memory for the pawn table\n");
         return 1;
     }

@@ -1,0 +1,114 @@
+#include "tests/support.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <sstream>
+
+#include "board/attacks.h"
+#include "board/fen.h"
+#include "driver/settings.h"
+#include "driver/state.h"
+#include "platform/output.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/search.h"
+
+void FreshEngine(int tableBits) {
+    FreePawnTable();
+    ASSERT_TRUE(AllocateTranspositionTable(tableBits));
+    ASSERT_TRUE(AllocatePawnTable(PawnHashSize));
+    SetEarlyDefaults();
+    SetLateDefaults();
+    ResetMargins();
+    ForceMode = PostThinking = PonderAllowed = 0;
+    MaxDepth = kMaxDepthDefault;
+    EngineClock = -1;
+    TimeBudget = kUnlimitedBudget;
+    PollInterval = kLongPollInterval;
+    PreviousScore = StopSearch = PonderSearch = PonderProbe = NewGameRequested = 0;
+    Position(kStart);
+}
+
+void Position(const char* fen) {
+    ASSERT_TRUE(SetFen(fen)) << fen;
+    ClearHistoryAndKillers();
+    MoveStackTop = Ply = 0;
+    const int S = Board.SideToMove;
+    InCheckAt[0] = IsAttacked(ChangeSide(S), Board.KingSquare[S]) ? 1 : 0;
+}
+
+std::string TextOf(Move m) {
+    char text[kMoveTextSize];
+    MoveToText(text, m);
+    return text;
+}
+
+std::vector<Move> LegalMoves() {
+    const int top = MoveStackTop;
+    GenerateLegalMoves(top);
+    std::vector<Move> moves(MoveStack + top, MoveStack + MoveStackTop);
+    MoveStackTop = top;
+    return moves;
+}
+
+Move MoveOf(const std::string& text) {
+    for (const Move m : LegalMoves())
+        if (TextOf(m) == text) return m;
+    ADD_FAILURE() << "no legal move " << text;
+    return NO_MOVE;
+}
+
+void Play(const std::string& moves) {
+    std::istringstream words(moves);
+    for (std::string text; words >> text;) {
+        const Move m = MoveOf(text);
+        if (m == NO_MOVE) return;
+        PlayGameMove(m);
+    }
+}
+
+std::string TextsFrom(int first) {
+    std::string texts;
+    for (int i = first; i < MoveStackTop; ++i) {
+        if (i > first) texts += ' ';
+        texts += TextOf(MoveStack[i]);
+    }
+    return texts;
+}
+
+void WalkTree(int depth, const std::function<void()>& visit) {
+    visit();
+    if (depth == 0) return;
+    for (const Move m : LegalMoves()) {
+        MakeMove(m);
+        WalkTree(depth - 1, visit);
+        UnmakeMove();
+    }
+}
+
+bool SameBoard(const BoardRecord& first, const BoardRecord& second) {
+    BoardRecord a = first, b = second;
+    if (a.MatingFlagsValid == 0 || b.MatingFlagsValid == 0)  // then they say nothing
+        for (BoardRecord* board : {&a, &b})
+            board->MatingFlagsValid = board->NoMatingMaterial[WHITE] =
+                board->NoMatingMaterial[BLACK] = 0;
+    const auto count = static_cast<std::size_t>(a.GamePly);
+    const auto same = [count](const auto* x, const auto* y) {
+        return std::memcmp(x, y, count * sizeof *x) == 0;
+    };
+    return std::memcmp(&a, &b, offsetof(BoardRecord, MoveHistory)) == 0 &&
+           same(a.MoveHistory, b.MoveHistory) && same(a.Hash1History, b.Hash1History) &&
+           same(a.Hash2History, b.Hash2History) && same(a.FiftyHistory, b.FiftyHistory) &&
+           same(a.PositionalHistory[WHITE], b.PositionalHistory[WHITE]) &&
+           same(a.PositionalHistory[BLACK], b.PositionalHistory[BLACK]) &&
+           same(a.CastleFlagsHistory, b.CastleFlagsHistory);
+}
+
+std::string OutputOf(const std::function<void()>& action) {
+    FlushOutput();
+    testing::internal::CaptureStdout();
+    action();
+    FlushOutput();
+    return testing::internal::GetCapturedStdout();
+}
