@@ -11,6 +11,7 @@
 #include "driver/settings.h"
 #include "driver/settingsfile.h"
 #include "driver/state.h"
+#include "egtb/tablebase.h"
 #include "platform/clock.h"
 #include "platform/output.h"
 #include "platform/process.h"
@@ -27,6 +28,22 @@ void AllocateTables() {
     FreeTranspositionTable();
     FreePawnTable();
     std::exit(EXIT_FAILURE);
+}
+
+// Endgame tables, when they are wanted: what there is, and a cache for it.
+void OpenTablebases() {
+    if (UseEGTB == 0) return;
+    std::uint64_t ramUsed = 0;
+    const int men = InitialiseTablebases(EgtbPath, ramUsed);
+    if (men == 0)
+        Write("EGTB files not found\n");
+    else
+        Write("%d piece EGTB files found\n", men);
+    if (ramUsed != 0)
+        Write("%dkb of RAM used for TB indices and decompression tables\n",
+              static_cast<int>((ramUsed + 1023) / 1024));
+    if (men != 0 && !SetUpTablebaseCache(EGTBHashSize))
+        Write("An error occured while memory allocation!\n");
 }
 
 }  // namespace
@@ -46,6 +63,7 @@ void StartUp() {
         LearnedScoresUsed = OpenLearning() && UseLearningData != 0 ? 1 : 0;
     PostThinking = 1;
     EngineClock = -1;
+    OpenTablebases();
     NewGame();
     FlushOutput();
 }

@@ -3,6 +3,7 @@
 // and staged move generation.
 #include <algorithm>
 
+#include "egtb/tablebase.h"
 #include "eval/evaluate.h"
 #include "search/control.h"
 #include "search/hash.h"
@@ -10,6 +11,7 @@
 #include "search/outward.h"
 #include "search/reduction.h"
 #include "search/search.h"
+#include "search/tableprobe.h"
 
 namespace {
 
@@ -392,6 +394,7 @@ int AlphaBeta(int alpha, int beta, int depth, bool nullAllowed) {
     const bool shallowNull = node.depth <= kNullDeepFrom || Board.Units[node.S] < 9;
     node.nullDepth = node.depth - (shallowNull ? kNullReduction : kNullDeepReduction);
     if (ProbeTable(node, score)) return score;
+    if (TbMaxPieces != 0 && ProbeTableScore(score)) return score;
     if (LearnedScore(node, score)) return score;
 
     if (nullAllowed && node.nullWorthwhile && NullMoveAllowed(node) &&

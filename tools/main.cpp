@@ -183,6 +183,7 @@ int main(int count, char** words) {
     try {
         app.parse(count, words);
     } catch (const CLI::ParseError& error) {
+        FlushOutput();
         return app.exit(error);
     } catch (const std::exception& error) {
         EndProgress();

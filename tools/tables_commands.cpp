@@ -1,7 +1,6 @@
 #include "tools/tables_commands.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -10,9 +9,12 @@
 #include <vector>
 
 #include "egtb/indextables.h"
+#include "platform/output.h"
 #include "tools/progress.h"
+#include "tools/tables_check.h"
 #include "tools/tables_make.h"
 #include "tools/tables_pack.h"
+#include "tools/tables_probe.h"
 #include "tools/tables_store.h"
 
 namespace fs = std::filesystem;
@@ -42,15 +44,15 @@ struct MakeOptions {
 void ReportMade(const MadeTable& table) {
     const std::string name(EntryOf(table.entry).name);
     if (!table.made) {
-        std::printf("%-6s there already\n", name.c_str());
+        Write("%-6s there already\n", name.c_str());
         return;
     }
-    std::printf(
+    Write(
         "%-6s White to move: wins in %d, loses in %d; Black to move: wins in %d, "
         "loses in %d; %.1f s\n",
         name.c_str(), table.longestWin[0], table.longestLoss[0], table.longestWin[1],
         table.longestLoss[1], table.seconds);
-    std::fflush(stdout);
+    FlushOutput();
 }
 
 void RunMake(const MakeOptions& options) {
@@ -130,12 +132,12 @@ void Convert(const PackOptions& options, bool (*wanted)(const fs::path&), bool p
         if (options.remove) fs::remove(file);
     }
     EndProgress();
-    std::printf("%zu files, %ju bytes of values, %ju bytes packed", files.size(),
-                plainBytes, packedBytes);
+    Write("%zu files, %ju bytes of values, %ju bytes packed", files.size(), plainBytes,
+          packedBytes);
     if (packedBytes > 0)
-        std::printf(", ratio %.2f",
-                    static_cast<double>(plainBytes) / static_cast<double>(packedBytes));
-    std::printf("\n");
+        Write(", ratio %.2f",
+              static_cast<double>(plainBytes) / static_cast<double>(packedBytes));
+    Write("\n");
 }
 
 void AddPack(CLI::App& tables, bool packing) {
@@ -155,6 +157,79 @@ void AddPack(CLI::App& tables, bool packing) {
         [options, packing] { Convert(*options, packing ? IsPlain : IsPacked, packing); });
 }
 
+// ---- check ----
+
+struct CheckCommand {
+    std::string directory = ".";
+    std::vector<std::string> names;
+    CheckOptions options{.jobs = DefaultJobs()};
+};
+
+void ReportChecked(const CheckedTable& table) {
+    const std::string name(EntryOf(table.entry).name);
+    if (!table.fault.empty())
+        Write("%-6s FAULT: %s\n", name.c_str(), table.fault.c_str());
+    else if (!table.notCompared.empty())
+        Write("%-6s files good, values not compared: %s\n", name.c_str(),
+              table.notCompared.c_str());
+    else
+        Write("%-6s good, %ju positions compared\n", name.c_str(),
+              static_cast<std::uintmax_t>(table.compared));
+    if (table.wrong > 1)
+        Write("%-6s and %ju positions more\n", "",
+              static_cast<std::uintmax_t>(table.wrong - 1));
+    FlushOutput();
+}
+
+void RunCheck(const CheckCommand& check) {
+    BuildIndexTables();
+    if (!fs::is_directory(check.directory))
+        throw std::runtime_error("there is no directory " + check.directory);
+    std::vector<int> entries;
+    for (const std::string& name : check.names) entries.push_back(EntryNamed(name));
+    if (!CheckTables(check.directory, entries, check.options, ReportChecked))
+        throw CLI::RuntimeError(1);
+}
+
+void AddCheck(CLI::App& tables) {
+    CLI::App* command = tables.add_subcommand(
+        "check", "Verify table files: lengths, blocks, values; status 1 when damaged");
+    auto check = std::make_shared<CheckCommand>();
+    command->add_option("DIR", check->directory, "Directory of the tables")->required();
+    command->add_option("names", check->names, "Only these tables");
+    command->add_flag("--full", check->options.full, "Compare all positions");
+    command
+        ->add_option("--sample", check->options.sample,
+                     "Positions of each file to compare")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    command->add_option("--jobs", check->options.jobs, "Threads")
+        ->check(CLI::Range(1, 256));
+    command->callback([check] { RunCheck(*check); });
+}
+
+// ---- probe ----
+
+struct ProbeOptions {
+    std::string directory, fen;
+    bool json = false;
+};
+
+void AddProbe(CLI::App& tables) {
+    CLI::App* probe =
+        tables.add_subcommand("probe", "Result of a position, and the line to mate");
+    auto options = std::make_shared<ProbeOptions>();
+    probe->add_option(
+        "--dir", options->directory,
+        "Directories of the tables, separated by \";\"; without it, this one");
+    probe->add_flag("--json", options->json, "Write the answer as JSON");
+    probe->add_option("FEN", options->fen, "The position")->required();
+    probe->callback([options] {
+        const int status = ProbeTables(options->directory, options->fen, options->json);
+        if (status != 0) throw CLI::RuntimeError(status);
+    });
+}
+
 }  // namespace
 
 void AddTablesCommands(CLI::App& tool) {
@@ -163,4 +238,6 @@ void AddTablesCommands(CLI::App& tool) {
     AddMake(*tables);
     AddPack(*tables, true);
     AddPack(*tables, false);
+    AddCheck(*tables);
+    AddProbe(*tables);
 }

@@ -500,17 +500,6 @@ void WriteTable(Analysis& a, const std::filesystem::path& directory) {
 
 // ---- The order of the tables ----
 
-std::vector<int> TablesReachedFrom(const ConversionMap& map) {
-    std::vector<int> entries;
-    for (const auto& captured : map.to)
-        for (const auto& promotion : captured)
-            for (const Conversion& to : promotion)
-                if (to.entry > 0 &&
-                    std::find(entries.begin(), entries.end(), to.entry) == entries.end())
-                    entries.push_back(to.entry);
-    return entries;
-}
-
 MadeTable MakeTable(int entry, const std::filesystem::path& directory, int jobs,
                     TableStore& store) {
     using Clock = std::chrono::steady_clock;

@@ -1,6 +1,6 @@
 #include "tools/tables_position.h"
 
-#include <cassert>
+#include <algorithm>
 
 int CodeOfType(ManType type) {
     constexpr int codes[kManTypes] = {PAWN, PAWN, KNIGHT, BISHOP, ROOK, QUEEN};
@@ -264,6 +264,17 @@ ConversionMap ConversionsOf(const TableMen& men) {
             }
         }
     return map;
+}
+
+std::vector<int> TablesReachedFrom(const ConversionMap& map) {
+    std::vector<int> entries;
+    for (const auto& captured : map.to)
+        for (const auto& promotion : captured)
+            for (const Conversion& to : promotion)
+                if (to.entry > 0 &&
+                    std::find(entries.begin(), entries.end(), to.entry) == entries.end())
+                    entries.push_back(to.entry);
+    return entries;
 }
 
 std::uint32_t IndexAfterConversion(const TableMen& men, const TablePosition& position,

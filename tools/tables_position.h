@@ -2,6 +2,8 @@
 // can work at once, which the engine's one global board does not allow.
 #pragma once
 
+#include <vector>
+
 #include "board/tables.h"
 #include "egtb/unindex.h"
 
@@ -103,6 +105,8 @@ struct ConversionMap {
     Conversion to[2][kMostMen + 1][8];
 };
 ConversionMap ConversionsOf(const TableMen& men);
+// The tables in the map, each once.
+std::vector<int> TablesReachedFrom(const ConversionMap& map);
 // Index, in the table it leads to, of the position after a capture or promotion, and the
 // side to move there in that table's terms. The entry must not be 0.
 std::uint32_t IndexAfterConversion(const TableMen& men, const TablePosition& position,

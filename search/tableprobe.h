@@ -1,0 +1,9 @@
+// Exact results from endgame tables, inside the search.
+#pragma once
+
+// Asks the tables about the position at the current Ply, if this is a node where that
+// pays: after captures and promotions and near the root, and not deep in the tree where
+// the evaluation knows the ending. True with the node's score, which is then stored in
+// the transposition table too: mates counted from the root, a draw one point to the side
+// with more material.
+bool ProbeTableScore(int& score);

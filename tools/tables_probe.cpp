@@ -1,0 +1,145 @@
+#include "tools/tables_probe.h"
+
+#include <cstdint>
+
+#include "board/fen.h"
+#include "board/generate.h"
+#include "egtb/tablebase.h"
+#include "platform/output.h"
+#include "tools/bookcommands.h"
+#include "tools/json.h"
+#include "tools/sanwriter.h"
+
+namespace {
+
+constexpr int kCacheLog2 = 24;     // bytes
+constexpr int kLongestLine = 260;  // half-moves; no table has longer mates
+
+// Value of the position on the board for the side to move; the bare kings are in no
+// table.
+bool ValueHere(int& value) {
+    value = 0;
+    if (HasBothKings() && PopCount(AllOccupied()) == 2) return true;
+    return ProbeTablebase(ChangeSide(Board.SideToMove), value);
+}
+
+bool CastlingIsPossible() {
+    return (Board.WK == 0 && (Board.A1 == 0 || Board.H1 == 0)) ||
+           (Board.BK == 0 && (Board.A8 == 0 || Board.H8 == 0));
+}
+
+// The move that leaves the opponent worst off, with the opponent's value after it;
+// NO_MOVE when there is no move, or none with a value.
+Move BestMove(int& least) {
+    GenerateLegalMoves(0);
+    Move best = NO_MOVE;
+    for (int i = 0; i < MoveStackTop; ++i) {
+        const Move m = MoveStack[i];
+        MakeMove(m);
+        int value;
+        if (ValueHere(value) && (best == NO_MOVE || value < least)) {
+            best = m;
+            least = value;
+        }
+        UnmakeMove();
+    }
+    return best;
+}
+
+// Both sides' best moves to mate, as far as the tables know them.
+std::vector<Move> BestLine(bool moverWins) {
+    std::vector<Move> line;
+    while (line.size() < kLongestLine) {
+        int value = 0;
+        const Move m = BestMove(value);
+        if (m == NO_MOVE || (moverWins ? value >= 0 : value <= 0)) break;
+        line.push_back(m);
+        MakeMove(m);
+        moverWins = !moverWins;
+    }
+    for (std::size_t i = 0; i < line.size(); ++i) UnmakeMove();
+    return line;
+}
+
+const char* NameOf(int colour) { return colour == WHITE ? "White" : "Black"; }
+
+void WriteWords(const TableAnswer& answer) {
+    const int toMove = Board.SideToMove;
+    switch (answer.verdict) {
+        case TableVerdict::Unknown:
+            Write("No table knows this position\n");
+            return;
+        case TableVerdict::Draw:
+            Write("Draw\n");
+            return;
+        case TableVerdict::Win:
+            Write("%s mates in %d\n", NameOf(toMove), answer.moves);
+            break;
+        case TableVerdict::Loss:
+            if (answer.moves == 0)
+                Write("%s is mated\n", NameOf(toMove));
+            else
+                Write("%s mates in %d\n", NameOf(ChangeSide(toMove)), answer.moves);
+    }
+    if (answer.line.empty()) return;
+    int number = 1;
+    bool first = true;
+    for (const Move m : answer.line) {
+        if (Board.SideToMove == WHITE)
+            Write("%s%d. ", first ? "" : " ", number);
+        else
+            Write(first ? "%d... " : " ", number);
+        Write("%s", SanOf(m).c_str());
+        number += Board.SideToMove == BLACK ? 1 : 0;
+        MakeMove(m);
+        first = false;
+    }
+    Write("\n");
+    for (std::size_t i = 0; i < answer.line.size(); ++i) UnmakeMove();
+}
+
+void WriteJson(const TableAnswer& answer) {
+    constexpr const char* names[] = {"win", "loss", "draw", "unknown"};
+    JsonWriter json;
+    json.BeginObject();
+    json.Text("result", names[static_cast<int>(answer.verdict)]);
+    json.Number("moves", answer.moves);
+    json.BeginArray("line");
+    for (const Move m : answer.line) {
+        char text[kMoveTextSize];
+        MoveToText(text, m);
+        json.Text({}, text);
+    }
+    json.End();
+    json.End();
+}
+
+}  // namespace
+
+TableAnswer AskTables() {
+    TableAnswer answer;
+    int value;
+    if (CastlingIsPossible() || !ValueHere(value)) return answer;
+    if (value == 0) {
+        answer.verdict = TableVerdict::Draw;
+        return answer;
+    }
+    answer.verdict = value > 0 ? TableVerdict::Win : TableVerdict::Loss;
+    answer.moves = value > 0 ? 32767 - value : value + 32766;
+    answer.line = BestLine(value > 0);
+    return answer;
+}
+
+int ProbeTables(const std::string& directory, const std::string& fen, bool json) {
+    if (!SetFen(fen)) return Fail("\"" + fen + "\" is no position");
+    std::uint64_t ramUsed;
+    if (InitialiseTablebases(directory.c_str(), ramUsed) == 0)
+        return Fail("there are no tables in " + (directory.empty() ? "." : directory));
+    if (!SetUpTablebaseCache(kCacheLog2)) return Fail("no memory");
+    const TableAnswer answer = AskTables();
+    if (json)
+        WriteJson(answer);
+    else
+        WriteWords(answer);
+    return 0;
+}

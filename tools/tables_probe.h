@@ -1,0 +1,23 @@
+// What the tables say about one position.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "board/types.h"
+
+enum class TableVerdict { Win, Loss, Draw, Unknown };  // for the side to move
+
+struct TableAnswer {
+    TableVerdict verdict = TableVerdict::Unknown;
+    int moves = 0;           // to mate, of the side that wins
+    std::vector<Move> line;  // the best one of both sides, to mate
+};
+
+// Asks about the position on the board; the tables must be registered. The board is left
+// as it was.
+TableAnswer AskTables();
+
+// Asks the tables of the directory about a FEN record and writes the answer. Returns the
+// program's exit status.
+int ProbeTables(const std::string& directory, const std::string& fen, bool json);
