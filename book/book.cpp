@@ -1,3 +1,4 @@
+// Choosing and showing moves of the open book. Its content changes only by learning.
 #include "book/book.h"
 
 #include <algorithm>
@@ -51,6 +52,7 @@ const BookEntry& ChooseByScore(const BookList& list) {
     return *kept[RandomNumber() % count];
 }
 
+// The mode decides; a book of version 0 has nothing to go by.
 const BookEntry& Choose(const BookList& list, int usable) {
     if (Book.version == 0) return ChooseAny(list, usable);
     if (BookLearningMode != 0) return ChooseLeastPlayed(list);
@@ -77,6 +79,7 @@ void WriteSquares(const BookEntry& entry) {
           'a' + FileOf(entry.to), '1' + RankOf(entry.to));
 }
 
+// The results of a move as the front end's user sees them; two points are one game.
 void WriteStatistics(const BookEntry& entry) {
     const int points = MovePoints(entry);
     if (Book.version == 0)
@@ -104,6 +107,7 @@ void LimitLearning() {
 
 }  // namespace
 
+// The message about a file that is missing names the usual book, whatever was asked for.
 bool OpenBook(const char* name) {
     CloseBook();
     BookHeader header = BookHeader::NoBook;
@@ -131,6 +135,8 @@ std::int32_t BookKey1(std::uint32_t hash1, int sideToMove) {
     return static_cast<std::int32_t>(sideToMove == BLACK ? hash1 ^ kBlackToMove : hash1);
 }
 
+// The key of the position is that of the board and the side to move; castling and en
+// passant are not in it, so a move found here may not be legal.
 bool ReadPositionList(BookList& list) {
     BookRecord record;
     return FindBookRecord(Book, BookKey1(Board.hash1, Board.SideToMove),
@@ -138,6 +144,8 @@ bool ReadPositionList(BookList& list) {
            ReadBookList(Book, record.list, list);
 }
 
+// The choice is made before legality is asked: an illegal move in a list is damage, or
+// two positions share their keys, and then the book has no say here.
 Move BookMove() {
     BookList list;
     if (BookLoaded == 0 || !ReadPositionList(list)) return NO_MOVE;
@@ -165,6 +173,7 @@ void WriteBookMoves() {
 
 void SeedRandom(std::uint32_t seed) { RandomState = seed; }
 
+// Bits 16 to 30 of the state: the lower ones of such a generator have short periods.
 int RandomNumber() {
     RandomState = RandomState * 214013u + 2531011u;
     return static_cast<int>(RandomState >> 16 & 0x7FFF);

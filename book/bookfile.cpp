@@ -1,3 +1,5 @@
+// Reading and writing the book's fields. Nothing here trusts an offset, a count or a size
+// that comes from the file.
 #include "book/bookfile.h"
 
 #include <cstring>
@@ -9,10 +11,12 @@ namespace {
 constexpr std::uint32_t kNewestVersion = 1;
 constexpr int kMaxEntrySize = 4;
 
+// Bytes of an entry: version 0 has a flag instead of the statistics word.
 int EntrySize(const BookFile& book) { return book.version == 0 ? 3 : 4; }
 
 }  // namespace
 
+// A book that cannot be written can still be played from.
 bool OpenBookFile(BookFile& book, const char* name) {
     CloseBookFile(book);
     book.file = OpenFile(name, FileMode::Update);
@@ -26,6 +30,7 @@ void CloseBookFile(BookFile& book) {
     book = BookFile{};
 }
 
+// A file too short for the header is no book, whatever its first bytes are.
 BookHeader ReadBookHeader(BookFile& book) {
     std::uint8_t header[kBookHeaderSize];
     book.nodes = 0;
@@ -39,6 +44,7 @@ BookHeader ReadBookHeader(BookFile& book) {
     return BookHeader::Good;
 }
 
+// The header is as long as three records, so record k of the index stands at 12 (k + 3).
 bool ReadBookRecord(const BookFile& book, std::uint32_t index, BookRecord& record) {
     std::uint8_t bytes[kBookRecordSize];
     const std::int64_t offset = kBookHeaderSize + std::int64_t{kBookRecordSize} * index;
@@ -49,6 +55,7 @@ bool ReadBookRecord(const BookFile& book, std::uint32_t index, BookRecord& recor
     return true;
 }
 
+// Binary search; about twenty reads of twelve bytes in a book of a million positions.
 bool FindBookRecord(const BookFile& book, std::int32_t key1, std::int32_t key2,
                     BookRecord& record, std::uint32_t* index) {
     std::int64_t low = 0, high = book.nodes;
@@ -72,6 +79,8 @@ std::int64_t BookListsAt(const BookFile& book) {
     return kBookHeaderSize + std::int64_t{kBookRecordSize} * book.nodes;
 }
 
+// Lists stand behind the index: an offset into header or index is damage, and writing
+// statistics there would ruin the book.
 bool ReadBookList(const BookFile& book, std::int64_t offset, BookList& list) {
     std::uint8_t count, bytes[kMaxBookEntries * kMaxEntrySize];
     if (offset < BookListsAt(book) || !ReadAt(book.file, offset, &count, 1)) return false;
@@ -89,6 +98,8 @@ bool ReadBookList(const BookFile& book, std::int64_t offset, BookList& list) {
     return true;
 }
 
+// The count is not written, and squares only as they were read: the list keeps its place
+// and size.
 bool WriteBookList(const BookFile& book, const BookList& list) {
     std::uint8_t bytes[kMaxBookEntries * kMaxEntrySize];
     for (int i = 0; i < list.count; ++i) {
@@ -105,6 +116,7 @@ bool IsRemoved(const BookFile& book, const BookEntry& entry) {
     return entry.word == (book.version == 0 ? kRemovedFlag : kRemovedWord);
 }
 
+// Integer division, as all comparisons of scores expect.
 int MoveScore(const BookEntry& entry) {
     const int points = MovePoints(entry);
     return points == 0 ? 500 : 1000 * PointsFor(entry.word) / points;

@@ -1,3 +1,5 @@
+// Crediting the moves of a game. Each list is read, changed in memory and written back in
+// one piece.
 #include "book/booklearn.h"
 
 #include <algorithm>
@@ -15,6 +17,7 @@ constexpr int kPoints[3][2] = {{0, 2}, {2, 0}, {1, 1}};
 // Neither count of a move may reach this: all counts of its list shrink to two thirds.
 constexpr int kPointsLimit = 255;
 
+// Old results fade, and neither count can run over.
 constexpr int TwoThirds(int points) { return 2 * points / 3; }
 
 bool HasStatistics(const BookEntry& entry) {
@@ -51,10 +54,13 @@ bool UpdateEntry(int outcome, Move m) {
     return WriteBookList(Book, list);
 }
 
+// Of the whole game: the oldest moves of a long one are put aside.
 int GameLength() { return Board.GamePly + ArchivedPlies(); }
 
 }  // namespace
 
+// Goes back through the game two plies at a time, always to the engine's turn, and
+// replays it from the moves taken back.
 void LearnBook(int outcome) {
     BookLearnedThisGame = 1;
     if (Book.version == 0) return;

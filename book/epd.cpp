@@ -1,9 +1,11 @@
+// Each part appends to the text and returns its new end.
 #include "book/epd.h"
 
 #include "board/board.h"
 
 namespace {
 
+// Rank 8 first, runs of empty squares as digits.
 char* AppendPlacement(char* text) {
     for (int rank = 7; rank >= 0; --rank) {
         int empty = 0;
@@ -25,6 +27,7 @@ char* AppendPlacement(char* text) {
     return text;
 }
 
+// Rights as the flags have them; "-" when none is left.
 char* AppendCastling(char* text) {
     const char* const start = text;
     if (Board.WK == 0 && Board.H1 == 0) *text++ = 'K';

@@ -1,3 +1,4 @@
+// The chains of the learning file, as far as they can be trusted.
 #include "book/learnfile.h"
 
 #include <algorithm>
@@ -33,6 +34,7 @@ bool WriteLink(FileHandle file, std::uint32_t at, std::uint32_t record) {
 
 }  // namespace
 
+// The header of an existing file is not compared: the file is used as it is.
 FileHandle OpenLearnFile(const char* name) {
     FileHandle file = OpenFile(name, FileMode::Update);
     if (file == nullptr) {
@@ -63,6 +65,8 @@ bool ReadLearnRecord(FileHandle file, std::uint32_t offset, LearnRecord& record)
     return true;
 }
 
+// Follows the chain while its links lead forwards to whole records of this bucket. Where
+// they stop doing so the chain ends, and the next record is linked there.
 LearnPlace FindLearnRecord(FileHandle file, std::uint32_t hash1, std::uint32_t hash2,
                            LearnRecord& record) {
     const std::uint32_t bucket = hash1 & kBucketMask;
@@ -83,6 +87,7 @@ LearnPlace FindLearnRecord(FileHandle file, std::uint32_t hash1, std::uint32_t h
     return {};
 }
 
+// The record first, the link to it second: in between it is merely not found.
 bool WriteLearnRecord(FileHandle file, const LearnPlace& place,
                       const LearnRecord& record) {
     std::uint8_t bytes[kLearnRecordSize];

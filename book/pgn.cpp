@@ -1,3 +1,6 @@
+// A tokeniser over a buffer that is refilled, driven by one table of character classes.
+// The NUL at the buffer's end stops every inner loop, so that only then the end is
+// tested.
 #include "book/pgn.h"
 
 #include <array>
@@ -179,6 +182,7 @@ bool ReadQuoted(PgnReader& pgn, char (&value)[size]) {
     return false;
 }
 
+// From the first characters of the tag's value.
 int ResultOf(const char* value) {
     if (value[0] == '1' && value[1] == '-') return kPgnWhiteWon;
     if (value[0] == '0' && value[1] == '-') return kPgnBlackWon;

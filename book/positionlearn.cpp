@@ -1,3 +1,6 @@
+// Suspects are positions in which the engine moved just before its score fell. Whether
+// they were to blame shows later: if the game collapses they are written down, if the
+// score recovers they are dropped.
 #include "book/positionlearn.h"
 
 #include <cstdio>
@@ -44,6 +47,7 @@ Suspect Suspects[kMaxSuspects];
 int PendingCount = 0;
 int LogLine = 0;
 
+// Of the whole game: the oldest moves of a long one are put aside.
 int GameLength() { return Board.GamePly + ArchivedPlies(); }
 
 // The position and, right behind, the move in four characters.
@@ -53,6 +57,7 @@ void WritePosition(char (&text)[kEpdSize], Move move) {
     std::memcpy(WriteEpd(text), moveText, sizeof moveText);
 }
 
+// Lines are numbered from the program's start.
 void Log(const Suspect& suspect, bool refresh) {
     char line[512];
     std::snprintf(line, sizeof line,
@@ -82,6 +87,7 @@ void CommitPending() {
     FlushOutput();
 }
 
+// Both halves of the key agree.
 bool PositionIs(const OwnMove& own, std::uint32_t hash1, std::uint32_t hash2) {
     return own.hash1 == hash1 && own.hash2 == hash2;
 }
@@ -128,6 +134,7 @@ void CloseLearning() {
     DropSuspects();
 }
 
+// Asked in the search: two reads for most positions that are in the file, one for others.
 bool LearnLookup(std::uint32_t hash1, std::uint32_t hash2, int& score, int& depth) {
     LearnRecord record;
     if (Learning == nullptr ||
@@ -139,6 +146,7 @@ bool LearnLookup(std::uint32_t hash1, std::uint32_t hash2, int& score, int& dept
     return true;
 }
 
+// First the old suspects are judged, then the last two scores may make a new one.
 void LearnPosition(int rootScore, int rootDepth, const OwnMove (&recent)[3]) {
     if (Learning == nullptr) return;
     const bool recovered = recent[0].score > kRecovered && recent[1].score > kRecovered &&

@@ -1,3 +1,5 @@
+// From the to-square back: the attack tables give the men that reach it, what the text
+// says of the from-square leaves one or two, and only those are tested for legality.
 #include "book/san.h"
 
 #include "board/attacks.h"
@@ -71,6 +73,7 @@ bool CastlingIsLegal(bool castlesShort) {
 
 // ---- From the text to its parts ----
 
+// EMPTY when the letter is none of a piece.
 int PieceOf(char letter) {
     switch (letter) {
         case 'K':
@@ -100,6 +103,8 @@ const char* ReadSquare(const char* text, int& file, int& rank) {
     return text;
 }
 
+// Marks are dropped first, then the parts come in their fixed order: piece, one or two
+// squares, promotion. What follows them is ignored.
 San ParseSan(const char* text) {
     San san;
     char rest[16];
@@ -217,6 +222,7 @@ int ResolveByList(const San& san, Move& move) {
     return count;
 }
 
+// The move is known at once; only its legality is open.
 int ResolveCastling(bool castlesShort, Move& move) {
     if (!CastlingIsLegal(castlesShort)) return 0;
     constexpr Move kCastling[2][2] = {{CASTLE_WHITE_LONG, CASTLE_WHITE_SHORT},

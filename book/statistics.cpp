@@ -1,3 +1,4 @@
+// Counting into the mapped file: one game costs a few dozen stores and no system call.
 #include "book/statistics.h"
 
 #include <cstdio>
@@ -18,6 +19,7 @@ constexpr int kTooLongStatus = 2;
 
 FileMapping Counters;
 
+// Where the three counters of a pair stand, draws first.
 std::uint8_t* CounterAt(int pair, int result) {
     return Counters.bytes + (std::size_t{3} * static_cast<std::size_t>(pair) +
                              static_cast<std::size_t>(result)) *
@@ -55,6 +57,7 @@ int ResultFor(int side, int gameResult) {
                                                            : kStatisticsLoss;
 }
 
+// Positions with material beyond the signatures are left out.
 void CountPosition(int gameResult) {
     const int S = Board.SideToMove;
     const int own = MaterialSignature(S), other = MaterialSignature(ChangeSide(S));
@@ -106,6 +109,7 @@ int MaterialSignature(int colour) {
            2 * rooks + queens;
 }
 
+// The file has its full size before it is mapped: no store can fall behind its end.
 bool OpenStatisticsFile(const char* name) {
     CloseStatisticsFile();
     if (CompleteFile(name) && MapFile(Counters, name, kStatisticsSize)) return true;
@@ -155,6 +159,7 @@ int BuildStatistics(const char* pgnName) {
     return status == PgnStatus::TooLong ? kTooLongStatus : 0;
 }
 
+// Half points are counted as one, so that the result stays an integer.
 void ReportStatistics(const char* reportName) {
     const int S = Board.SideToMove;
     const MaterialResults found =
@@ -173,6 +178,8 @@ void ReportStatistics(const char* reportName) {
     FlushOutput();
 }
 
+// The other side's wins are this side's losses. Equal signatures are read twice, once for
+// each side.
 MaterialResults ResultsOf(int signature, int otherSignature) {
     if (signature < 0 || otherSignature < 0) return {};
     const int i = signature * kSignatures + otherSignature;

@@ -66,6 +66,7 @@ constexpr std::string_view kPathKey = "egtbpath";
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
+// Compares without regard to case; the second text is in lower case already.
 bool BeginsWith(std::string_view text, std::string_view lowerCase) {
     return text.size() >= lowerCase.size() &&
            std::equal(lowerCase.begin(), lowerCase.end(), text.begin(),
@@ -112,6 +113,8 @@ void SetPath(std::string_view value) {
     EgtbPath[length] = '\0';
 }
 
+// The kinds of keys are tried one after the other: a line can match one key only, for the
+// "=" must follow it directly.
 void ApplyLine(std::string_view line) {
     if (line.empty() || line[0] == ';') return;
     std::string_view value;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+// ---- Least significant byte first: books, learning files ----
 inline std::uint32_t Get32le(const std::uint8_t* bytes) {
     return static_cast<std::uint32_t>(bytes[0]) |
            static_cast<std::uint32_t>(bytes[1]) << 8 |
@@ -23,6 +24,7 @@ inline void Put16le(std::uint8_t* bytes, std::uint16_t value) {
     bytes[1] = static_cast<std::uint8_t>(value >> 8);
 }
 
+// ---- Most significant byte first: statistics ----
 inline std::uint16_t Get16be(const std::uint8_t* bytes) {
     return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
 }

@@ -1,3 +1,4 @@
+// The C library's streams without their buffers: portable, and each call is one access.
 #include "platform/files.h"
 
 #include <filesystem>
@@ -45,6 +46,8 @@ bool ReadAt(FileHandle file, std::int64_t offset, void* buffer, std::size_t size
     return Seek(file, offset, SEEK_SET) && std::fread(buffer, 1, size, file) == size;
 }
 
+// A write that the system takes only in part has failed: the disk is full. What it took
+// stays; callers write in an order in which that does no harm.
 bool WriteAt(FileHandle file, std::int64_t offset, const void* buffer, std::size_t size) {
     return Seek(file, offset, SEEK_SET) && std::fwrite(buffer, 1, size, file) == size;
 }
@@ -53,6 +56,8 @@ std::size_t ReadNext(FileHandle file, void* buffer, std::size_t size) {
     return std::fread(buffer, 1, size, file);
 }
 
+// Opened for the one line and closed again, so that others can read and remove the file
+// between two lines.
 bool AppendText(const char* name, const char* text) {
     FileHandle file = std::fopen(name, "a");
     if (file == nullptr) return false;
@@ -60,6 +65,7 @@ bool AppendText(const char* name, const char* text) {
     return std::fclose(file) == 0 && written;
 }
 
+// Renaming is the one step that other programs can see.
 bool ReplaceFile(const char* name, const void* content, std::size_t size) {
     const std::string beside = std::string(name) + ".new";
     FileHandle file = OpenFile(beside.c_str(), FileMode::Create);

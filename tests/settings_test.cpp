@@ -168,7 +168,8 @@ TEST_F(SettingsFile, LaterLinesWin) {
 
 // Every key at its default, so that a newcomer can edit it in place.
 TEST_F(SettingsFile, TheTemplateNamesEveryKeyAtItsDefault) {
-    const std::string name = std::string(VELTRAMOX_TEST_FOLDER) + "/../data/Veltramox.ini";
+    const std::string name =
+        std::string(VELTRAMOX_TEST_FOLDER) + "/../data/Veltramox.ini";
     std::ifstream file(name);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
     for (const char* key :

@@ -1,3 +1,5 @@
+// Games are reduced to points at once: memory holds one slot for each different move of
+// each different position.
 #include "tools/bookbuild.h"
 
 #include <algorithm>
@@ -15,8 +17,10 @@ namespace {
 
 constexpr int kProgressEvery = 1024;  // games
 
+// A slot in use has games, or comes from a line.
 bool IsFree(const BuiltMove& slot) { return slot.games == 0 && !slot.fromLine; }
 
+// The keys are well mixed already; the squares are spread over them.
 std::size_t HashOf(const BuiltMove& move) {
     const std::uint64_t keys =
         static_cast<std::uint64_t>(static_cast<std::uint32_t>(move.key1)) << 32 |
@@ -72,6 +76,7 @@ void CreditGame(BuiltMove& slot, int result, int side) {
     slot.pointsAgainst += drawn ? 1 : won ? 0 : 2;
 }
 
+// The moves up to the limit; the reader goes over the rest by itself.
 void AddGame(BookBuilder& builder, PgnReader& pgn, const BuildOptions& options) {
     SetStartPosition();
     Move m = NO_MOVE;
@@ -151,6 +156,7 @@ bool AddGames(BookBuilder& builder, const std::string& name, const BuildOptions&
     return true;
 }
 
+// The moves stand behind the last colon: names may have colons of their own.
 bool AddLines(BookBuilder& builder, const std::string& name, std::string& reason) {
     std::ifstream file(name);
     if (!file) {
@@ -174,6 +180,7 @@ bool AddLines(BookBuilder& builder, const std::string& name, std::string& reason
     return true;
 }
 
+// The slots are sorted where they are, so that no second table is needed.
 BookImage FinishBook(BookBuilder& builder, const BuildOptions& options) {
     std::vector<BuiltMove>& moves = builder.slots;
     std::erase_if(moves, [&](const BuiltMove& m) { return !IsKept(m, options); });

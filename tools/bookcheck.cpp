@@ -27,6 +27,7 @@ struct Findings {
     std::uint32_t positions = 0, reached = 0;
 };
 
+// Damage comes in heaps: all of it is counted, the first part of it told.
 void Report(Findings& findings, std::int64_t offset, const std::string& text) {
     ++findings.count;
     if (findings.problems.size() < kMostReported)
@@ -35,6 +36,7 @@ void Report(Findings& findings, std::int64_t offset, const std::string& text) {
 
 std::string Number(std::int64_t value) { return std::to_string(value); }
 
+// Offsets in the file, where the reports point to.
 std::int64_t RecordAt(std::uint32_t index) {
     return kBookHeaderSize + std::int64_t{kBookRecordSize} * index;
 }
@@ -63,6 +65,7 @@ void CheckList(Findings& findings, const BookFile& book, const BookList& list) {
     findings.moves += static_cast<std::uint64_t>(list.count);
 }
 
+// A list's bytes and whose they are.
 struct Extent {
     std::int64_t begin, end;
     std::uint32_t index;
@@ -140,6 +143,7 @@ void CheckLegality(Findings& findings, const BookFile& book) {
     }
 }
 
+// One line for each problem, "FILE: at OFFSET: what", and a last one for the whole.
 void WriteText(const Findings& findings, const std::string& name) {
     for (const Problem& problem : findings.problems)
         Write("%s: at %lld: %s\n", name.c_str(), static_cast<long long>(problem.offset),

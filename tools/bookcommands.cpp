@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::uint32_t kProgressEvery = 4096;  // records
 
+// For the progress bar; 0 when it cannot be told.
 std::uint64_t SizeOf(const std::string& name) {
     std::error_code error;
     const auto size = std::filesystem::file_size(name, error);
@@ -23,6 +24,7 @@ std::uint64_t SizeOf(const std::string& name) {
 
 // ---- Dump ----
 
+// As "bkm" shows moves, also those that no board has.
 std::string SquaresOf(const BookEntry& entry) {
     std::string text;
     for (const int square : {+entry.from, +entry.to}) {
@@ -52,6 +54,7 @@ void DumpEntryText(const BookFile& book, const BookEntry& entry, bool onBoard) {
               PointsFor(entry.word), PointsAgainst(entry.word));
 }
 
+// The move, its text where the position is known, and what it has scored.
 void DumpEntryJson(JsonWriter& json, const BookFile& book, const BookEntry& entry,
                    bool onBoard) {
     json.BeginObject();
@@ -101,6 +104,7 @@ void DumpPosition(JsonWriter* json, const BookFile& book, const BookPosition& po
     json->End();
 }
 
+// Reached positions with their lines, then the others by their keys alone.
 void DumpAll(JsonWriter* json, const BookFile& book) {
     const std::vector<bool> visited = WalkBook(book, [&](const BookPosition& position) {
         DumpPosition(json, book, position, true);
@@ -128,6 +132,7 @@ struct Cursor {
 
 enum class Step { Position, End, Damage };
 
+// The next position with its list; a book out of order cannot be merged in one pass.
 Step Advance(Cursor& cursor) {
     if (cursor.next == cursor.book.nodes) return Step::End;
     const BookRecord last = cursor.record;
@@ -147,6 +152,7 @@ std::uint16_t WordOf(const BookFile& book, const BookEntry& entry) {
     return book.version == 0 ? std::uint16_t{0} : entry.word;
 }
 
+// Adds the entries of the cursor's list to those of the same position.
 void AddList(std::vector<BookEntry>& entries, const Cursor& cursor) {
     for (int i = 0; i < cursor.list.count; ++i) {
         BookEntry added = cursor.list.entries[i];
@@ -223,6 +229,7 @@ void ReportBuild(const BuildCounts& counts, const std::string& output, bool json
 
 }  // namespace
 
+// Lines first: a mistake in them is found before hours of games are read.
 int BuildBook(const std::vector<std::string>& games,
               const std::vector<std::string>& lines, const std::string& output,
               const BuildOptions& options, bool json) {
@@ -243,6 +250,7 @@ int BuildBook(const std::vector<std::string>& games,
     return 0;
 }
 
+// One position is an object of its own; a whole book is an object with an array.
 int DumpBook(const std::string& name, const std::string& fen, bool json) {
     OpenedBook book;
     if (!OpenForReading(book, name)) return 1;

@@ -1,3 +1,5 @@
+// Index and lists grow side by side; the lists' place is known once the index is
+// complete.
 #include "tools/bookimage.h"
 
 #include <algorithm>
@@ -18,6 +20,7 @@ void Append32le(std::vector<std::uint8_t>& bytes, std::uint32_t value) {
 
 }  // namespace
 
+// The list's offset counts from the first list until the book is written.
 void AddPosition(BookImage& image, std::int32_t key1, std::int32_t key2,
                  const std::vector<BookEntry>& entries) {
     Append32le(image.index, static_cast<std::uint32_t>(key1));
@@ -55,6 +58,7 @@ bool WriteBookImage(const BookImage& image, const std::string& name,
     return false;
 }
 
+// Each move is scaled by itself: its score is what the engine chooses by.
 std::uint16_t ScaledWord(std::uint64_t pointsFor, std::uint64_t pointsAgainst) {
     const std::uint64_t most = std::max(pointsFor, pointsAgainst);
     if (most > kMostPoints) {

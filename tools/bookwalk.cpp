@@ -1,3 +1,5 @@
+// Depth first over the book's own moves. Each record is entered once, so that circles in
+// a book end, and the time is that of one look-up for every move.
 #include "tools/bookwalk.h"
 
 #include "board/generate.h"
@@ -15,6 +17,7 @@ struct Walk {
     std::vector<bool> visited, wantedAgain;
 };
 
+// The line with one more move, numbered as in a game score.
 std::string Extended(const std::string& line, Move m) {
     std::string text = line;
     if (!text.empty()) text += ' ';
@@ -22,6 +25,7 @@ std::string Extended(const std::string& line, Move m) {
     return text + SanOf(m);
 }
 
+// The current position, if the book has it, and all that its moves lead to.
 void Visit(Walk& walk, const std::string& line) {
     BookPosition position;
     if (!FindPosition(walk.book, position.index, position.record)) return;

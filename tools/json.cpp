@@ -1,3 +1,4 @@
+// The pieces go out as they come: nothing is kept but the open brackets.
 #include "tools/json.h"
 
 #include <cassert>
@@ -7,6 +8,7 @@
 
 namespace {
 
+// Quotes, backslashes and control characters are escaped; bytes above ASCII pass.
 std::string Quoted(std::string_view text) {
     std::string quoted = "\"";
     for (const char c : text) {
@@ -27,6 +29,7 @@ void NewLine(int depth) { Write("\n%*s", 2 * depth, ""); }
 
 }  // namespace
 
+// What stands before every piece: a comma, the line's indentation, its key.
 void JsonWriter::Begin(std::string_view key) {
     if (depth > 0) {
         if (!first) Write(",");

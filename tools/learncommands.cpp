@@ -30,6 +30,7 @@ struct Findings {
     std::int64_t unreachable = 0;  // bytes behind the buckets that no bucket leads to
 };
 
+// All damage is counted, the first part of it told.
 void Report(Findings& findings, std::int64_t offset, const std::string& text) {
     ++findings.count;
     if (findings.problems.size() < kMostReported)
@@ -101,12 +102,14 @@ void CheckRecord(Findings& findings, std::uint32_t offset, const LearnRecord& re
     if (!isMove) Report(findings, offset + 8, "not a move");
 }
 
+// The engine does not look at it; a file without it is likely not what was meant.
 bool HeaderIsGood(FileHandle file) {
     char header[kLearnMagicSize];
     return ReadAt(file, 0, header, sizeof header) &&
            std::memcmp(header, kLearnMagic, sizeof header) == 0;
 }
 
+// Chains are walked bucket by bucket, so that equal positions meet in one.
 void CheckContent(Findings& findings, FileHandle file) {
     if (!HeaderIsGood(file)) Report(findings, 0, "the header is not a learning file's");
     const std::int64_t size = FileSize(file);
@@ -135,6 +138,7 @@ void CheckContent(Findings& findings, FileHandle file) {
                            static_cast<std::int64_t>(findings.records) * kLearnRecordSize;
 }
 
+// One line for each problem, "FILE: at OFFSET: what", and a last one for the whole.
 void WriteText(const Findings& findings, const std::string& name) {
     for (const Problem& problem : findings.problems)
         Write("%s: at %lld: %s\n", name.c_str(), static_cast<long long>(problem.offset),
@@ -167,6 +171,7 @@ void WriteJson(const Findings& findings, const std::string& name) {
     json.End();
 }
 
+// Scores in centipawns for the side to move, depth in sixtieths of a ply.
 void DumpRecord(JsonWriter* json, std::uint32_t offset, const LearnRecord& record) {
     if (json == nullptr) {
         Write("%08x %08x  %s  score %d  depth %d (%d plies)  at %u\n", record.hash1,
@@ -238,6 +243,7 @@ int DumpLearning(const std::string& name, bool json) {
     return 0;
 }
 
+// A file without the header is left alone: it may be anything.
 int CompactLearning(const std::string& name, const std::string& output, bool json) {
     FileHandle file = OpenExisting(name);
     if (file == nullptr) return 1;

@@ -33,6 +33,7 @@ void AddJson(CLI::App* command) {
     command->add_flag("--json", Json, "Write the report as JSON");
 }
 
+// One existing file.
 void AddInput(CLI::App* command, const char* name, const char* help) {
     command->add_option(name, Files, help)
         ->required()
@@ -64,6 +65,7 @@ void AddBookBuild(CLI::App* book) {
     });
 }
 
+// ---- The commands: each says what it needs and runs when the line has been read ----
 void AddBook(CLI::App& app) {
     CLI::App* book = app.add_subcommand("book", "Opening books")->require_subcommand(1);
     AddBookBuild(book);
@@ -151,6 +153,7 @@ void AddStatistics(CLI::App& app) {
     merge->callback([] { Status = MergeStatistics(Files[0], Files[1], Output, Json); });
 }
 
+// Straight to standard output: there may be millions.
 void WriteRandomGames() {
     for (std::uint32_t i = FirstGame; i < FirstGame + GameCount; ++i)
         std::fputs(PgnOf(MakeRandomGame(i, LongestGame), i).c_str(), stdout);

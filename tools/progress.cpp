@@ -20,6 +20,7 @@ constexpr std::int64_t kInterval = 200;  // ms
 std::int64_t LastShown = 0;
 bool Shown = false;
 
+// In a file or a pipe the bar would only be in the way.
 bool ErrorIsTerminal() {
 #ifdef _WIN32
     return _isatty(2) != 0;
@@ -30,6 +31,7 @@ bool ErrorIsTerminal() {
 
 }  // namespace
 
+// The clock is asked only when there is a terminal to write to.
 void ShowProgress(const char* what, std::uint64_t done, std::uint64_t whole) {
     static const bool terminal = ErrorIsTerminal();
     const std::int64_t now = terminal ? ClockMilliseconds() : 0;

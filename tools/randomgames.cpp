@@ -34,6 +34,7 @@ Move RandomMove(std::uint64_t& state) {
 
 }  // namespace
 
+// The number is the seed.
 RandomGame MakeRandomGame(std::uint32_t number, int maxPlies) {
     std::uint64_t state = number;
     const auto limit =

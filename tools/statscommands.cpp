@@ -48,6 +48,7 @@ Results ResultsToMove(const Counters& counters, int own, int other) {
             CounterOf(counters, pair, kStatisticsLoss)};
 }
 
+// Seen from the other side.
 Results Reversed(const Results& r) { return {r.draws, r.losses, r.wins}; }
 
 Results Sum(const Results& a, const Results& b) {
@@ -97,6 +98,7 @@ std::vector<int> SignaturesOf(const std::string& letters) {
     return signatures;
 }
 
+// Pieces from the queen down; the two bishops of a pair stand on both colours.
 std::string LettersOf(int signature) {
     std::string letters = "K";
     if (signature % 2 != 0) letters += 'Q';
@@ -110,6 +112,7 @@ std::string LettersOf(int signature) {
 
 // ---- Reports ----
 
+// The share of points from the first side's view ends the line.
 void WriteResults(const char* what, const Results& r) {
     if (r.Games() == 0) {
         Write("%-28s no games\n", what);
@@ -140,6 +143,7 @@ struct RankedPair {
     Results results;
 };
 
+// Every pair of signatures once, both orders added up.
 std::vector<RankedPair> RankPairs(const Counters& counters) {
     std::vector<RankedPair> ranked;
     for (int own = 0; own < kSignatures; ++own)
