@@ -68,7 +68,6 @@ void Time() { SetEngineClock(InputLine); }
 // count.
 void Level() {
     const char* moves = InputLine + std::min(std::strlen(InputLine), std::size_t{5});
-    if (*moves != '\0') ++moves;
     while (*moves == ' ') ++moves;
     MovesPerControl = LeadingNumber(moves);
 
@@ -122,12 +121,8 @@ void WriteFlags() {
     FlushOutput();
 }
 
-void TestQuiescence() {
-    if (!HasBothKings()) return;
-    Ply = 0;
-    MoveStackTop = 0;
-    StopSearch = 0;
-    Quiesce(-MateScore, MateScore);
+void TestCaptures() {
+    if (HasBothKings()) TestQuiescence();
 }
 
 // The engine against itself, until a call of Think makes no move.
@@ -184,7 +179,7 @@ constexpr Command kCommands[] = {
     {"hard", Hard},
     {"evl", WriteEvaluation},
     {"undo", TakeBack},
-    {"tst", TestQuiescence},
+    {"tst", TestCaptures},
     {"mvd", WriteFlags},
     {"demo", Demo},
     {"bkm", WriteBookInformation},

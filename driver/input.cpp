@@ -45,25 +45,29 @@ void DropRestOfLongLine() {
                                      : static_cast<int>(lineEnd - PendingInput) + 1);
 }
 
-// One read, as much as there is room for. The last line of the input needs no line end; a
-// line longer than the buffer is cut.
+// One read, as much as there is room for. At the end of the input, or when there is no
+// way to read on, what came before it still counts: the last line needs no line end.
 void ReadMore() {
     const int room = kPendingInputSize - 1 - PendingLength;
     const int got = ReadInput(PendingInput + PendingLength, room);
     if (got <= 0) {
-        // The end of the input, or no way to read on: what came before it still counts.
         if (PendingLength == 0 || DroppingLongLine) Quit();
         PendingInput[PendingLength++] = '\n';
-        return;
+    } else {
+        PendingLength += got;
+        DropRestOfLongLine();
     }
-    PendingLength += got;
     PendingInput[PendingLength] = '\0';
-    DropRestOfLongLine();
-    if (PendingLength == kPendingInputSize - 1 && PendingLineEnd() == nullptr) {
-        PendingInput[kInputLineSize - 1] = '\n';
-        PendingLength = kInputLineSize;
-        DroppingLongLine = true;
-    }
+}
+
+// The same for readers of lines: a line longer than the buffer is cut.
+void ReadMoreOfLine() {
+    ReadMore();
+    if (PendingLength < kPendingInputSize - 1 || PendingLineEnd() != nullptr) return;
+    PendingInput[kInputLineSize - 1] = '\n';
+    PendingLength = kInputLineSize;
+    PendingInput[PendingLength] = '\0';
+    DroppingLongLine = true;
 }
 
 // Moves the first line of PendingInput, which holds one, to `line`.
@@ -83,7 +87,7 @@ void TakeLine(char* line, int size) {
 }  // namespace
 
 void ReadCommandLine() {
-    while (PendingLineEnd() == nullptr) ReadMore();
+    while (PendingLineEnd() == nullptr) ReadMoreOfLine();
     TakeLine(InputLine, kInputLineSize);
 }
 
@@ -104,7 +108,7 @@ bool InputAvailable() {
 bool ReadPendingLine(char (&line)[kPendingInputSize]) {
     if (PendingLineEnd() == nullptr) {
         if (InputWaiting() == 0) return false;
-        ReadMore();
+        ReadMoreOfLine();
         if (PendingLineEnd() == nullptr) return false;
     }
     TakeLine(line, kPendingInputSize);
@@ -242,7 +246,7 @@ After HandleLine(char* line) {
 }  // namespace
 
 void CheckInput() {
-    char line[kPendingInputSize];
+    char line[kPendingInputSize] = {};
     while (ReadPendingLine(line))
         if (HandleLine(line) == After::Return) return;
 }

@@ -14,9 +14,16 @@ namespace {
 // taken, and the search unwinds when it has to stop.
 constexpr int kCrowded = -1000000;
 
+// TestQuiescence runs: nobody is thinking, and commands wait for its end.
+bool QuiescenceAlone = false;
+
 inline void CountNode() {
     ++NodeCount;
-    if (--PollCountdown < kCrowded) PollPoint();
+    if (--PollCountdown >= kCrowded) return;
+    if (QuiescenceAlone)
+        StopSearch = 1;
+    else
+        PollPoint();
 }
 
 // What a capture must gain to bring the material balance plus margin up to alpha.
@@ -76,6 +83,16 @@ int QuiesceChild(Move m, int alpha, int beta) {
 }
 
 }  // namespace
+
+void TestQuiescence() {
+    Ply = 0;
+    MoveStackTop = 0;
+    StopSearch = 0;
+    PollCountdown = 0;
+    QuiescenceAlone = true;
+    Quiesce(-MateScore, MateScore);
+    QuiescenceAlone = false;
+}
 
 int Quiesce(int alpha, int beta) {
     CountNode();

@@ -53,6 +53,9 @@ int AlphaBeta(int alpha, int beta, int depth, bool nullAllowed);
 bool PollPoint();
 // Search of captures and promotions only; fail-soft.
 int Quiesce(int alpha, int beta);
+// Quiesce on the board's position with the widest window, its result discarded; given up
+// after a million nodes. For "tst".
+void TestQuiescence();
 
 // Depth change for the move just made, at most 0 but for captures into a pawn ending.
 // Sets InCheckAt and ExtFlags of the next ply. `full` extensions, or about half of them.
