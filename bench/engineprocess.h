@@ -19,8 +19,8 @@ using BenchClock = std::chrono::steady_clock;
 EngineProcess StartEngine(const std::string& program);
 // Sends the text as it stands; line ends are the caller's.
 void SendText(EngineProcess& engine, const std::string& text);
-// The next line, not empty, that begins with `prefix`, others skipped; empty when none came
-// within `milliseconds`.
+// The next line, not empty, that begins with `prefix`, others skipped; empty when none
+// came within `milliseconds`.
 std::string WaitForLine(EngineProcess& engine, const std::string& prefix,
                         int milliseconds);
 // Sends "quit" and waits for the end; kills after two seconds. False when it had to.

@@ -70,8 +70,8 @@ void GenerateLegalMoves(int start);
 // score of the entries i..end-1 to entry i. The order among equal scores comes from the
 // exchanges and must be kept.
 inline constexpr int kSelectedAtOnce = 4;
-// The passes for first, first + 1, ..., kSelectedAtOnce of them: those entries are then in
-// their final order. Doing a pass again changes nothing.
+// The passes for first, first + 1, ..., kSelectedAtOnce of them: those entries are then
+// in their final order. Doing a pass again changes nothing.
 void SelectMoves(int first, int end);
 // All passes.
 void SortMoves(int start, int end);

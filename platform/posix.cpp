@@ -132,8 +132,8 @@ double UserSeconds() {
            static_cast<double>(usage.ru_utime.tv_usec) / 1e6;
 }
 
-// Fresh pages are zero. Whole huge pages are mapped, and what the alignment leaves over at
-// both ends goes back.
+// Fresh pages are zero. Whole huge pages are mapped, and what the alignment leaves over
+// at both ends goes back.
 void* AllocateTable(std::size_t bytes) {
     const std::size_t size = InHugePages(bytes);
     if (size < bytes) return nullptr;

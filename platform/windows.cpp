@@ -101,7 +101,8 @@ void FreeTable(void* table, std::size_t) {
 
 double UserSeconds() {
     FILETIME created, ended, kernel, user;
-    if (GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user) == 0) return 0;
+    if (GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user) == 0)
+        return 0;
     const ULARGE_INTEGER ticks = {{user.dwLowDateTime, user.dwHighDateTime}};
     return static_cast<double>(ticks.QuadPart) / 1e7;  // ticks of 100 ns
 }

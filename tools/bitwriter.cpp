@@ -61,7 +61,7 @@ std::vector<LengthToken> TokensOf(const std::vector<std::uint8_t>& lengths) {
             token.count = static_cast<int>(repeats - 2);
         } else if (repeats > 1) {
             const std::uint32_t rest = repeats - 2 - 31;
-            token.extraBits = std::bit_width(rest) - 1;
+            token.extraBits = static_cast<int>(std::bit_width(rest)) - 1;
             token.extra = rest - (1u << token.extraBits);
             token.count = 32 + token.extraBits;
         }

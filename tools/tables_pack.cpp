@@ -36,7 +36,7 @@ struct MatchClass {
 MatchClass ClassOf(std::size_t length) {
     if (length <= kLastPlainLength + 1) return {static_cast<int>(length) - 1, 0, 0};
     const auto rest = static_cast<std::uint32_t>(length - 14);
-    const int bits = std::bit_width(rest) - 1;
+    const int bits = static_cast<int>(std::bit_width(rest)) - 1;
     return {kLastPlainLength + bits, bits, rest - (1u << bits)};
 }
 
