@@ -4,7 +4,7 @@
 #include <bit>
 #include <memory>
 #include <mutex>
-#include <numeric>
+#include <queue>
 #include <span>
 
 #include "tools/bitwriter.h"
@@ -19,7 +19,6 @@ constexpr int kLongestCode = 20;
 // Blocks that the distances and the code are chosen by.
 constexpr std::size_t kSampleBlocks = 120;
 constexpr std::size_t kDistanceSampleBlocks = 24;
-constexpr std::size_t kFirstLookBlocks = 24;
 // A match shorter than this saves nothing worth a distance.
 constexpr std::size_t kWorthwhileMatch = 6;
 constexpr std::size_t kCandidates = 96;
@@ -91,35 +90,66 @@ std::size_t SavingsOf(const std::vector<Block>& sample, std::size_t distance,
     return saved;
 }
 
-// Takes the distances one by one, each time the one that saves most of what is left.
+// How often four bytes running are those of that distance before: a quick look.
+std::size_t RunsAt(Block block, std::size_t distance) {
+    const std::uint8_t* now = block.data() + distance;
+    const std::uint8_t* before = block.data();
+    std::uint32_t runs = 0;
+    for (std::size_t i = 0; i + distance + 3 < block.size(); ++i)
+        runs += (now[i] == before[i]) & (now[i + 1] == before[i + 1]) &
+                (now[i + 2] == before[i + 2]) & (now[i + 3] == before[i + 3]);
+    return runs;
+}
+
+// A distance and what it saves, as counted when fewer bytes were covered: at most that.
+struct Candidate {
+    std::size_t saved;
+    std::uint32_t distance;
+    bool operator<(const Candidate& other) const {
+        return saved != other.saved ? saved < other.saved : distance > other.distance;
+    }
+};
+
+// The distances that a quick look at the sample finds best.
+std::vector<Candidate> LikelyDistances(const std::vector<Block>& sample, int jobs) {
+    std::vector<Candidate> all(kBlockSize - 1);
+    ForEachPiece(jobs, all.size(), 64, [&](std::uint64_t begin, std::uint64_t end) {
+        for (std::uint64_t i = begin; i < end; ++i) {
+            all[i] = {0, static_cast<std::uint32_t>(i + 1)};
+            for (const Block block : sample)
+                if (block.size() > i + 1) all[i].saved += RunsAt(block, i + 1);
+        }
+    });
+    std::partial_sort(all.begin(), all.begin() + kCandidates, all.end(),
+                      [](const Candidate& a, const Candidate& b) { return b < a; });
+    all.resize(kCandidates);
+    return all;
+}
+
+// Takes the distances one by one, each time the one that saves most of what is left. What
+// a distance saves only shrinks, so that a fresh count that leads the old ones of the
+// others needs no more counts.
 std::array<std::uint32_t, kDistances> ChooseDistances(const std::vector<Block>& blocks,
                                                       int jobs) {
-    using Covered = std::vector<std::vector<std::uint8_t>>;
     const std::vector<Block> sample = Sample(blocks, kDistanceSampleBlocks);
-    const std::vector<Block> firstLook = Sample(sample, kFirstLookBlocks);
-    Covered covered(sample.size(), std::vector<std::uint8_t>(kBlockSize));
-    std::vector<std::size_t> saved(kBlockSize, 0);
-    ForEachPiece(jobs, kBlockSize, 64, [&](std::uint64_t begin, std::uint64_t end) {
-        for (std::uint64_t d = std::max<std::uint64_t>(begin, 1); d < end; ++d)
-            saved[d] = SavingsOf(firstLook, d, covered, false);
-    });
-    std::vector<std::uint32_t> candidates(kBlockSize - 1);
-    std::iota(candidates.begin(), candidates.end(), 1u);
-    std::stable_sort(candidates.begin(), candidates.end(),
-                     [&](auto a, auto b) { return saved[a] > saved[b]; });
-    candidates.resize(kCandidates);
+    std::vector<std::vector<std::uint8_t>> covered(sample.size(),
+                                                   std::vector<std::uint8_t>(kBlockSize));
+    std::vector<Candidate> candidates = LikelyDistances(sample, jobs);
+    for (Candidate& c : candidates)
+        c.saved = SavingsOf(sample, c.distance, covered, false);
+    std::priority_queue<Candidate> queue(candidates.begin(), candidates.end());
     std::array<std::uint32_t, kDistances> chosen{};
-    for (std::uint32_t& distance : chosen) {
-        ForEachPiece(jobs, kCandidates, 4, [&](std::uint64_t begin, std::uint64_t end) {
-            for (std::uint64_t i = begin; i < end; ++i)
-                saved[candidates[i]] = SavingsOf(sample, candidates[i], covered, false);
-        });
-        const std::uint32_t best =
-            *std::max_element(candidates.begin(), candidates.end(),
-                              [&](auto a, auto b) { return saved[a] < saved[b]; });
-        if (saved[best] == 0) break;
-        distance = best;
-        SavingsOf(sample, distance, covered, true);
+    for (std::size_t count = 0; count < kDistances && !queue.empty();) {
+        Candidate best = queue.top();
+        queue.pop();
+        best.saved = SavingsOf(sample, best.distance, covered, false);
+        if (!queue.empty() && best < queue.top()) {
+            queue.push(best);
+            continue;
+        }
+        if (best.saved == 0) break;
+        chosen[count++] = best.distance;
+        SavingsOf(sample, best.distance, covered, true);
     }
     return chosen;
 }

@@ -1,0 +1,199 @@
+// The search and the tables: when it asks, what it makes of the answer, and that it mates
+// in exactly the moves the tables say.
+#include "search/tableprobe.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <random>
+
+#include "board/attacks.h"
+#include "board/fen.h"
+#include "driver/input.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/search.h"
+#include "tests/tables.h"
+#include "tools/tables_probe.h"
+
+namespace {
+
+constexpr int kNoScore = 99999;
+
+class TableProbeTest : public testing::Test {
+protected:
+    TableProbeTest() : tables(ThreeManTables()) {
+        EXPECT_TRUE(AllocateTranspositionTable(14));
+        RootDepth = 20;
+    }
+    ~TableProbeTest() override { Ply = 0; }
+
+    // The score at this ply; kNoScore when the tables are not asked or do not know.
+    static int ScoreAt(int ply, const char* fen) {
+        EXPECT_TRUE(SetFen(fen));
+        return ScoreHere(ply);
+    }
+    static int ScoreHere(int ply) {
+        Ply = ply;
+        int score;
+        return ProbeTableScore(score) ? score : kNoScore;
+    }
+    WithTables tables;
+};
+
+// Lone rook; a mate in three.
+constexpr char kMateInThree[] = "8/8/8/8/8/2k5/7r/1K6 b - -";
+
+TEST_F(TableProbeTest, MatesCountFromTheRoot) {
+    int value;
+    ASSERT_TRUE(SetFen("8/8/8/8/8/1k6/7r/K7 b - -"));
+    ASSERT_TRUE(ProbeTablebase(WHITE, value));
+    EXPECT_EQ(value, 32766);
+    EXPECT_EQ(ScoreHere(1), MateScore - 1 - 1);
+    EXPECT_EQ(ScoreHere(2), MateScore - 2 - 1);
+    ASSERT_TRUE(SetFen(kMateInThree));
+    ASSERT_TRUE(ProbeTablebase(WHITE, value));
+    const int moves = 32767 - value;
+    EXPECT_EQ(ScoreHere(1), MateScore - (1 + 2 * moves - 1));
+    // Mated, and lost in one.
+    EXPECT_EQ(ScoreAt(1, "8/8/8/8/8/1k6/8/K6r w - -"), 1 - MateScore);
+    EXPECT_EQ(ScoreAt(2, "8/8/8/8/8/1k6/7r/K7 w - -"), 2 + 2 - MateScore);
+}
+
+TEST_F(TableProbeTest, ResultsGoToTheTranspositionTable) {
+    const int score = ScoreAt(2, kMateInThree);
+    HashHit hit;
+    ASSERT_TRUE(HashProbe(hit));
+    EXPECT_EQ(hit.depth, 7740);
+    EXPECT_EQ(hit.boundType, kExact);
+    EXPECT_EQ(hit.move, NULL_MOVE);
+    EXPECT_EQ(ScoreFromTable(hit.score), score);
+}
+
+// A draw is worth a point to the side with more material, whoever is to move.
+TEST_F(TableProbeTest, DrawsFavourTheSideWithMore) {
+    EXPECT_EQ(ScoreAt(1, "8/8/8/8/8/2k5/8/1K4N1 w - -"), 1);
+    EXPECT_EQ(ScoreAt(1, "8/8/8/8/8/2k5/8/1K4N1 b - -"), 1);
+    EXPECT_EQ(ScoreAt(1, "8/8/8/8/8/2k5/6b1/1K6 w - -"), -1);
+    EXPECT_EQ(ScoreAt(1, "8/8/8/8/8/2k5/6b1/1K6 b - -"), -1);
+}
+
+TEST_F(TableProbeTest, AskedNearTheRootAndAfterCaptures) {
+    EXPECT_NE(ScoreAt(2, kMateInThree), kNoScore);
+    EXPECT_EQ(ScoreAt(3, kMateInThree), kNoScore);
+    ASSERT_TRUE(SetFen("8/8/8/8/8/2k5/6Nr/1K6 b - -"));
+    MakeMove(MakeWord(H2, G2, ROOK, KNIGHT));
+    EXPECT_NE(ScoreHere(3), kNoScore);
+    EXPECT_NE(ScoreHere(10), kNoScore);
+    // A bare king is left to the evaluation beyond half the depth.
+    EXPECT_EQ(ScoreHere(11), kNoScore);
+    ASSERT_TRUE(SetFen("8/8/8/8/8/2k5/7p/4K3 b - -"));
+    MakeMove(MakeWord(H2, H1, PAWN, EMPTY, ROOK));
+    EXPECT_NE(ScoreHere(5), kNoScore);
+}
+
+TEST_F(TableProbeTest, NotAskedWhereTablesCannotKnow) {
+    EXPECT_EQ(ScoreAt(1, "8/8/8/8/8/2k5/8/4K2R w K -"), kNoScore);
+    EXPECT_NE(ScoreAt(1, "8/8/8/8/8/2k5/8/4K2R w - -"), kNoScore);
+    EXPECT_EQ(ScoreAt(1, "8/8/8/8/8/2k5/8/1K2N2R w - -"), kNoScore);
+    TbMaxPieces = 2;
+    EXPECT_EQ(ScoreAt(1, kMateInThree), kNoScore);
+    TbMaxPieces = 0;
+    EXPECT_EQ(ScoreAt(1, kMateInThree), kNoScore);
+}
+
+struct LeftCase {
+    const char* fen;
+    bool left;  // to the evaluation, deep in the tree
+};
+
+// Material in which the evaluation is trusted: the tables, all draws here, are not asked.
+TEST_F(TableProbeTest, EndingsLeftToTheEvaluation) {
+    Scratch scratch;
+    for (const char* name :
+         {"krkr", "kqkn", "krkb", "kbkp", "krkp", "kpkp", "kqkp", "knkp"})
+        for (const char* extension : {".nbw", ".nbb"}) {
+            const int entry = FindTable(name);
+            const int side = extension[3] == 'b';
+            scratch.Write(std::string(name) + extension, "");
+            std::filesystem::resize_file(scratch.Path(std::string(name) + extension),
+                                         EntryOf(entry).size[side]);
+        }
+    const WithTables zeros(scratch.directory.string());
+    const LeftCase cases[] = {
+        {"8/8/8/1r6/8/2k5/8/1K5R b - -", true},  // equal pieces
+        {"8/8/8/1q6/8/2k5/8/1K5N b - -", true},  // outclassed
+        {"8/8/8/1Q6/8/2K5/8/1k5n w - -", true},
+        {"8/8/8/1r6/8/2k5/8/1K5B b - -", false},  // two units more only
+        {"8/8/8/1b6/8/2k5/7P/1K6 b - -", false},  // pawns on one side only, no bare king
+        {"8/8/8/1r6/8/2k5/7P/1K6 b - -", false},
+        {"8/8/8/1p6/8/2k5/7P/1K6 b - -", false},
+    };
+    RootDepth = 8;
+    for (const LeftCase& c : cases) {
+            ASSERT_TRUE(SetFen(c.fen));
+            // As if after a promotion.
+            Board.MoveHistory[Board.GamePly++] = MakeWord(A7, A8, PAWN, EMPTY, QUEEN);
+            EXPECT_EQ(ScoreHere(5) == kNoScore, c.left) << c.fen;
+            EXPECT_NE(ScoreHere(4), kNoScore) << c.fen;
+        }
+}
+
+// ---- Playing it out ----
+
+// A random position of these men with the side to move winning; the tables' distance.
+int RandomWin(const char* men, std::mt19937& random) {
+    for (;;) {
+        ClearBoard();
+        Board.GamePly = 0;
+        for (const char* c = men; *c != 0; ++c) {
+            const int code = *c == 'K' || *c == 'k' ? KING
+                             : *c == 'P'            ? PAWN
+                             : *c == 'R'            ? ROOK
+                                                    : QUEEN;
+            const int square = static_cast<int>(random() % 64);
+            if (Board.Piece[square] != EMPTY ||
+                (code == PAWN && (square < A2 || square > H7)))
+                break;
+            AddPiece(square, *c == 'k' ? BLACK : WHITE, code);
+        }
+        DeriveCastlingFlags();
+        Board.WK = Board.BK = 1;
+        Board.SideToMove = WHITE;
+        if (PopCount(AllOccupied()) != 3 || !HasBothKings() ||
+            IsAttacked(WHITE, Board.KingSquare[BLACK]))
+            continue;
+        UpdateMatingFlags();
+        int value;
+        if (ProbeTablebase(BLACK, value) && value > 0) return 32767 - value;
+    }
+}
+
+// The search plays White, the tables' longest defence Black; moves to mate.
+int PlayOut(int depth) {
+    for (int moves = 1; moves < 60; ++moves) {
+        Search(depth, false);
+        MakeMove(RootMoves[0]);
+        const TableAnswer defence = AskTables();
+        if (defence.verdict == TableVerdict::Loss && defence.moves == 0) return moves;
+        if (defence.line.empty()) return 1000;
+        MakeMove(defence.line[0]);
+        Board.GamePly = 0;
+    }
+    return 1000;
+}
+
+TEST_F(TableProbeTest, MatesInExactlyTheDistance) {
+    std::mt19937 random(7);
+    StopSearch = 0;
+    PollInterval = 1 << 30;
+    TimeBudget = kUnlimitedBudget;
+    IgnoreInput();
+    for (const char* men : {"KkQ", "KkR", "KkP"})
+        for (int i = 0; i < 12; ++i) {
+            const int distance = RandomWin(men, random);
+            EXPECT_EQ(PlayOut(3), distance) << men << i;
+        }
+}
+
+}  // namespace
