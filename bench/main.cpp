@@ -6,6 +6,7 @@
 
 #include "bench/micro.h"
 #include "bench/positions.h"
+#include "bench/tables.h"
 #include "board/fen.h"
 #include "driver/input.h"
 #include "driver/settings.h"
@@ -106,7 +107,8 @@ void BenchPerft(int depth, const char* fen, bool divide) {
         "usage: veltramox-bench search [DEPTH]         search speed and node total\n"
         "       veltramox-bench perft N [FEN]          leaves at depth N\n"
         "       veltramox-bench divide N [FEN]         the same by first move\n"
-        "       veltramox-bench micro [BENCHMARK FLAGS]  single operations\n");
+        "       veltramox-bench micro [BENCHMARK FLAGS]  single operations\n"
+        "       veltramox-bench tables [DIR]           probes of endgame tables\n");
     std::exit(EXIT_FAILURE);
 }
 
@@ -131,6 +133,8 @@ int main(int argc, char** argv) {
                    std::strcmp(mode, "divide") == 0);
     } else if (std::strcmp(mode, "micro") == 0) {
         return RunMicroBenchmarks(argc - 1, argv + 1);
+    } else if (std::strcmp(mode, "tables") == 0) {
+        return RunTablesBenchmark(argc > 2 ? argv[2] : nullptr);
     } else {
         Usage();
     }
