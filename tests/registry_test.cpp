@@ -90,6 +90,8 @@ TEST_F(RegistryTest, SymmetricTablesHaveOneFile) {
 
 // Front ends and users know these texts; the program must end with status 1.
 TEST_F(RegistryTest, UnusableFilesEndTheProgram) {
+    // A process of its own: one that is only forked would clean up after this one's tests.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto dies = [&](const char* expected) {
         EXPECT_EXIT(
             {

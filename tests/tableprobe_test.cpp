@@ -131,38 +131,37 @@ TEST_F(TableProbeTest, EndingsLeftToTheEvaluation) {
     };
     RootDepth = 8;
     for (const LeftCase& c : cases) {
-            ASSERT_TRUE(SetFen(c.fen));
-            // As if after a promotion.
-            Board.MoveHistory[Board.GamePly++] = MakeWord(A7, A8, PAWN, EMPTY, QUEEN);
-            EXPECT_EQ(ScoreHere(5) == kNoScore, c.left) << c.fen;
-            EXPECT_NE(ScoreHere(4), kNoScore) << c.fen;
-        }
+        ASSERT_TRUE(SetFen(c.fen));
+        // As if after a promotion.
+        Board.MoveHistory[Board.GamePly++] = MakeWord(A7, A8, PAWN, EMPTY, QUEEN);
+        EXPECT_EQ(ScoreHere(5) == kNoScore, c.left) << c.fen;
+        EXPECT_NE(ScoreHere(4), kNoScore) << c.fen;
+    }
 }
 
 // ---- Playing it out ----
 
-// A random position of these men with the side to move winning; the tables' distance.
-int RandomWin(const char* men, std::mt19937& random) {
+// A random position of these men, FEN letters, in which White, to move, wins; the tables'
+// distance.
+int RandomWin(const std::string& men, std::mt19937& random) {
     for (;;) {
         ClearBoard();
         Board.GamePly = 0;
-        for (const char* c = men; *c != 0; ++c) {
-            const int code = *c == 'K' || *c == 'k' ? KING
-                             : *c == 'P'            ? PAWN
-                             : *c == 'R'            ? ROOK
-                                                    : QUEEN;
+        for (const char c : men) {
             const int square = static_cast<int>(random() % 64);
+            const auto code =
+                static_cast<int>(std::string_view(".knp?rbq").find(ToLower(c)));
             if (Board.Piece[square] != EMPTY ||
                 (code == PAWN && (square < A2 || square > H7)))
                 break;
-            AddPiece(square, *c == 'k' ? BLACK : WHITE, code);
+            AddPiece(square, ToLower(c) == c ? BLACK : WHITE, code);
         }
-        DeriveCastlingFlags();
-        Board.WK = Board.BK = 1;
-        Board.SideToMove = WHITE;
-        if (PopCount(AllOccupied()) != 3 || !HasBothKings() ||
+        if (PopCount(AllOccupied()) != static_cast<int>(men.size()) || !HasBothKings() ||
             IsAttacked(WHITE, Board.KingSquare[BLACK]))
             continue;
+        Board.WK = Board.BK = Board.A1 = Board.H1 = Board.A8 = Board.H8 = 1;
+        Board.SideToMove = WHITE;
+        Board.FiftyCounter = 0;
         UpdateMatingFlags();
         int value;
         if (ProbeTablebase(BLACK, value) && value > 0) return 32767 - value;
@@ -183,17 +182,35 @@ int PlayOut(int depth) {
     return 1000;
 }
 
-TEST_F(TableProbeTest, MatesInExactlyTheDistance) {
+// Plays random wins of the materials out; the moves of all games together.
+int PlayOutAll(const std::vector<std::string>& materials, int games) {
     std::mt19937 random(7);
     StopSearch = 0;
     PollInterval = 1 << 30;
     TimeBudget = kUnlimitedBudget;
-    IgnoreInput();
-    for (const char* men : {"KkQ", "KkR", "KkP"})
-        for (int i = 0; i < 12; ++i) {
+    int moves = 0;
+    for (const std::string& men : materials)
+        for (int i = 0; i < games; ++i) {
             const int distance = RandomWin(men, random);
-            EXPECT_EQ(PlayOut(3), distance) << men << i;
+            moves += distance;
+            EXPECT_EQ(PlayOut(3 + i % 7), distance) << men << i;
         }
+    return moves;
+}
+
+TEST_F(TableProbeTest, MatesInExactlyTheDistance) {
+    EXPECT_GT(PlayOutAll({"KkQ", "KkR", "KkP"}, 12), 300);
+}
+
+TEST_F(TableProbeTest, SlowMatesWithFourMenInExactlyTheDistance) {
+    const char* directory = std::getenv("VELTRAMOX_FOUR_MEN");
+    if (directory == nullptr) GTEST_SKIP() << "VELTRAMOX_FOUR_MEN names no directory";
+    MakeTables(TablesWithMen(4), directory, 2, [](const MadeTable&) {});
+    const WithTables four(directory);
+    EXPECT_GT(PlayOutAll({"KkBB", "KkBN", "KkQr", "KkRn", "KkRb", "KkRr", "KkQn", "KkQb",
+                          "KkQq", "KkPP", "KkPp", "KkRp", "KkPr"},
+                         30),
+              3000);
 }
 
 }  // namespace
