@@ -42,7 +42,8 @@ struct Longest {
 
 Longest LongestIn(const TableStore& store, int entry, int side) {
     Longest longest;
-    for (std::uint32_t i = 0; i < FileValues(entry, side); ++i) {
+    const std::uint32_t values = FileValues(entry, side);
+    for (std::uint32_t i = 0; i < values; ++i) {
         const MateDistance d = store.At(entry, side, i);
         if (IsWin(d)) longest.win = std::max(longest.win, MovesToMate(d));
         if (IsLoss(d)) longest.loss = std::max(longest.loss, MovesToMate(d));
@@ -75,8 +76,9 @@ void ExpectValuesWhereLegal(const fs::path& directory, const std::vector<int>& e
     for (const int entry : entries) {
         store.Load(entry);
         const TableMen men = MenOfTable(entry);
-        for (int side : {WHITE, BLACK})
-            for (std::uint32_t i = 0; i < FileValues(entry, side); i += step) {
+        for (int side : {WHITE, BLACK}) {
+            const std::uint32_t values = FileValues(entry, side);
+            for (std::uint32_t i = 0; i < values; i += step) {
                 TablePlacement placement;
                 ASSERT_TRUE(PlacementOfIndex(entry, side, i, placement));
                 const bool legal =
@@ -84,6 +86,7 @@ void ExpectValuesWhereLegal(const fs::path& directory, const std::vector<int>& e
                 ASSERT_EQ(store.At(entry, side, i) != kNoDistance, legal)
                     << EntryOf(entry).name << side << ' ' << i;
             }
+        }
         store.Drop(entry);
     }
 }
