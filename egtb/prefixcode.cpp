@@ -38,7 +38,7 @@ void AddToTree(PrefixDecoder& decoder, std::uint32_t code, int length, int symbo
             decoder.tree.resize(decoder.tree.size() + 2, 0);
             link = &decoder.tree[static_cast<std::size_t>(2 * node)];
         } else {
-            link = &decoder.tree[static_cast<std::size_t>(2 * ~*link)];
+            link = &decoder.tree[2 * static_cast<std::size_t>(~*link)];
         }
         link += code << bit >> 31;
     }
