@@ -222,11 +222,22 @@ TEST(Search, GoodMovesRiseAndAge) {
 
 // ---- Limits ----
 
+// The clock stops the search so long after its beginning.
+void StopAfter(int milliseconds) {
+    DepthLimit = kTimedDepthLimit;
+    TimeBudget = milliseconds;
+    EngineClock = milliseconds;  // ten times as long
+    PollCountdown = PollInterval;
+    SearchStartTime = ClockMilliseconds();
+}
+
 TEST(SearchLimits, DeepestPly) {
     for (const int ply : {121, 125}) {
         FreshEngine();
         Position(kRookEnding);
+        StopAfter(20000);
         SearchNode(40 * OnePly, ply);
+        EXPECT_EQ(StopSearch, 0);
         EXPECT_EQ(Killer1[BLACK][0], NO_MOVE);  // stands behind White's last one
     }
 }
@@ -234,15 +245,6 @@ TEST(SearchLimits, DeepestPly) {
 // More queens than any game has: the captures alone would go on for hours.
 const char* const kManyQueens =
     "qqqqqqqk/qqqqqqqq/1q1q1qqq/8/8/QQQ1Q1Q1/QQQQQQQQ/KQQQQQQQ w - -";
-
-// The clock stops the search a moment after its beginning.
-void StopSoon() {
-    DepthLimit = kTimedDepthLimit;
-    TimeBudget = 100;
-    EngineClock = 1000;
-    PollCountdown = PollInterval;
-    SearchStartTime = ClockMilliseconds();
-}
 
 // Without room for one more node's moves the position is scored as it stands.
 TEST(SearchLimits, FullStacks) {
@@ -260,7 +262,7 @@ TEST(SearchLimits, FullStacks) {
     for (const auto& c : cases) {
         FreshEngine();
         Position(kManyQueens);
-        StopSoon();
+        StopAfter(100);
         std::fill(matchList, MoveStack + kMoveStackSize, kMark);
         MoveStackTop = c.moveStackTop;
         Board.GamePly = c.gamePly;
@@ -278,10 +280,12 @@ TEST(SearchLimits, FullStacks) {
 TEST(SearchLimits, EndlessCapturesHeedTheClock) {
     FreshEngine();
     Position(kManyQueens);
-    StopSoon();
+    StopAfter(100);
     Ply = 1;
+    NodeCount = 0;
     Quiesce(-ScoreBound, ScoreBound);
     EXPECT_EQ(StopSearch, 1);
+    EXPECT_LT(NodeCount, 10000000);
     EXPECT_EQ(MoveStackTop, 0);
     EXPECT_EQ(Board.GamePly, 0);
 }
