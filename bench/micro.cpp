@@ -1,9 +1,11 @@
 #include "bench/micro.h"
 
 #include <benchmark/benchmark.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <iterator>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -11,6 +13,9 @@
 #include "board/attacks.h"
 #include "board/fen.h"
 #include "eval/evaluate.h"
+#include "platform/clock.h"
+#include "platform/input.h"
+#include "search/control.h"
 #include "search/search.h"
 
 namespace {
@@ -91,6 +96,24 @@ void MicroIsAttacked(benchmark::State& state) {
     });
 }
 
+// One look at input and clock, standard input being a pipe on which nothing waits. The
+// search does it once in kLongPollInterval nodes, with little time left once in
+// kShortPollInterval.
+void MicroPollPoint(benchmark::State& state) {
+    int ends[2];
+    if (pipe(ends) != 0 || dup2(ends[0], STDIN_FILENO) < 0) std::abort();
+    StopSearch = 0;
+    DepthLimit = kTimedDepthLimit;
+    RootMoveIndex = 1;
+    TimeBudget = EngineClock = std::numeric_limits<int>::max() / 8;
+    SearchStartTime = ClockMilliseconds();
+    // Benchmarks ignore input, so the question to the operating system is put here.
+    for (auto _ : state)
+        if (InputWaiting() != 0 || PollPoint()) std::abort();
+    close(ends[0]);
+    close(ends[1]);
+}
+
 }  // namespace
 
 int RunMicroBenchmarks(int argc, char** argv) {
@@ -101,6 +124,7 @@ int RunMicroBenchmarks(int argc, char** argv) {
         {"LegalMovesMakeUnmake", MicroMakeUnmake},
         {"CapturesStaticExchange", MicroStaticExchange},
         {"IsAttacked", MicroIsAttacked},
+        {"PollPoint", MicroPollPoint},
     };
     for (const auto& [name, run] : all) benchmark::RegisterBenchmark(name, run);
     benchmark::Initialize(&argc, argv);
