@@ -1,0 +1,99 @@
+// Fuzzing of the whole program through its standard input, with libFuzzer: the command
+// loop and what comes while it thinks ("commands"), and edit mode followed by a look at
+// the position from every side ("edit"). VELTRAMOX_FUZZ_KIND names which.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csetjmp>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "driver/commands.h"
+#include "driver/startup.h"
+#include "search/control.h"
+#include "tests/scratch.h"
+
+namespace {
+
+std::jmp_buf AtEnd;  // where the program's end leads back to
+bool Running = false;
+
+// The whole input waits in a pipe, which must hold it without a reader.
+constexpr std::size_t kLongestInput = 32768;
+
+void Require(bool condition) {
+    if (!condition) std::abort();
+}
+
+// A clock that is nearly out makes the program look at its input after a few hundred
+// nodes.
+std::string Session(const std::string& kind, std::string bytes) {
+    if (kind == "edit")
+        bytes = "force\nedit\n" + bytes + "\n.\nbrd\nevl\ntst\nsd 2\ngo\ntime 50\ngo\n";
+    else
+        bytes = "time 50\n" + bytes;
+    return bytes.substr(0, kLongestInput);
+}
+
+void PutIntoStandardInput(const std::string& text) {
+    int ends[2];
+    Require(pipe(ends) == 0);
+    Require(write(ends[1], text.data(), text.size()) ==
+            static_cast<ssize_t>(text.size()));
+    close(ends[1]);
+    Require(dup2(ends[0], STDIN_FILENO) == STDIN_FILENO);
+    close(ends[0]);
+}
+
+// What a process begins with, where the last run ended in the middle of something.
+void ForgetLastRun() {
+    StopSearch = PonderSearch = PonderMiss = PonderProbe = 0;
+    MovesPerControl = Increment = 0;
+    PonderAllowed = 1;
+}
+
+// From start-up to the end of input, in a folder of its own with the smallest tables.
+void RunProgram() {
+    static const Scratch folder;
+    static const int before = open(".", O_RDONLY);
+    folder.Write("Veltramox.ini", "TranspositionSize=13\nPawnHashSize=12\nUseEGTB=off\n");
+    Require(chdir(folder.directory.c_str()) == 0);
+    Running = true;
+    if (setjmp(AtEnd) == 0) {
+        ForgetLastRun();
+        StartUp();
+        CommandLoop();
+    }
+    Running = false;
+    Require(fchdir(before) == 0);
+}
+
+}  // namespace
+
+// The linker leads every exit() here: at the end of its input the program has released
+// what it holds, and can be started again.
+extern "C" [[noreturn]] void __real_exit(int status);
+extern "C" [[noreturn]] void __wrap_exit(int status);
+extern "C" void __wrap_exit(int status) {
+    if (Running) std::longjmp(AtEnd, 1);
+    __real_exit(status);
+}
+
+// Tables that never change are built at the first start alone: they take longer than most
+// sessions.
+extern "C" void RealBuildTables() asm("__real__Z11BuildTablesv");
+extern "C" void WrapBuildTables() asm("__wrap__Z11BuildTablesv");
+extern "C" void WrapBuildTables() {
+    static const bool built = (RealBuildTables(), true);
+    Require(built);
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    PutIntoStandardInput(
+        Session(VELTRAMOX_FUZZ_KIND, {reinterpret_cast<const char*>(data), size}));
+    RunProgram();
+    return 0;
+}
