@@ -537,6 +537,7 @@ void MakeWithNeeded(int entry, int jobs, TableStore& store,
 
 void MakeTables(const std::vector<int>& entries, const std::filesystem::path& directory,
                 int jobs, void (*report)(const MadeTable&)) {
+    BuildIndexTables();
     std::filesystem::create_directories(directory);
     for (const int entry : entries) {
         if (ShapeOf(entry).men > kMostMenMade)
