@@ -267,6 +267,26 @@ TEST(TableFilesTest, ChecksFindDamage) {
     EXPECT_NE(Faults(scratch.directory, {}).find("header is damaged"), std::string::npos);
 }
 
+// What a user asks for by name is missed when it is not there; a directory of a table's
+// name is no table.
+TEST(TableFilesTest, ChecksMissWhatIsNotThere) {
+    Scratch scratch;
+    Checked.clear();
+    EXPECT_FALSE(CheckTables(scratch.directory, {FindTable("krkr")}, {}, Remember));
+    ASSERT_EQ(Checked.size(), 1U);
+    EXPECT_EQ(Checked[0].fault, "krkr.nbw is missing");
+    fs::create_directory(scratch.directory / "kqk.nbw");
+    fs::create_directory(scratch.directory / "kqk.nbb");
+    EXPECT_NE(Faults(scratch.directory, {}).find("kqk: cannot read"), std::string::npos);
+}
+
+TEST(TableFilesTest, PackedNamesBecomePlainOnes) {
+    EXPECT_EQ(PlainFileName("kpk.nbw.emd"), "kpk.nbw");
+    EXPECT_EQ(PlainFileName("some/kpk_nbb.emd"), "kpk.nbb");
+    EXPECT_EQ(PlainFileName("kpknbw.emd"), "kpk.nbw");
+    EXPECT_EQ(PlainFileName("other.emd"), "other");
+}
+
 // What is there is kept, what is missing is made, nothing unfinished has a table's name.
 TEST(TableFilesTest, MakingGoesOnWhereItStopped) {
     Scratch scratch;
