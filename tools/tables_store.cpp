@@ -104,9 +104,14 @@ void TableStore::Load(int entry) {
         if (file.empty())
             throw std::runtime_error((directory / TableFileName(entry, side)).string() +
                                      " is missing");
+        const std::uint32_t expected = FileValues(entry, side);
+        const std::runtime_error wrong(file.string() + " has the wrong length");
+        // Not read first: a file may be larger than the memory.
+        if (file.extension() != ".emd" && fs::is_regular_file(file) &&
+            fs::file_size(file) != expected)
+            throw wrong;
         std::vector<std::uint8_t> data = LoadTableFile(file);
-        if (data.size() != FileValues(entry, side))
-            throw std::runtime_error(file.string() + " has the wrong length");
+        if (data.size() != expected) throw wrong;
         values[static_cast<std::size_t>(entry)][static_cast<std::size_t>(side)] =
             std::move(data);
     }
