@@ -39,9 +39,7 @@ protected:
     void Put(const char* name, std::uint32_t values, char value = 0) {
         std::ofstream(directory / name, std::ios::binary) << std::string(values, value);
     }
-    int Initialise(const std::string& path) {
-        return InitialiseTablebases(path.c_str(), ram);
-    }
+    int Initialise(const std::string& path) { return InitTablebases(path.c_str(), ram); }
     int Initialise() { return Initialise(directory.string()); }
 
     fs::path directory;

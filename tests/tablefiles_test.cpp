@@ -227,7 +227,7 @@ TEST(TableFilesTest, PackedTablesServeAsWell) {
     EXPECT_EQ(Faults(scratch.directory, {.full = true, .jobs = 2}), "");
     ExpectProbesRight(scratch.directory, TablesWithMen(3), 500);
     std::uint64_t ramUsed;
-    EXPECT_EQ(InitialiseTablebases(scratch.directory.string().c_str(), ramUsed), 3);
+    EXPECT_EQ(InitTablebases(scratch.directory.string().c_str(), ramUsed), 3);
     EXPECT_GT(ramUsed, 10 * 16384U);
     EXPECT_LT(ramUsed, 1000000U);
     TbMaxPieces = 0;

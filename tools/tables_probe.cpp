@@ -138,7 +138,7 @@ TableAnswer AskTables() {
 int ProbeTables(const std::string& directory, const std::string& fen, bool json) {
     if (!SetFen(fen)) return Fail("\"" + fen + "\" is no position");
     std::uint64_t ramUsed;
-    if (InitialiseTablebases(directory.c_str(), ramUsed) == 0)
+    if (InitTablebases(directory.c_str(), ramUsed) == 0)
         return Fail("there are no tables in " + (directory.empty() ? "." : directory));
     if (!SetUpTablebaseCache(kCacheLog2)) return Fail("no memory");
     const TableAnswer answer = AskTables();
