@@ -63,8 +63,7 @@ std::uint32_t PutRandomPosition(const TableMen& men, std::mt19937& random) {
 }
 
 double MedianOf(std::vector<double> times) {
-    const auto middle =
-        times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
+    const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
     std::nth_element(times.begin(), middle, times.end());
     return *middle;
 }
@@ -96,7 +95,7 @@ void Evict(int entry, std::uint32_t index) {
 
 bool Register(const fs::path& directory, int cacheLog2) {
     std::uint64_t ramUsed;
-    return InitialiseTablebases(directory.string().c_str(), ramUsed) > 0 &&
+    return InitTablebases(directory.string().c_str(), ramUsed) > 0 &&
            SetUpTablebaseCache(cacheLog2);
 }
 
@@ -130,8 +129,9 @@ int RunTablesBenchmark(const char* directory) {
     if (!Register(source, kLargeCacheLog2)) return 1;
     Report("from the cache", TimeProbes(entry, kCachedRepeats, warm));
     if (!Register(source, kOneBlockLog2)) return 1;
-    Report(Tables[entry][WHITE].compressed ? "from a compressed file" : "from a plain file",
-           TimeProbes(entry, 1, cold));
+    Report(
+        Tables[entry][WHITE].compressed ? "from a compressed file" : "from a plain file",
+        TimeProbes(entry, 1, cold));
     if (!Register(packed.path, kOneBlockLog2)) return 1;
     Report("from a compressed block", TimeProbes(entry, 1, cold));
     CloseTablebases();

@@ -34,7 +34,7 @@ void AllocateTables() {
 void OpenTablebases() {
     if (UseEGTB == 0) return;
     std::uint64_t ramUsed = 0;
-    const int men = InitialiseTablebases(EgtbPath, ramUsed);
+    const int men = InitTablebases(EgtbPath, ramUsed);
     if (men == 0)
         Write("EGTB files not found\n");
     else

@@ -26,8 +26,9 @@ constexpr std::size_t kDataSize = 8228;
 constexpr std::size_t kSlotSize = sizeof(CacheHeader) + kDataSize;
 // Smaller buffers do not count as a cache.
 constexpr std::size_t kSmallestCache = 32;
-// A size that no machine has: larger ones are not even tried.
-constexpr int kMaxCacheLog2 = 46;
+// A size that no machine has, and whose slots still have 32-bit numbers: larger ones are
+// not even tried.
+constexpr int kMaxCacheLog2 = 44;
 
 // ---- The cache: headers first, then the data areas ----
 std::unique_ptr<std::uint8_t[]> dataBuffer;
@@ -118,7 +119,14 @@ bool OpenFile(TableSide& table) {
     return table.file != nullptr;
 }
 
-bool LoadBlock(TableSide& table, std::uint32_t block, std::uint8_t* data) {
+// No two bytes of 127 say "no value": a table of 16-bit values must have all of a block.
+bool IsShortBlock(const TableSide& table, std::int64_t offset, std::size_t size) {
+    const std::int64_t listed = 2 * std::int64_t{table.size} - offset;
+    return static_cast<std::int64_t>(size) <
+           std::min<std::int64_t>(listed, static_cast<std::int64_t>(kBlockSize));
+}
+
+bool LoadBlock(TableSide& table, bool wide, std::uint32_t block, std::uint8_t* data) {
     if (!OpenFile(table)) return false;
     if (table.compressed)
         return ReadCompressedBlock(*table.compressed, table.file.get(), block, data) == 0;
@@ -129,6 +137,7 @@ bool LoadBlock(TableSide& table, std::uint32_t block, std::uint8_t* data) {
     // block left there.
     const auto size = static_cast<std::size_t>(
         std::clamp<std::int64_t>(left, 0, static_cast<std::int64_t>(kBlockSize)));
+    if (wide && IsShortBlock(table, offset, size)) return false;
     if (!ReadAt(table.file.get(), offset, data, size)) return false;
     std::fill(data + size, data + kBlockSize, std::uint8_t{127});
     return true;
@@ -150,7 +159,7 @@ int CachedByte(int entry, int side, std::uint32_t block, std::size_t offset) {
     }
     const SlotNumber slot = TakeSlot();
     ++misses;
-    if (!LoadBlock(table, block, DataOf(slot))) {
+    if (!LoadBlock(table, EntryOf(entry).wide, block, DataOf(slot))) {
         table.path.clear();
         table.file.reset();
         GiveBackSlot(slot);
@@ -169,6 +178,7 @@ constexpr int kLongestEntry = 36;
 constexpr std::uint32_t kLongestLosses[] = {56802428, 56811076, 56849992, 56858640,
                                             59592489, 67775659, 71071628};
 constexpr int kLossIn127 = -32639;
+constexpr int kLargestValue = 32766;  // a mate in one; mated is the same below zero
 
 bool ValueOfByte(int byte, int& value) {
     const int b = byte < 128 ? byte : byte - 256;
@@ -193,7 +203,9 @@ bool ReadWideValue(int entry, int side, std::uint32_t index, int& value) {
     if (low < 0) return false;
     const int high = CachedByte(entry, side, block, offset + 1);
     if (high < 0) return false;
-    value = static_cast<std::int16_t>(low | high << 8);
+    const int word = static_cast<std::int16_t>(low | high << 8);
+    if (word < -kLargestValue || word > kLargestValue) return false;
+    value = word;
     return true;
 }
 

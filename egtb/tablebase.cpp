@@ -47,7 +47,7 @@ int EnPassantSquare(int sideToMove) {
 
 }  // namespace
 
-int InitialiseTablebases(const char* path, std::uint64_t& ramUsed) {
+int InitTablebases(const char* path, std::uint64_t& ramUsed) {
     TbMaxPieces = RegisterTables(path, ramUsed);
     return TbMaxPieces;
 }

@@ -12,7 +12,7 @@ extern int TbMaxPieces;
 // program with status 1 and a line that begins with "***". Returns, and sets,
 // TbMaxPieces; `ramUsed` becomes the bytes for indices and decompression tables of
 // compressed files.
-int InitialiseTablebases(const char* path, std::uint64_t& ramUsed);
+int InitTablebases(const char* path, std::uint64_t& ramUsed);
 
 // Sets up the block cache of 2^bytesLog2 bytes. False when there is no memory for it;
 // then there are no tables (TbMaxPieces 0).

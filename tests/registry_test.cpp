@@ -39,9 +39,7 @@ protected:
     void Put(const char* name, std::uint32_t values, char value = 0) {
         std::ofstream(directory / name, std::ios::binary) << std::string(values, value);
     }
-    int Initialise(const std::string& path) {
-        return InitialiseTablebases(path.c_str(), ram);
-    }
+    int Initialise(const std::string& path) { return InitTablebases(path.c_str(), ram); }
     int Initialise() { return Initialise(directory.string()); }
 
     fs::path directory;
@@ -90,7 +88,8 @@ TEST_F(RegistryTest, SymmetricTablesHaveOneFile) {
 
 // Front ends and users know these texts; the program must end with status 1.
 TEST_F(RegistryTest, UnusableFilesEndTheProgram) {
-    // A process of its own: one that is only forked would clean up after this one's tests.
+    // A process of its own: one that is only forked would clean up after this one's
+    // tests.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto dies = [&](const char* expected) {
         EXPECT_EXIT(
@@ -258,6 +257,25 @@ TEST_F(RegistryTest, WideValuesBeyondFourGigabytes) {
     EXPECT_TRUE(ReadTableValue(153, WHITE, last, value));
     EXPECT_EQ(value, static_cast<std::int16_t>(0xF234));
     EXPECT_FALSE(ReadTableValue(153, WHITE, last + 1, value));
+}
+
+// No value of 16 bits says "unknown" by itself: what is cut off must not become a win.
+TEST_F(RegistryTest, ShortenedWideFilesAnswerUnknown) {
+    std::string values(10000, '\0');
+    values.replace(0, 6, "\xFE\x7F\xFF\x7F\x00\x80", 6);
+    std::ofstream(directory / "krnknn.nbb", std::ios::binary) << values;
+    EXPECT_EQ(Initialise(), 6);
+    ASSERT_TRUE(SetUpTablebaseCache(20));
+    int value = 0;
+    const int entry = FindTable("krnknn");
+    EXPECT_TRUE(ReadTableValue(entry, BLACK, 0, value));
+    EXPECT_EQ(value, 32766);
+    // Nearer than a mate in one: no distance at all.
+    EXPECT_FALSE(ReadTableValue(entry, BLACK, 1, value));
+    EXPECT_FALSE(ReadTableValue(entry, BLACK, 2, value));
+    EXPECT_TRUE(ReadTableValue(entry, BLACK, 4095, value));
+    EXPECT_FALSE(ReadTableValue(entry, BLACK, 6000, value));
+    EXPECT_EQ(value, 0);
 }
 
 // What editing can set up never reaches an index.

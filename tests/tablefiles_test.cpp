@@ -227,7 +227,7 @@ TEST(TableFilesTest, PackedTablesServeAsWell) {
     EXPECT_EQ(Faults(scratch.directory, {.full = true, .jobs = 2}), "");
     ExpectProbesRight(scratch.directory, TablesWithMen(3), 500);
     std::uint64_t ramUsed;
-    EXPECT_EQ(InitialiseTablebases(scratch.directory.string().c_str(), ramUsed), 3);
+    EXPECT_EQ(InitTablebases(scratch.directory.string().c_str(), ramUsed), 3);
     EXPECT_GT(ramUsed, 10 * 16384U);
     EXPECT_LT(ramUsed, 1000000U);
     TbMaxPieces = 0;
@@ -265,6 +265,26 @@ TEST(TableFilesTest, ChecksFindDamage) {
     packed[100] ^= 1;
     WriteWholeFile(scratch.directory / "krk.nbw.emd", packed);
     EXPECT_NE(Faults(scratch.directory, {}).find("header is damaged"), std::string::npos);
+}
+
+// What a user asks for by name is missed when it is not there; a directory of a table's
+// name is no table.
+TEST(TableFilesTest, ChecksMissWhatIsNotThere) {
+    Scratch scratch;
+    Checked.clear();
+    EXPECT_FALSE(CheckTables(scratch.directory, {FindTable("krkr")}, {}, Remember));
+    ASSERT_EQ(Checked.size(), 1U);
+    EXPECT_EQ(Checked[0].fault, "krkr.nbw is missing");
+    fs::create_directory(scratch.directory / "kqk.nbw");
+    fs::create_directory(scratch.directory / "kqk.nbb");
+    EXPECT_NE(Faults(scratch.directory, {}).find("kqk: cannot read"), std::string::npos);
+}
+
+TEST(TableFilesTest, PackedNamesBecomePlainOnes) {
+    EXPECT_EQ(PlainFileName("kpk.nbw.emd"), "kpk.nbw");
+    EXPECT_EQ(PlainFileName("some/kpk_nbb.emd"), "kpk.nbb");
+    EXPECT_EQ(PlainFileName("kpknbw.emd"), "kpk.nbw");
+    EXPECT_EQ(PlainFileName("other.emd"), "other");
 }
 
 // What is there is kept, what is missing is made, nothing unfinished has a table's name.

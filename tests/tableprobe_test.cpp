@@ -139,6 +139,57 @@ TEST_F(TableProbeTest, EndingsLeftToTheEvaluation) {
     }
 }
 
+// One pawn against pieces that should cope with it, a pawn of their own beside them: left
+// to the evaluation beyond the depth of the iteration. Both colours.
+TEST_F(TableProbeTest, SinglePawnsLeftToTheEvaluation) {
+    Scratch scratch;
+    for (const char* file : {"kqpkp.nbw", "krpkp.nbw", "kbpkp.nbw"}) {
+        scratch.Write(file, "");  // these may have any length; zeros are draws
+        std::filesystem::resize_file(scratch.Path(file), 400000000);
+    }
+    const WithTables zeros(scratch.directory.string());
+    const LeftCase cases[] = {
+        {"8/6k1/8/q6P/p7/8/8/1K6 b - -", true},
+        {"8/6k1/7P/q7/p7/8/8/1K6 b - -", false},  // on the sixth rank
+        {"1k6/8/8/P7/Q6p/8/6K1/8 w - -", true},
+        {"1k6/8/8/P7/Q7/7p/6K1/8 w - -", false},
+        {"8/6k1/8/r6P/p7/8/8/1K6 b - -", false},  // a rook and a pawn are no two majors
+        {"8/6k1/8/b6P/p7/8/8/1K6 b - -", false},  // and this is more than a bishop
+    };
+    RootDepth = 8;
+    for (const LeftCase& c : cases) {
+        ASSERT_TRUE(SetFen(c.fen));
+        Board.MoveHistory[Board.GamePly++] = MakeWord(B6, B7, BISHOP, KNIGHT);
+        EXPECT_NE(ScoreHere(7), kNoScore) << c.fen;
+        EXPECT_EQ(ScoreHere(8) == kNoScore, c.left) << c.fen;
+        // With pawns on both sides any promotion but to a queen is left to it too.
+        Board.MoveHistory[Board.GamePly - 1] = MakeWord(B7, B8, PAWN, EMPTY, ROOK);
+        EXPECT_NE(ScoreHere(4), kNoScore) << c.fen;
+        EXPECT_EQ(ScoreHere(5), kNoScore) << c.fen;
+    }
+}
+
+// ---- The line to mate ----
+
+// A line ends where the way to mate leads into a table that is not there; it never goes
+// on with moves that only keep the win.
+TEST_F(TableProbeTest, LinesEndWhereTablesAreMissing) {
+    constexpr char pawnWins[] = "8/1k6/8/8/8/8/4P3/4K3 w - -";
+    ASSERT_TRUE(SetFen(pawnWins));
+    const TableAnswer whole = AskTables();
+    ASSERT_EQ(whole.verdict, TableVerdict::Win);
+    EXPECT_EQ(whole.line.size(), 2U * static_cast<unsigned>(whole.moves) - 1);
+    Scratch scratch;
+    for (const char* name : {"kpk.nbw", "kpk.nbb"})
+        std::filesystem::copy(ThreeManTables() + '/' + name, scratch.directory);
+    const WithTables pawnOnly(scratch.directory.string());
+    ASSERT_TRUE(SetFen(pawnWins));
+    const TableAnswer cut = AskTables();
+    EXPECT_EQ(cut.moves, whole.moves);
+    EXPECT_GT(cut.line.size(), 10U);
+    EXPECT_LT(cut.line.size(), whole.line.size());
+}
+
 // ---- Playing it out ----
 
 // A random position of these men, FEN letters, in which White, to move, wins; the tables'

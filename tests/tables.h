@@ -22,7 +22,7 @@ inline const std::string& ThreeManTables() {
 struct WithTables {
     explicit WithTables(const std::string& directory, int cacheLog2 = 22) {
         std::uint64_t ramUsed;
-        InitialiseTablebases(directory.c_str(), ramUsed);
+        InitTablebases(directory.c_str(), ramUsed);
         SetUpTablebaseCache(cacheLog2);
     }
     ~WithTables() {

@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -188,6 +189,8 @@ int main(int count, char** words) {
     } catch (const CLI::ParseError& error) {
         FlushOutput();
         return app.exit(error);
+    } catch (const std::bad_alloc&) {
+        return Fail("not enough memory");
     } catch (const std::exception& error) {
         EndProgress();
         FlushOutput();

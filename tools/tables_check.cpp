@@ -190,9 +190,10 @@ bool CheckTables(const fs::path& directory, const std::vector<int>& entries,
     for (int entry = 1; entry < kTableEntries; ++entry) {
         const bool wanted = entries.empty() || std::find(entries.begin(), entries.end(),
                                                          entry) != entries.end();
-        if (!wanted || (FindTableFile(directory, entry, WHITE).empty() &&
-                        FindTableFile(directory, entry, BLACK).empty()))
-            continue;
+        const bool there = !FindTableFile(directory, entry, WHITE).empty() ||
+                           !FindTableFile(directory, entry, BLACK).empty();
+        // One that was asked for by name is missed.
+        if (!wanted || (entries.empty() && !there)) continue;
         const CheckedTable result = CheckTable(entry, options, store);
         EndProgress();
         report(result);

@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "board/types.h"
 #include "egtb/indextables.h"
 #include "platform/output.h"
 #include "tools/progress.h"
@@ -93,12 +94,16 @@ bool IsPlain(const fs::path& file) {
 }
 
 // Table files among the paths and in the directories among them, sorted by name.
-std::vector<fs::path> TableFilesOf(const std::vector<std::string>& paths,
-                                   bool (*wanted)(const fs::path&)) {
+std::vector<fs::path> TableFilesOf(const std::vector<std::string>& paths, bool packing) {
+    const auto wanted = packing ? IsPlain : IsPacked;
     std::vector<fs::path> files;
     for (const fs::path path : paths) {
         if (!fs::exists(path)) throw std::runtime_error("there is no " + path.string());
         if (!fs::is_directory(path)) {
+            if (!wanted(path))
+                throw std::runtime_error(
+                    path.string() + (packing ? ": only .nbw and .nbb files are packed"
+                                             : ": only .emd files are unpacked"));
             files.push_back(path);
             continue;
         }
@@ -111,10 +116,10 @@ std::vector<fs::path> TableFilesOf(const std::vector<std::string>& paths,
 }
 
 // Writes the other form of each file, next to it or to the given directory.
-void Convert(const PackOptions& options, bool (*wanted)(const fs::path&), bool packing) {
+void Convert(const PackOptions& options, bool packing) {
     std::uintmax_t plainBytes = 0, packedBytes = 0;
     std::uint64_t done = 0;
-    const std::vector<fs::path> files = TableFilesOf(options.paths, wanted);
+    const std::vector<fs::path> files = TableFilesOf(options.paths, packing);
     for (const fs::path& file : files) {
         ShowProgress(packing ? "Packing" : "Unpacking", done++, files.size());
         const std::vector<std::uint8_t> values = LoadTableFile(file);
@@ -122,7 +127,7 @@ void Convert(const PackOptions& options, bool (*wanted)(const fs::path&), bool p
         const std::vector<std::uint8_t> data =
             packing ? PackTable(values, options.jobs) : values;
         fs::path name = packing ? fs::path(file.filename().string() + ".emd")
-                                : file.filename().stem();
+                                : fs::path(PlainFileName(file));
         name = (options.directory.empty() ? file.parent_path()
                                           : fs::path(options.directory)) /
                name;
@@ -153,8 +158,7 @@ void AddPack(CLI::App& tables, bool packing) {
     command->add_flag("--remove", options->remove,
                       "Remove each file when it is converted");
     command->add_option("--jobs", options->jobs, "Threads")->check(CLI::Range(1, 256));
-    command->callback(
-        [options, packing] { Convert(*options, packing ? IsPlain : IsPacked, packing); });
+    command->callback([options, packing] { Convert(*options, packing); });
 }
 
 // ---- check ----
@@ -181,12 +185,21 @@ void ReportChecked(const CheckedTable& table) {
     FlushOutput();
 }
 
+bool HoldsTables(const fs::path& directory) {
+    for (int entry = 1; entry < kTableEntries; ++entry)
+        for (int side : {WHITE, BLACK})
+            if (!FindTableFile(directory, entry, side).empty()) return true;
+    return false;
+}
+
 void RunCheck(const CheckCommand& check) {
     BuildIndexTables();
     if (!fs::is_directory(check.directory))
         throw std::runtime_error("there is no directory " + check.directory);
     std::vector<int> entries;
     for (const std::string& name : check.names) entries.push_back(EntryNamed(name));
+    if (entries.empty() && !HoldsTables(check.directory))
+        throw std::runtime_error("there are no tables in " + check.directory);
     if (!CheckTables(check.directory, entries, check.options, ReportChecked))
         throw CLI::RuntimeError(1);
 }
@@ -201,7 +214,7 @@ void AddCheck(CLI::App& tables) {
     command
         ->add_option("--sample", check->options.sample,
                      "Positions of each file to compare")
-        ->check(CLI::PositiveNumber)
+        ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 32))
         ->capture_default_str();
     command->add_option("--jobs", check->options.jobs, "Threads")
         ->check(CLI::Range(1, 256));

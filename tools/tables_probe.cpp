@@ -46,16 +46,21 @@ Move BestMove(int& least) {
     return best;
 }
 
-// Both sides' best moves to mate, as far as the tables know them.
-std::vector<Move> BestLine(bool moverWins) {
+// Value for the opponent after the best move of a side whose own value is this: a win is
+// one move nearer, a loss as many moves away as before.
+int ValueAfterBest(int value) { return value > 0 ? -value : 1 - value; }
+
+// Both sides' best moves to mate, from a position of this value; cut short where a table
+// is missing that the way to mate leads into.
+std::vector<Move> BestLine(int value) {
     std::vector<Move> line;
     while (line.size() < kLongestLine) {
-        int value = 0;
-        const Move m = BestMove(value);
-        if (m == NO_MOVE || (moverWins ? value >= 0 : value <= 0)) break;
+        int after = 0;
+        const Move m = BestMove(after);
+        if (m == NO_MOVE || after != ValueAfterBest(value)) break;
         line.push_back(m);
         MakeMove(m);
-        moverWins = !moverWins;
+        value = after;
     }
     for (std::size_t i = 0; i < line.size(); ++i) UnmakeMove();
     return line;
@@ -126,14 +131,14 @@ TableAnswer AskTables() {
     }
     answer.verdict = value > 0 ? TableVerdict::Win : TableVerdict::Loss;
     answer.moves = value > 0 ? 32767 - value : value + 32766;
-    answer.line = BestLine(value > 0);
+    answer.line = BestLine(value);
     return answer;
 }
 
 int ProbeTables(const std::string& directory, const std::string& fen, bool json) {
     if (!SetFen(fen)) return Fail("\"" + fen + "\" is no position");
     std::uint64_t ramUsed;
-    if (InitialiseTablebases(directory.c_str(), ramUsed) == 0)
+    if (InitTablebases(directory.c_str(), ramUsed) == 0)
         return Fail("there are no tables in " + (directory.empty() ? "." : directory));
     if (!SetUpTablebaseCache(kCacheLog2)) return Fail("no memory");
     const TableAnswer answer = AskTables();

@@ -41,6 +41,15 @@ fs::path FindTableFile(const fs::path& directory, int entry, int side) {
     return {};
 }
 
+std::string PlainFileName(const fs::path& packed) {
+    std::string name = packed.stem().string();
+    if (!name.ends_with("nbw") && !name.ends_with("nbb")) return name;
+    const std::string extension = name.substr(name.size() - 3);
+    name.resize(name.size() - 3);
+    if (name.ends_with('.') || name.ends_with('_')) name.pop_back();
+    return name + '.' + extension;
+}
+
 bool TableIsThere(const fs::path& directory, int entry) {
     return entry == 0 || (!FindTableFile(directory, entry, WHITE).empty() &&
                           !FindTableFile(directory, entry, BLACK).empty());
@@ -52,7 +61,10 @@ void WriteWholeFile(const fs::path& file, const std::vector<std::uint8_t>& data)
 }
 
 std::vector<std::uint8_t> ReadWholeFile(const fs::path& file) {
-    const TableFile in = OpenTableFile(file.string().c_str());
+    std::error_code ignored;
+    // A directory can be opened like a file, and claims to be of any length.
+    const bool regular = fs::is_regular_file(file, ignored);
+    const TableFile in = regular ? OpenTableFile(file.string().c_str()) : TableFile();
     const std::int64_t length = in ? FileSize(in.get()) : -1;
     if (length < 0) throw std::runtime_error("cannot read " + file.string());
     std::vector<std::uint8_t> data(static_cast<std::size_t>(length));
@@ -72,11 +84,14 @@ std::vector<std::uint8_t> LoadTableFile(const fs::path& file) {
     if (!in) throw std::runtime_error("cannot read " + file.string());
     std::unique_ptr<CompressedTable> table;
     if (const int error = OpenCompressedTable(in.get(), table)) throw broken(error);
-    std::vector<std::uint8_t> data(table->blocks * kBlockSize);
-    for (std::uint32_t block = 0; block < table->blocks; ++block)
-        if (const int error =
-                ReadCompressedBlock(*table, in.get(), block, &data[block * kBlockSize]))
+    // Grows block by block: a header may claim any number of them.
+    std::vector<std::uint8_t> data;
+    for (std::uint32_t block = 0; block < table->blocks; ++block) {
+        data.resize(data.size() + kBlockSize);
+        if (const int error = ReadCompressedBlock(*table, in.get(), block,
+                                                  &data[data.size() - kBlockSize]))
             throw broken(error);
+    }
     data.resize(table->Length());
     return data;
 }
@@ -89,9 +104,14 @@ void TableStore::Load(int entry) {
         if (file.empty())
             throw std::runtime_error((directory / TableFileName(entry, side)).string() +
                                      " is missing");
+        const std::uint32_t expected = FileValues(entry, side);
+        const std::runtime_error wrong(file.string() + " has the wrong length");
+        // Not read first: a file may be larger than the memory.
+        if (file.extension() != ".emd" && fs::is_regular_file(file) &&
+            fs::file_size(file) != expected)
+            throw wrong;
         std::vector<std::uint8_t> data = LoadTableFile(file);
-        if (data.size() != FileValues(entry, side))
-            throw std::runtime_error(file.string() + " has the wrong length");
+        if (data.size() != expected) throw wrong;
         values[static_cast<std::size_t>(entry)][static_cast<std::size_t>(side)] =
             std::move(data);
     }

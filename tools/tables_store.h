@@ -44,6 +44,8 @@ std::string TableFileName(int entry, int side);
 // empty when there is none.
 std::filesystem::path FindTableFile(const std::filesystem::path& directory, int entry,
                                     int side);
+// "kpk.nbw" from "kpk.nbw.emd", "kpk_nbw.emd" or "kpknbw.emd".
+std::string PlainFileName(const std::filesystem::path& packed);
 bool TableIsThere(const std::filesystem::path& directory, int entry);
 // Writes the whole file under a temporary name and renames it: a file that is there is
 // complete. Throws std::runtime_error with a text for the user.
