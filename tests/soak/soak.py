@@ -18,7 +18,7 @@ import time
 
 import referee
 
-PATIENCE = 60  # seconds for any answer; sanitized engines are slow
+PATIENCE = 30  # seconds for any answer; sanitized engines are slow
 LONGEST_GAME = 160  # plies
 
 
@@ -80,10 +80,14 @@ class Engine:
         return self.lines.pop(0)
 
     def rest(self):
-        """Waits until it reads commands again; returns what it said until then."""
+        """Waits until it reads commands again, in force mode; returns what it said until then.
+
+        One "force" is not enough: one that ends its search lets it move, and then ponder.
+        """
         said = []
         deadline = time.monotonic() + PATIENCE
         while time.monotonic() < deadline:
+            self.send("force")
             self.send("mvd")  # not answered while it thinks
             text = self.line(0.2)
             while text is not None:
@@ -429,7 +433,7 @@ def report(program, fault):
         print("# It comes back with:")
     else:
         print("# It does not come back by itself. The last that was sent:")
-        sent = sent[-200:]
+        sent = [step for step in sent if step[1] != "mvd"][-80:]
     for pause, line in sent:
         if pause > 0.002:
             print(f"wait {int(pause * 1000)}")
