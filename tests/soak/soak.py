@@ -170,7 +170,8 @@ class Table:
     """Two engines at one board."""
 
     def __init__(self, program, chance):
-        self.chance = chance
+        self.program, self.chance = program, chance
+        self.spent = 0  # seconds of processor time of engines that are gone
         self.players = []  # White first
         for name in ("first", "second"):
             self.players.append(Engine(program, name))
@@ -304,7 +305,7 @@ class Table:
     def disturb(self):
         """Something in between; False when it ended the game."""
         self.disturbances += 1
-        chance, kind = self.chance, self.chance.randrange(12)
+        chance, kind = self.chance, self.chance.randrange(13)
         if kind < 4:
             self.mover().send(chance.choice(["?", "?", ".", "hard", "easy", "post", "nopost"]))
         elif kind < 6:
@@ -312,7 +313,8 @@ class Table:
         elif kind < 7:
             return False
         else:
-            [self.take_back, self.edit, self.analyse, self.babble, self.babble][kind - 7]()
+            [self.take_back, self.edit, self.analyse, self.babble, self.babble,
+             self.demonstrate][kind - 7]()
             if self.over():
                 return False
             self.prompt(None)
@@ -368,7 +370,7 @@ class Table:
             line = chance.choice([
                 "?", ".", "new", "undo", "remove", "hard", "easy", "post", "nopost", "force",
                 "go", "white", "black", "exit", "analyze", "result 1-0 {why}", "mvd", "brd",
-                "evl", "bkm", "demo", "sd 3", "time 50", "time -1", "level 5 0:01 0",
+                "evl", "bkm", "sd 3", "time 50", "time -1", "level 5 0:01 0",
                 "edit\n#\nKe1\nc\nKe8\n.", "edit\nxe2\nc\nQd4\n.", "tst", "x" * 300, "\r", "",
                 chance.choice(squares) + chance.choice(squares),
                 chance.choice(squares) + chance.choice(squares) + "q"])
@@ -379,15 +381,35 @@ class Table:
                 engine.send(line)
         self.set_up()
 
+    def demonstrate(self):
+        """A game of one engine against itself ends by itself, or with the program."""
+        chosen = self.chance.randrange(2)
+        engine = self.players[chosen]
+        engine.send("demo")
+        for _ in range(self.chance.randrange(20)):
+            time.sleep(self.chance.random() * 0.2)
+            engine.send(self.chance.choice(["?", "?", ".", "undo", "new", "result 1-0", "e2e4"]))
+        engine.send("quit")
+        finish(engine)
+        self.spent += engine.spent
+        self.players[chosen] = Engine(self.program, engine.name)
+        self.set_up()
+
+    def cpu_seconds(self):
+        return self.spent + sum(engine.cpu_seconds() for engine in self.players)
+
     def end(self):
         for engine in self.players:
-            status, complaint = None, ""
-            try:
-                complaint = engine.complaint()
-            finally:
-                status = engine.end()
-            if status != 0 or complaint:
-                raise Fault(engine, f"status {status} at the end\n{complaint}")
+            finish(engine)
+
+
+def finish(engine):
+    """The engine must go in peace."""
+    engine.spent = engine.cpu_seconds()
+    status = engine.end()
+    complaint = engine.complaint()
+    if status != 0 or complaint:
+        raise Fault(engine, f"status {status} at the end\n{complaint}")
 
 
 # ---- At a fault ----
@@ -457,7 +479,7 @@ def main():
             # New processes now and then, so that start and end are part of it.
             while used < 300 and spent + used < options.cpu:
                 table.play()
-                used = sum(engine.cpu_seconds() for engine in table.players)
+                used = table.cpu_seconds()
             table.end()
         except Fault as fault:
             report(options.program, fault)
