@@ -93,6 +93,10 @@ if(TARGET veltramox-bridge)
 endif()
 configure_file(data/veltramox.eng.in veltramox.eng @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/veltramox.eng DESTINATION ${plugin_dir} COMPONENT engine)
+# xboard takes up engines whose description is newer than the player's settings.
+cmake_path(ABSOLUTE_PATH plugin_dir BASE_DIRECTORY "\${CMAKE_INSTALL_PREFIX}"
+  OUTPUT_VARIABLE plugin_path)
+install(CODE "file(TOUCH \"\$ENV{DESTDIR}${plugin_path}/veltramox.eng\")" COMPONENT engine)
 
 # ---- Documents ----
 compress_file(data/debian/changelog changelog)
@@ -126,4 +130,5 @@ set(CPACK_DEBIAN_PACKAGE_SECTION games)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS xboard)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/data/debian/postinst)
 include(CPack)
