@@ -59,9 +59,13 @@ wait_for() {
   wait "$1"
 }
 
-board_window() { xdotool search --onlyvisible --name '^xboard' 2>/dev/null | head -n 1; }
-board_is_there() { [ -n "$(board_window)" ]; }
+# The window of the board; its title changes with the game, and so it is looked up once.
+board=
+board_is_there() {
+  board=$(xdotool search --onlyvisible --name '^xboard' 2>/dev/null | head -n 1)
+  [ -n "$board" ]
+}
 press() {
-  xdotool windowfocus "$(board_window)"
+  xdotool windowfocus "$board"
   xdotool key "$1"
 }
