@@ -7,18 +7,19 @@
 # "--tables" as the first argument makes the endgame tables of four men there.
 # Standard output belongs to the program: everything said here goes to standard error.
 set -eu
+unset CDPATH
 data=$(cd "$1" && pwd)
 tool=$2
 program=$3
 shift 3
 
-complain() { echo "veltramox: $*" >&2; }
+complain() { printf 'veltramox: %s\n' "$*" >&2; }
 
 # Only an absolute path counts for $XDG_DATA_HOME.
 default_folder() {
   case ${XDG_DATA_HOME-} in
-    /*) echo "$XDG_DATA_HOME/veltramox" ;;
-    *) echo "${HOME-}/.local/share/veltramox" ;;
+    /*) printf '%s\n' "$XDG_DATA_HOME/veltramox" ;;
+    *) printf '%s\n' "${HOME-}/.local/share/veltramox" ;;
   esac
 }
 
