@@ -62,7 +62,9 @@ install_man(veltramox.6 engine)
 # ---- What a game folder begins with: settings, and book and tables where they are made ----
 file(READ data/Veltramox.ini settings)
 if(TARGET three-men-tables)
-  string(REPLACE "\nEGTBPath=\n" "\nEGTBPath=tables\n" settings "${settings}")
+  string(REPLACE "\nEGTBPath=\n"
+    "\n; \"tables\" in the game folder leads to the tables of three men that came with it.\nEGTBPath=tables\n"
+    settings "${settings}")
   install(DIRECTORY ${CMAKE_BINARY_DIR}/tables DESTINATION ${data_dir} COMPONENT data)
 else()
   # The line that says that there are none would keep the engine out of xboard.
