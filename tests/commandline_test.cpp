@@ -1,0 +1,99 @@
+// veltramox-tool as its users call it: the words of the command line, exit statuses, and
+// what stands on its standard output and error.
+#ifdef VELTRAMOX_TOOL
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+#include "tests/scratch.h"
+
+namespace {
+
+struct Outcome {
+    int status;
+    std::string text;  // of both streams
+};
+
+// Runs the tool with these arguments in the folder.
+Outcome Tool(const Scratch& folder, const std::string& arguments) {
+    const std::string command = "cd '" + folder.directory.string() +
+                                "' && '" VELTRAMOX_TOOL "' " + arguments +
+                                " 2>&1 </dev/null";
+    std::FILE* pipe = popen(command.c_str(), "r");
+    std::string text;
+    std::array<char, 4096> part;
+    while (std::size_t got = std::fread(part.data(), 1, part.size(), pipe))
+        text.append(part.data(), got);
+    const int status = pclose(pipe);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, text};
+}
+
+constexpr int kRefused = -1;
+
+struct Step {
+    const char* arguments;
+    int status;            // kRefused: any but 0
+    const char* expected;  // somewhere in the text
+};
+
+void Follow(const Scratch& folder, std::initializer_list<Step> steps) {
+    for (const Step& step : steps) {
+        const Outcome outcome = Tool(folder, step.arguments);
+        EXPECT_TRUE(step.status == kRefused ? outcome.status > 0
+                                            : outcome.status == step.status)
+            << step.arguments << ": " << outcome.status << '\n'
+            << outcome.text;
+        EXPECT_NE(outcome.text.find(step.expected), std::string::npos)
+            << step.arguments << '\n'
+            << outcome.text;
+    }
+}
+
+constexpr char kGames[] =
+    "[Result \"1-0\"]\n\n1. e4 e5 2. Qh5 Nc6 3. Bc4 Nf6 4. Qxf7# 1-0\n\n"
+    "[Result \"0-1\"]\n\n1. f3 e5 2. g4 Qh4# 0-1\n";
+
+TEST(CommandLineTest, TablesFromMakingToProbing) {
+    Scratch folder;
+    Follow(folder,
+           {{"tables make krk -o t --jobs 1", 0, "krk"},
+            {"tables check t --full", 0, "krk"},
+            {"tables probe --dir t '8/8/8/3k4/8/8/8/K6R w'", 0, "White mates in 15"},
+            {"tables probe --dir t --json '8/8/8/8/8/1k6/8/K6r b'", 0,
+             "\"result\": \"unknown\""},
+            {"tables pack t --remove", 0, "ratio"},
+            {"tables probe --dir t --json '8/8/8/3k4/8/8/8/K6R w'", 0, "\"moves\": 15"},
+            {"tables probe --dir t --json 'k7/8/1K6/8/8/8/8/7R b'", 0,
+             "\"result\": \"loss\""},
+            {"tables unpack t/krk.nbw.emd", 0, ""},
+            {"tables check t krkr", 1, "krkr"},
+            {"tables probe --dir t 'no position'", 1, "no position"},
+            {"tables make kxk -o t", kRefused, "kxk"},
+            {"tables make", kRefused, ""}});
+    folder.Write("t/krk.nbb.emd", "damaged");
+    Follow(folder, {{"tables check t", 1, "krk"}});
+}
+
+TEST(CommandLineTest, BooksLearningAndStatistics) {
+    Scratch folder;
+    folder.Write("games.pgn", kGames);
+    folder.Write("junk", "junk");
+    Follow(folder, {{"book build games.pgn --min-games 1 -o b.vlx", 0, ""},
+                    {"book check b.vlx", 0, ""},
+                    {"book dump b.vlx", 0, "e2e4"},
+                    {"book merge b.vlx b.vlx -o c.vlx", 0, ""},
+                    {"book check junk", 1, ""},
+                    {"book build none.pgn -o d.vlx", kRefused, "none.pgn"},
+                    {"learn check junk", 1, ""},
+                    {"learn check none", kRefused, "none"},
+                    {"random-games 3 --first 5", 0, "[Result "},
+                    {"stats query 'KRP KR' --file none", kRefused, "none"},
+                    {"stats top --file junk", kRefused, "junk"},
+                    {"nonsense", kRefused, "subcommand"}});
+}
+
+}  // namespace
+#endif
