@@ -1,0 +1,27 @@
+// The engine's process: started and ended here, spoken to in its own dialect.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "bridge/lines.h"
+
+// The program to start; a name without "/" is looked for in the search path.
+extern std::string EngineProgram;
+// What it says, as lines; descriptor -1: it does not run.
+extern LineReader EngineOutput;
+
+// Starts it in a folder made for it, in force mode and not pondering. False, with the
+// reason in `fault`, when it does not get ready.
+bool StartEngine(std::string& fault);
+// Asks it to end, and ends it when it does not.
+void StopEngine();
+bool EngineRuns();
+
+// Lines as they stand, line ends included. A failing write shows as the end of its
+// output.
+void TellEngine(std::string_view lines);
+
+// Ends whatever the engine does (search, pondering, analysis) and waits until it has said
+// all that came of it, line by line to `visit`. False when it has died or hangs.
+bool SettleEngine(void (*visit)(const std::string& line));

@@ -1,0 +1,48 @@
+// The game as the front end sees it, kept on the board library's one position: where it
+// began, its moves, and whether it is over.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "board/board.h"
+
+inline constexpr char kStartFen[] =
+    "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
+
+struct GameRecord {
+    std::string start = kStartFen;   // as WriteFen writes it
+    std::vector<std::string> moves;  // "e2e4", "e7e8q"
+    // Positions by everything that makes them the same to the rules, the start first:
+    // one more than there are moves.
+    std::vector<std::string> positions;
+};
+extern GameRecord Game;
+
+// The board as FEN. The en passant square is written only when a capture there is legal;
+// the move number is 1.
+std::string WriteFen();
+// Sets the board up from a FEN that can be played from: each side one king, no pawns on
+// the outer ranks, the side that has moved not in check. False otherwise, with the board
+// undefined. An en passant square that allows no capture is dropped.
+bool SetPlayableFen(std::string_view fen);
+
+// A new game from the start position or a FEN; false leaves the game as it was.
+bool StartGame(std::string_view fen = kStartFen);
+// Plays a legal move, typed in either case; false leaves the game as it was. NO_MOVE's
+// counterpart for a text: see LegalMove.
+bool PlayMove(std::string_view text);
+void TakeBackMove();
+// The whole game at once; false, with the text in `fault`, leaves the old one.
+bool ReplaceGame(std::string_view fen, const std::vector<std::string>& moves,
+                 std::string& fault);
+
+// The legal move of the current position that the text names, NO_MOVE if there is none.
+Move LegalMove(std::string_view text);
+std::string MoveText(Move m);
+std::vector<Move> LegalMoves();
+
+// "1-0 {White mates}" and its like when the rules end the game here, nullptr when it goes
+// on.
+const char* GameResult();

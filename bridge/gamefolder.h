@@ -1,0 +1,17 @@
+// The folder that the engine runs in: one of its own for every bridge, so that several
+// never meet in one file. What must last (the book's results, what has been learned)
+// stays in a game folder that the user names.
+#pragma once
+
+#include <string>
+
+// Where settings, book and learning files last; empty: nowhere. Reads its settings file,
+// which stays as it is. False, with the reason in `fault`, when there is no such folder.
+bool UseGameFolder(const std::string& folder, std::string& fault);
+// The book to be played from when there is no game folder; it is copied, not changed.
+extern std::string StandardBook;
+
+// Makes the engine's folder as the options ask for and returns its name; empty with the
+// reason in `fault` when it cannot be made.
+std::string MakeEngineFolder(std::string& fault);
+void RemoveEngineFolder();

@@ -1,0 +1,124 @@
+#include "bridge/lines.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdarg>
+#include <cstdio>
+#include <vector>
+
+#include "board/tables.h"
+
+bool OutsideGone;
+
+void ReadSome(LineReader& reader) {
+    char bytes[1 << 16];
+    ssize_t got;
+    do got = read(reader.descriptor, bytes, sizeof bytes);
+    while (got < 0 && errno == EINTR);
+    if (got <= 0) {
+        reader.ended = got == 0 || (errno != EAGAIN && errno != EWOULDBLOCK);
+        return;
+    }
+    reader.buffer.append(bytes, static_cast<std::size_t>(got));
+}
+
+namespace {
+
+// Frees what has been taken, once that is worth the copy.
+void Compact(LineReader& reader) {
+    if (reader.begin < reader.buffer.size() && reader.begin < kLongestLine) return;
+    reader.buffer.erase(0, reader.begin);
+    reader.looked -= reader.begin;
+    reader.begin = 0;
+}
+
+// The buffer holds no line end: what is too long for a line already is dropped.
+void DropIfTooLong(LineReader& reader) {
+    reader.looked = reader.buffer.size();
+    if (!reader.dropping && reader.buffer.size() - reader.begin <= kLongestLine) return;
+    reader.dropping = true;
+    reader.begin = reader.buffer.size();
+    Compact(reader);
+}
+
+}  // namespace
+
+bool TakeLine(LineReader& reader, std::string& line) {
+    for (;;) {
+        const std::size_t end = reader.buffer.find('\n', reader.looked);
+        if (end == std::string::npos) {
+            DropIfTooLong(reader);
+            return false;
+        }
+        const bool whole = !reader.dropping;
+        line.assign(reader.buffer, reader.begin, end - reader.begin);
+        reader.dropping = false;
+        reader.begin = reader.looked = end + 1;
+        Compact(reader);
+        if (!whole) continue;
+        std::replace_if(
+            line.begin(), line.end(),
+            [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+        return true;
+    }
+}
+
+bool WriteAll(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t sent = write(descriptor, text.data(), text.size());
+        if (sent >= 0) {
+            text.remove_prefix(static_cast<std::size_t>(sent));
+        } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
+            pollfd waiting = {descriptor, POLLOUT, 0};
+            poll(&waiting, 1, -1);
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void Say(const char* format, ...) {
+    if (OutsideGone) return;
+    va_list arguments, again;
+    va_start(arguments, format);
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    va_end(arguments);
+    std::vector<char> text(static_cast<std::size_t>(std::max(length, 0)) + 2);
+    std::vsnprintf(text.data(), text.size(), format, again);
+    va_end(again);
+    text[text.size() - 2] = '\n';
+    OutsideGone = !WriteAll(STDOUT_FILENO, {text.data(), text.size() - 1});
+}
+
+std::string_view TakeWord(std::string_view& text) {
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    const std::string_view word = text.substr(0, text.find(' '));
+    text.remove_prefix(word.size());
+    return word;
+}
+
+std::string_view Trimmed(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+bool ToNumber(std::string_view text, long long& number) {
+    long long value = 0;
+    const auto [end, error] =
+        std::from_chars(text.data(), text.data() + text.size(), value);
+    if (text.empty() || error != std::errc{} || end != text.data() + text.size())
+        return false;
+    number = value;
+    return true;
+}
+
+bool EqualNoCase(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char x, char y) { return ToLower(x) == ToLower(y); });
+}

@@ -1,0 +1,34 @@
+// What a front end may set: the same names in both protocols, kept in the engine's
+// settings file.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+enum class OptionKind { Number, Switch, Text };
+
+struct BridgeOption {
+    const char* name;
+    OptionKind kind;
+    const char* standard;  // the default; a switch is "true" or "false"
+    long long lowest, highest;
+    // Settings keys whose lines this option replaces once it has been set, ";" between.
+    const char* keys;
+    // The lines that take their place.
+    std::string (*lines)(const std::string& value);
+};
+extern const std::vector<BridgeOption> kOptions;
+
+// ---- The values ----
+// The settings file that the options start from: its lines, and option values where they
+// are found in it. Relative table paths in it belong to `folder`.
+void ReadBaseSettings(const std::string& text, const std::string& folder);
+const std::string& OptionValue(std::string_view name);
+// True when the value has been taken, the name in either case; otherwise `fault` says why
+// not.
+bool SetOption(std::string_view name, std::string_view value, std::string& fault);
+// Values have been set since the settings were last written.
+extern bool OptionsChanged;
+// The settings file for the engine.
+std::string WriteSettings();

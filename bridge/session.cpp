@@ -1,0 +1,427 @@
+#include "bridge/session.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+
+#include "bridge/cecp.h"
+#include "bridge/engine.h"
+#include "bridge/game.h"
+#include "bridge/lines.h"
+#include "bridge/options.h"
+#include "bridge/setup.h"
+#include "bridge/uci.h"
+#include "platform/clock.h"
+#include "platform/process.h"
+
+Activity EngineActivity = Activity::Idle;
+bool PonderWanted;
+std::string PonderHint;
+ThinkingReport LastReport;
+bool QuitRequested;
+
+namespace {
+
+constexpr int kMostDeaths = 3;          // in a row, before the bridge gives up
+constexpr std::int64_t kNodePause = 5;  // ms between looks at the node count
+
+const Protocol* Outside;
+int ExitStatus = EXIT_SUCCESS;
+
+// ---- What stands on the engine's board ----
+struct EngineBoard {
+    bool known = false;
+    std::string start;               // the game's beginning
+    int prelude = 0;                 // half-moves made to set it up
+    std::vector<std::string> moves;  // of the game
+};
+EngineBoard OnBoard;
+
+// ---- The search under way ----
+SearchLimits Limits;
+std::int64_t SearchBegan;
+std::int64_t MoveDeadline;  // when "?" is due; 0: never
+std::int64_t NodesAskedAt;  // when the node count is asked for next; 0: never
+bool Resigning;             // "resign" came, its move has not yet
+bool StatusWanted;          // the outside has asked
+int Refusals;               // searches of this position that gave no usable move
+int Deaths;                 // of the engine since its last move
+bool HasSearched;           // since its start
+bool PonderGranted;         // the engine has been told "hard"
+
+int EnginePly() { return OnBoard.prelude + static_cast<int>(OnBoard.moves.size()); }
+
+// The board of the library is the game's again.
+void RestoreGameBoard() {
+    std::string fault;
+    const GameRecord game = Game;
+    ReplaceGame(game.start, game.moves, fault);
+}
+
+std::string SetUpCommands(const std::string& fen) {
+    const SetUp plan = PlanSetUp(fen);
+    RestoreGameBoard();
+    if (!plan.remark.empty()) Outside->onNotice(plan.remark);
+    std::string text = plan.commands;
+    for (const std::string& move : plan.moves) text += move + '\n';
+    OnBoard = {true, fen, static_cast<int>(plan.moves.size()), {}};
+    return text;
+}
+
+// The commands that bring the idle engine from where it is to the game's position.
+std::string CatchUp() {
+    std::string text = "force\n";
+    if (!OnBoard.known || OnBoard.start != Game.start) text += SetUpCommands(Game.start);
+    std::vector<std::string>& moves = OnBoard.moves;
+    const auto fork =
+        std::mismatch(moves.begin(), moves.end(), Game.moves.begin(), Game.moves.end());
+    for (auto i = fork.first; i != moves.end(); ++i) text += "undo\n";
+    for (auto i = fork.second; i != Game.moves.end(); ++i) text += *i + '\n';
+    moves = Game.moves;
+    return text;
+}
+
+// The position alone, without the moves that led to it: the engine has seen an end of the
+// game in them that the rules do not.
+std::string SetUpAlone() {
+    std::string text = "force\n" + SetUpCommands(WriteFen());
+    OnBoard.known = false;
+    return text;
+}
+
+void StartClock() {
+    SearchBegan = ClockMilliseconds();
+    const std::int64_t limit = OwnTimeLimit(Limits);
+    MoveDeadline = limit > 0 ? SearchBegan + limit : 0;
+    NodesAskedAt = Limits.nodes > 0 ? SearchBegan + kNodePause : 0;
+}
+
+void ForgetSearch() {
+    MoveDeadline = NodesAskedAt = 0;
+    Resigning = StatusWanted = false;
+    PonderHint.clear();
+}
+
+void Search(const std::string& position) {
+    HasSearched = true;
+    LastReport = ThinkingReport{};
+    ForgetSearch();
+    StartClock();
+    if (Limits.endless) {
+        EngineActivity = Activity::Analysing;
+        TellEngine(position + "analyze\n");
+        return;
+    }
+    EngineActivity = Activity::Searching;
+    PonderGranted = PonderWanted;
+    TellEngine(position + (PonderGranted ? "hard\n" : "easy\n") +
+               LimitCommands(Limits, EnginePly(), PonderGranted) + "go\n");
+}
+
+// The engine is gone: a new one takes over what it was doing, with the time that is left.
+void Revive() {
+    const Activity interrupted = EngineActivity;
+    EngineActivity = Activity::Idle;
+    Outside->onNotice("the engine ended unexpectedly; it is started anew");
+    if (++Deaths >= kMostDeaths) {
+        Outside->onNotice("the engine keeps ending; giving up");
+        ExitStatus = EXIT_FAILURE;
+        QuitRequested = true;
+        return;
+    }
+    if (!RestartEngine() || interrupted == Activity::Idle ||
+        interrupted == Activity::Pondering)
+        return;
+    const std::int64_t spent = SearchTime();
+    const auto lessen = [spent](std::int64_t& left) {
+        if (left > 0) left = std::max(left - spent, std::int64_t{1});
+    };
+    lessen(Limits.moveTime);
+    lessen(Limits.clock);
+    Search(CatchUp());
+}
+
+// ---- What the engine says ----
+
+// It has played the move on its own board, whatever became of the search.
+void NoteEngineMove(const std::string& move) {
+    if (OnBoard.known) OnBoard.moves.push_back(move);
+}
+
+void AcceptMove(const std::string& move) {
+    if (!PlayMove(move)) {
+        Outside->onNotice("the engine made an illegal move: " + move);
+        EngineOutput.ended = true;  // out of step beyond repair: as if it had died
+        return;
+    }
+    const bool resigns = Resigning;
+    EngineActivity = PonderGranted ? Activity::Pondering : Activity::Idle;
+    ForgetSearch();
+    Refusals = Deaths = 0;
+    if (PonderGranted && (!PonderWanted || resigns)) EndActivity();
+    Outside->onMove(move, resigns);
+}
+
+// A result instead of a move. The bridge has looked whether the game is over, so this is
+// a repetition by the engine's own coarser measure, or there is nothing left to search.
+void AcceptRefusal(const std::string& result) {
+    if (LegalMoves().empty() && Limits.endless) return;  // nothing to analyse
+    if (Refusals++ == 0) {
+        const SearchLimits limits = Limits;
+        EndActivity();
+        Limits = limits;
+        Search(SetUpAlone());
+        return;
+    }
+    Refusals = 0;
+    if (Limits.endless) return;
+    EngineActivity = Activity::Idle;
+    ForgetSearch();
+    Outside->onNoMove(result);
+}
+
+void AcceptStatus(const std::string& line) {
+    if (StatusWanted) Outside->onStatus(line);
+    StatusWanted = false;
+    std::string_view rest = line;
+    TakeWord(rest);
+    TakeWord(rest);
+    long long nodes = 0;
+    if (Limits.nodes > 0 && ToNumber(TakeWord(rest), nodes) && nodes >= Limits.nodes)
+        MoveNow();
+}
+
+bool Begins(const std::string& line, std::string_view prefix) {
+    return std::string_view(line).substr(0, prefix.size()) == prefix;
+}
+
+bool IsResult(const std::string& line) {
+    return Begins(line, "1-0 {") || Begins(line, "0-1 {") || Begins(line, "1/2-1/2 {");
+}
+
+void HandleThinking(const std::string& line) {
+    ThinkingReport report;
+    if (!ReadThinkingLine(line, report)) return;
+    LastReport = report;
+    Outside->onThinking(LastReport);
+}
+
+void HandleEngineLine(const std::string& line) {
+    const bool busy =
+        EngineActivity == Activity::Searching || EngineActivity == Activity::Analysing;
+    if (Begins(line, "move ")) {
+        const std::string move(Trimmed(std::string_view(line).substr(5)));
+        NoteEngineMove(move);
+        if (EngineActivity == Activity::Searching) AcceptMove(move);
+    } else if (Begins(line, "Hint: ")) {
+        if (EngineActivity == Activity::Pondering) PonderHint = line.substr(6);
+    } else if (Begins(line, "resign")) {
+        Resigning = true;
+    } else if (Begins(line, "stat01:")) {
+        if (busy) AcceptStatus(line);
+    } else if (Begins(line, "Illegal move: ")) {
+        Outside->onNotice("out of step with the engine (" + line + ')');
+        EngineOutput.ended = true;
+    } else if (busy && IsResult(line)) {
+        AcceptRefusal(line);
+    } else if (busy && !line.empty() && line[0] >= '0' && line[0] <= '9') {
+        HandleThinking(line);
+    }
+}
+
+void Settled(const std::string& line) {
+    if (Begins(line, "move ")) NoteEngineMove(std::string(Trimmed(line).substr(5)));
+}
+
+// ---- The loop ----
+
+void HandleEngine() {
+    for (std::string line; TakeLine(EngineOutput, line);) {
+        HandleEngineLine(line);
+        if (EngineOutput.ended) break;
+    }
+    if (EngineOutput.ended && EngineOutput.descriptor >= 0) Revive();
+}
+
+void HandleTimers() {
+    const std::int64_t now = ClockMilliseconds();
+    if (EngineActivity != Activity::Searching) return;
+    if (MoveDeadline != 0 && now >= MoveDeadline) MoveNow();
+    if (NodesAskedAt != 0 && now >= NodesAskedAt) {
+        NodesAskedAt = now + kNodePause;
+        TellEngine(".\n");
+    }
+}
+
+// Milliseconds to the next timer, -1 when none runs.
+int Pause() {
+    std::int64_t next = MoveDeadline;
+    if (NodesAskedAt != 0 && (next == 0 || NodesAskedAt < next)) next = NodesAskedAt;
+    if (next == 0 || EngineActivity != Activity::Searching) return -1;
+    return static_cast<int>(std::max(next - ClockMilliseconds(), std::int64_t{0}));
+}
+
+// Sleeps until either side has something to say or a timer is due. A request to end the
+// program that comes while it is awake still ends the sleep.
+void Listen(LineReader& outside) {
+    sigset_t terminate, before;
+    sigemptyset(&terminate);
+    sigaddset(&terminate, SIGTERM);
+    sigprocmask(SIG_BLOCK, &terminate, &before);
+    pollfd waiting[2] = {{outside.descriptor, POLLIN, 0},
+                         {EngineOutput.descriptor, POLLIN, 0}};
+    int ready = 0;
+    if (!TerminationRequested()) {
+        const int pause = Pause();
+        const timespec limit = {pause / 1000, pause % 1000 * 1000000L};
+        ready = ppoll(waiting, 2, pause < 0 ? nullptr : &limit, &before);
+    }
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    if (TerminationRequested()) QuitRequested = true;
+    if (ready <= 0) return;
+    if (waiting[1].revents != 0) ReadSome(EngineOutput);
+    if (waiting[0].revents != 0) ReadSome(outside);
+}
+
+int RunLoop(LineReader& outside) {
+    while (!QuitRequested && !OutsideGone) {
+        HandleEngine();
+        HandleTimers();
+        std::string line;
+        if (!QuitRequested && TakeLine(outside, line)) {
+            Outside->onLine(line);
+            continue;
+        }
+        if (outside.ended) break;
+        if (!QuitRequested) Listen(outside);
+    }
+    StopEngine();
+    return ExitStatus;
+}
+
+LineReader& StandardInput() {
+    static LineReader reader;
+    reader.descriptor = STDIN_FILENO;
+    return reader;
+}
+
+}  // namespace
+
+long long SearchTime() { return ClockMilliseconds() - SearchBegan; }
+
+void BeginSearch(const SearchLimits& limits) {
+    EndActivity();
+    ApplyOptions();
+    if (QuitRequested) return;
+    Limits = limits;
+    Refusals = 0;
+    Search(CatchUp());
+}
+
+void BeginAnalysis() {
+    SearchLimits limits;
+    limits.endless = true;
+    BeginSearch(limits);
+}
+
+void EndActivity() {
+    if (EngineActivity == Activity::Idle) return;
+    EngineActivity = Activity::Idle;
+    ForgetSearch();
+    if (SettleEngine(Settled)) return;
+    EngineOutput.ended = true;
+    Revive();
+}
+
+void MoveNow() {
+    if (EngineActivity != Activity::Searching) return;
+    MoveDeadline = NodesAskedAt = 0;
+    TellEngine("?\n");
+}
+
+bool TurnPonderHit(const SearchLimits& limits) {
+    if (EngineActivity != Activity::Pondering || !OnBoard.known || !EngineRuns() ||
+        OptionsChanged || Game.moves.back() != PonderHint ||
+        EngineKeepsClock(limits) != EngineKeepsClock(Limits) ||
+        limits.depth != Limits.depth)
+        return false;
+    Limits = limits;
+    std::string text;
+    if (EngineKeepsClock(limits))
+        text = "time " + std::to_string(ToldClock(limits, EnginePly() + 1, true)) + '\n';
+    text += Game.moves.back() + '\n';
+    OnBoard.moves.push_back(Game.moves.back());
+    EngineActivity = Activity::Searching;
+    LastReport = ThinkingReport{};
+    ForgetSearch();
+    StartClock();
+    Refusals = 0;
+    TellEngine(text);
+    return true;
+}
+
+void AskStatus() {
+    StatusWanted = true;
+    TellEngine(".\n");
+}
+
+bool RestartEngine() {
+    EngineActivity = Activity::Idle;
+    OnBoard.known = HasSearched = false;
+    OptionsChanged = false;
+    ForgetSearch();
+    std::string fault;
+    if (StartEngine(fault)) return true;
+    Outside->onNotice(fault);
+    ExitStatus = EXIT_FAILURE;
+    QuitRequested = true;
+    return false;
+}
+
+void ForgetGames() {
+    EndActivity();
+    if (!HasSearched) return;
+    TellEngine("new\n");  // the game it has played is credited to the book
+    RestartEngine();
+}
+
+void ApplyOptions() {
+    if (!OptionsChanged) return;
+    const Activity interrupted = EngineActivity;
+    EndActivity();
+    if (RestartEngine() && interrupted == Activity::Analysing) Search(CatchUp());
+}
+
+int RunAlone(const Protocol& protocol, void (*begin)()) {
+    Outside = &protocol;
+    if (!RestartEngine()) return ExitStatus;
+    begin();
+    LineReader nobody;
+    return RunLoop(nobody);
+}
+
+int RunSessionByFirstLine() {
+    LineReader& input = StandardInput();
+    for (std::string line;;) {
+        while (TakeLine(input, line)) {
+            std::string_view rest = line;
+            const std::string_view word = TakeWord(rest);
+            if (word == "quit") return EXIT_SUCCESS;
+            const bool uci = word == "uci";
+            if (uci || word == "xboard" || word == "protover") {
+                const Protocol& protocol = uci ? kUci : kCecp;
+                Outside = &protocol;
+                if (!RestartEngine()) return ExitStatus;
+                protocol.onLine(line);
+                return RunLoop(input);
+            }
+            if (!word.empty()) Say("Error (unknown command): %s", line.c_str());
+        }
+        if (input.ended) return EXIT_SUCCESS;
+        Listen(input);
+        if (QuitRequested) return EXIT_SUCCESS;
+    }
+}

@@ -1,0 +1,72 @@
+// What both protocols have in common: the engine kept in step with the game, its
+// searches, and the loop that listens to both sides.
+#pragma once
+
+#include <string>
+
+#include "bridge/clock.h"
+#include "bridge/thinking.h"
+
+// What a protocol makes of what happens.
+struct Protocol {
+    // A line from the outside.
+    void (*onLine)(const std::string& line);
+    // The engine's thoughts about the game's position while it searches or analyses.
+    void (*onThinking)(const ThinkingReport& report);
+    // The search has ended with this legal move, which has been played in the game.
+    // `resigns`: the engine gives the game up.
+    void (*onMove)(const std::string& move, bool resigns);
+    // The engine finds no move here and says why.
+    void (*onNoMove)(const std::string& result);
+    // The engine's answer to AskStatus.
+    void (*onStatus)(const std::string& line);
+    // Something the user may want to know.
+    void (*onNotice)(const std::string& text);
+};
+
+enum class Activity {
+    Idle,
+    Searching,  // for a move in the game's position
+    Analysing,  // until stopped
+    Pondering,  // after its own move, on the opponent's time; perhaps done with it
+};
+extern Activity EngineActivity;
+// The engine is to ponder after its moves, by its own prediction.
+extern bool PonderWanted;
+// The move the engine expects after its own, four characters; empty: none known.
+extern std::string PonderHint;
+// The last thinking line of the search or analysis under way, or of the last one.
+extern ThinkingReport LastReport;
+// Ends the loop.
+extern bool QuitRequested;
+
+// Has the engine search the game's position, which must have a legal move. Whatever it
+// did before is ended first, and new options are put into force.
+void BeginSearch(const SearchLimits& limits);
+// The same without an end, and without a move at it.
+void BeginAnalysis();
+// Ends what the engine does. Nothing of it will be heard any more.
+void EndActivity();
+// Ends the search with the best move found so far.
+void MoveNow();
+// The move just played in the game is the one that the engine ponders on: its search goes
+// on as the search for its answer. False, with nothing done, when it is not.
+bool TurnPonderHit(const SearchLimits& limits);
+void AskStatus();
+// Milliseconds since the search began.
+long long SearchTime();
+
+// Starts the engine, anew if it runs; true when it is ready. Otherwise the program is to
+// end, and has been told so.
+bool RestartEngine();
+// The engine forgets the games it has seen, unless it has not searched any yet.
+void ForgetGames();
+// Puts options into force that were set since the engine's start.
+void ApplyOptions();
+
+// Speaks the protocol that the first line asks for, until the outside ends or quits;
+// returns the exit status.
+int RunSessionByFirstLine();
+// The same without an outside: `begin` is called once, the engine ready, and all that
+// follows comes from the engine.
+int RunAlone(const Protocol& protocol, void (*begin)());
