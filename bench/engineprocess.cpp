@@ -35,7 +35,8 @@ std::string MakeFolder() {
 
 }  // namespace
 
-EngineProcess StartEngine(const std::string& program) {
+EngineProcess StartEngine(const std::string& program, const std::string& greeting,
+                          const std::string& ready) {
     std::signal(SIGPIPE, SIG_IGN);
     const std::string path = std::filesystem::absolute(program).string();
     const std::string folder = MakeFolder();
@@ -55,7 +56,8 @@ EngineProcess StartEngine(const std::string& program) {
     close(out[1]);
     engine.toEngine = in[1];
     engine.fromEngine = out[0];
-    if (WaitForLine(engine, "Pondering=", 5000).empty())
+    SendText(engine, greeting);
+    if (WaitForLine(engine, ready, 5000).empty())
         Fail("the engine does not start");
     std::filesystem::remove_all(folder);
     return engine;

@@ -14,9 +14,10 @@ struct EngineProcess {
 
 using BenchClock = std::chrono::steady_clock;
 
-// Starts the program in a new temporary folder; ends this program with a message on
-// failure.
-EngineProcess StartEngine(const std::string& program);
+// Starts the program in a new temporary folder, says `greeting` and waits for a line that
+// begins with `ready`; ends this program with a message on failure.
+EngineProcess StartEngine(const std::string& program, const std::string& greeting = "",
+                          const std::string& ready = "Pondering=");
 // Sends the text as it stands; line ends are the caller's.
 void SendText(EngineProcess& engine, const std::string& text);
 // The next line, not empty, that begins with `prefix`, others skipped; empty when none

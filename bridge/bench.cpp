@@ -19,8 +19,8 @@ long long Nodes, Milliseconds;
 // Each position is searched by an engine just started: no table knows the ones before.
 void Next() {
     for (; Position < std::size(kBenchPositions); ++Position) {
-        if (!StartGame(kBenchPositions[Position])) std::abort();
-        if (GameResult() != nullptr) continue;
+        // Some of the list are no positions of a game.
+        if (!StartGame(kBenchPositions[Position]) || GameResult() != nullptr) continue;
         ForgetGames();
         SearchLimits limits;
         limits.depth = BenchDepth;
