@@ -262,9 +262,17 @@ void MeasureLatency(const char* bridge, const char* engine, int trials) {
             TakeBackMove();
             continue;
         }
-        alone.push_back(TimeOf(direct, move + "\ntime -1\ngo\n", "move "));
-        byUci.push_back(TimeOf(uci, PositionCommand("") + "go depth 3\n", "bestmove "));
-        byCecp.push_back(TimeOf(cecp, "usermove " + move + "\ngo\n", "move "));
+        // Whoever comes first finds the caches cold: in turn.
+        for (int k = 0; k < 3; ++k) {
+            const int who = (i + k) % 3;
+            if (who == 0)
+                alone.push_back(TimeOf(direct, move + "\ntime -1\ngo\n", "move "));
+            else if (who == 1)
+                byUci.push_back(
+                    TimeOf(uci, PositionCommand("") + "go depth 3\n", "bestmove "));
+            else
+                byCecp.push_back(TimeOf(cecp, "usermove " + move + "\ngo\n", "move "));
+        }
         SendText(direct, "force\nundo\n");
         SendText(cecp, "force\nundo\n");
     }
