@@ -147,7 +147,7 @@ constexpr Dialect kDialects[] = {
 // ---- Games ----
 
 std::string OpponentMove(std::mt19937& random, int ply) {
-    const std::vector<Move> moves = LegalMoves();
+    const std::vector<Move> moves = AllLegalMoves();
     if (ply < kRandomPlies) return MoveText(moves[random() % moves.size()]);
     AgeHistoryAndKillers();
     StopSearch = 0;

@@ -50,7 +50,7 @@ std::string Rights() {
 }
 
 std::string EnPassant() {
-    for (const Move m : LegalMoves())
+    for (const Move m : AllLegalMoves())
         if (IsEnPassant(m)) {
             const int square = To(m);
             return {static_cast<char>('a' + FileOf(square)),
@@ -148,7 +148,7 @@ std::string MoveText(Move m) {
     return text;
 }
 
-std::vector<Move> LegalMoves() {
+std::vector<Move> AllLegalMoves() {
     const int top = MoveStackTop;
     GenerateLegalMoves(kUserMoveStart);
     const std::vector<Move> moves(MoveStack + kUserMoveStart, MoveStack + MoveStackTop);
@@ -158,7 +158,7 @@ std::vector<Move> LegalMoves() {
 
 const char* GameResult() {
     const int S = Board.SideToMove;
-    if (LegalMoves().empty()) {
+    if (AllLegalMoves().empty()) {
         if (!InCheck(S)) return "1/2-1/2 {Stalemate}";
         return S == BLACK ? "1-0 {White mates}" : "0-1 {Black mates}";
     }

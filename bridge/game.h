@@ -41,7 +41,7 @@ bool ReplaceGame(std::string_view fen, const std::vector<std::string>& moves,
 // The legal move of the current position that the text names, NO_MOVE if there is none.
 Move LegalMove(std::string_view text);
 std::string MoveText(Move m);
-std::vector<Move> LegalMoves();
+std::vector<Move> AllLegalMoves();
 
 // "1-0 {White mates}" and its like when the rules end the game here, nullptr when it goes
 // on.

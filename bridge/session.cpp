@@ -168,7 +168,7 @@ void AcceptMove(const std::string& move) {
 // A result instead of a move. The bridge has looked whether the game is over, so this is
 // a repetition by the engine's own coarser measure, or there is nothing left to search.
 void AcceptRefusal(const std::string& result) {
-    if (LegalMoves().empty() && Limits.endless) return;  // nothing to analyse
+    if (AllLegalMoves().empty() && Limits.endless) return;  // nothing to analyse
     if (Refusals++ == 0) {
         const SearchLimits limits = Limits;
         EndActivity();

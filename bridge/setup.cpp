@@ -193,7 +193,7 @@ std::string EditCommands(const Placement& p) {
 }
 
 int PassedSquare() {
-    for (const Move m : LegalMoves())
+    for (const Move m : AllLegalMoves())
         if (IsEnPassant(m)) return To(m);
     return -1;
 }

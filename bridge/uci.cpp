@@ -167,7 +167,7 @@ void Go(std::string_view rest) {
     AwaitingHit = ponder;
     HitLimits = limits;
     if (ponder) limits.endless = true;
-    if (!LegalMoves().empty()) {
+    if (!AllLegalMoves().empty()) {
         PonderWanted = false;
         BeginSearch(limits);
     } else if (!limits.endless) {
@@ -177,7 +177,7 @@ void Go(std::string_view rest) {
 
 void Stop(std::string_view) {
     if (!MoveOwed) return;
-    if (LegalMoves().empty()) return GiveMove("(none)", "");
+    if (AllLegalMoves().empty()) return GiveMove("(none)", "");
     if (EngineActivity == Activity::Searching) return MoveNow();
     EndActivity();
     AwaitingHit = false;
@@ -193,7 +193,7 @@ void PonderHit(std::string_view) {
     if (!AwaitingHit) return;
     AwaitingHit = false;
     if (HitLimits.endless) return;
-    if (LegalMoves().empty()) return GiveMove("(none)", "");
+    if (AllLegalMoves().empty()) return GiveMove("(none)", "");
     BeginSearch(HitLimits);
 }
 
@@ -244,7 +244,7 @@ void OnMove(const std::string& move, bool) {
 
 void OnNoMove(const std::string& result) {
     Say("info string %s", result.c_str());
-    GiveMove(MoveText(LegalMoves().front()), "");
+    GiveMove(MoveText(AllLegalMoves().front()), "");
 }
 
 void OnStatus(const std::string&) {}

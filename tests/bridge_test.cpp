@@ -1,0 +1,523 @@
+// The bridge: its parts by themselves, and the program with the engine behind it.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "bench/engineprocess.h"
+#include "bridge/clock.h"
+#include "bridge/game.h"
+#include "bridge/gamefolder.h"
+#include "bridge/lines.h"
+#include "bridge/options.h"
+#include "bridge/setup.h"
+#include "bridge/thinking.h"
+#include "tests/scratch.h"
+#include "tests/support.h"
+
+namespace {
+
+constexpr int kPatience = 20000;  // ms
+
+// ---- Set-ups ----
+
+// Placement, side to move, castling, en passant.
+std::string Fields(const std::string& fen, int count) {
+    std::size_t end = 0;
+    for (; count > 0 && end != std::string::npos; --count) end = fen.find(' ', end + 1);
+    return fen.substr(0, end);
+}
+
+// What the engine makes of edit commands: men on squares, every right that they imply.
+std::string EditedFen(const std::string& commands) {
+    std::istringstream lines(commands);
+    std::string men(64, '.'), side;
+    bool black = false, editing = false;
+    for (std::string line; std::getline(lines, line);) {
+        if (line == "white" || line == "black") side = line.substr(0, 1);
+        if (line == "c") black = !black;
+        editing = line == "edit" || (editing && line != ".");
+        if (!editing || line.size() != 3) continue;
+        const auto square = static_cast<std::size_t>(line[1] - 'a' + 8 * (line[2] - '1'));
+        men[square] = black ? static_cast<char>(std::tolower(line[0])) : line[0];
+    }
+    std::string fen;
+    for (std::size_t rank = 8; rank-- > 0;) {
+        for (const char man : men.substr(8 * rank, 8)) fen += man == '.' ? '1' : man;
+        fen += rank > 0 ? "/" : "";
+    }
+    return fen + ' ' + side + " KQkq - 0 1";
+}
+
+// Follows the plan as the engine would; the position reached.
+std::string Reached(const SetUp& plan) {
+    if (plan.commands == "new\nforce\n") {
+        EXPECT_TRUE(StartGame());
+    } else {
+        EXPECT_TRUE(StartGame(EditedFen(plan.commands))) << plan.commands;
+    }
+    for (const std::string& move : plan.moves) EXPECT_TRUE(PlayMove(move)) << move;
+    return Fields(WriteFen(), 4);
+}
+
+void ExpectReached(const std::string& fen) {
+    ASSERT_TRUE(SetPlayableFen(fen)) << fen;
+    const std::string target = WriteFen();
+    const SetUp plan = PlanSetUp(target);
+    EXPECT_EQ(plan.remark, "") << fen;
+    EXPECT_EQ(Reached(plan), Fields(target, 4)) << fen;
+    EXPECT_LE(plan.moves.size(), 3u);
+}
+
+TEST(BridgeSetUp, EveryPartOfTheCastlingRights) {
+    const std::string rights[] = {"K", "Q", "k", "q"};
+    for (const char* placement :
+         {"r3k2r/p6p/8/8/8/8/P6P/R3K2R", "r3k2r/8/8/8/8/8/8/R3K2R",
+          "rn2k1nr/8/8/4p3/8/8/8/RN2K2R"})
+        for (const char* side : {" w ", " b "})
+            for (unsigned set = 0; set < 16; ++set) {
+                std::string text;
+                for (unsigned i = 0; i < 4; ++i)
+                    if ((set >> i & 1) != 0) text += rights[i];
+                ExpectReached(placement + (side + (text.empty() ? "-" : text)) +
+                              " - 0 1");
+            }
+}
+
+TEST(BridgeSetUp, EnPassantWithAndWithoutRights) {
+    for (const char* fen :
+         {"rnbqkbnr/ppp1p1pp/8/3pPp2/8/8/PPPP1PPP/RNBQKBNR w KQkq f6 0 3",
+          "r3k2r/8/8/8/3pP3/8/8/R3K2R b KQkq e3 0 1",
+          "r3k2r/8/8/8/3pP3/8/8/R3K2R b Kq e3 0 1",
+          "r3k2r/8/8/3pP3/8/8/8/R3K2R w - d6 0 1", "8/8/8/K1pP3q/8/8/8/7k w - c6 0 2",
+          // No capture is possible: the square does not matter.
+          "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3 0 1"})
+        ExpectReached(fen);
+}
+
+TEST(BridgeSetUp, RandomGamesCanBeEnteredAnywhere) {
+    Random random(7);
+    for (int game = 0; game < 40; ++game) {
+        StartGame();
+        for (int ply = 0; ply < 60 && GameResult() == nullptr; ++ply)
+            PlayMove(MoveText(random.Of(AllLegalMoves())));
+        if (GameResult() == nullptr) ExpectReached(WriteFen());
+    }
+}
+
+TEST(BridgeSetUp, SaysWhatItCannotCarryOver) {
+    // White's men at home cannot have moved lately.
+    const SetUp plan = PlanSetUp("7k/8/8/8/8/p2p1p1p/P2P1P1P/RB2KBNR w - - 0 1");
+    EXPECT_NE(plan.remark, "");
+    const SetUp counter = PlanSetUp("7k/8/8/8/8/8/8/K6R w - - 30 1");
+    EXPECT_NE(counter.remark, "");
+}
+
+TEST(BridgeGame, BadPositionsAndMovesChangeNothing) {
+    StartGame();
+    PlayMove("e2e4");
+    const std::string before = WriteFen();
+    std::string fault;
+    for (const char* fen :
+         {"", "8/8/8/8/8/8/8/8 w - - 0 1", "kk6/8/8/8/8/8/8/K7 w - - 0 1",
+          "P6k/8/8/8/8/8/8/K7 w - - 0 1",  // a pawn on the last rank
+          "7k/7R/8/8/8/8/8/K7 w - - 0 1",  // the king could be taken
+          "rnbqkbnr/pppppppp/9/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1",
+          "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq e9 0 1"})
+        EXPECT_FALSE(ReplaceGame(fen, {}, fault)) << fen;
+    for (const char* move : {"e7e4", "e7e5q", "0000", "e7", "e7e5e5", "\xff\xff\xff\xff"})
+        EXPECT_FALSE(ReplaceGame(kStartFen, {"e2e4", move}, fault)) << move;
+    EXPECT_EQ(WriteFen(), before);
+    EXPECT_EQ(Game.moves.size(), 1u);
+    TakeBackMove();
+    EXPECT_EQ(WriteFen(), kStartFen);
+}
+
+TEST(BridgeGame, RepetitionLooksAtRightsToo) {
+    std::string fault;
+    const std::vector<std::string> shuffle = {"h1g1", "a8b8", "g1h1", "b8a8"};
+    std::vector<std::string> moves = shuffle;
+    moves.insert(moves.end(), shuffle.begin(), shuffle.end());
+    ASSERT_TRUE(ReplaceGame("r3k3/8/8/8/8/8/8/4K2R w Kq - 0 1", moves, fault));
+    EXPECT_EQ(GameResult(), nullptr);  // the first time both could still castle
+    for (const std::string& move : shuffle) PlayMove(move);
+    EXPECT_STREQ(GameResult(), "1/2-1/2 {Draw by repetition}");
+}
+
+// ---- Thinking lines ----
+
+TEST(BridgeThinking, CompletesAndChecksMoves) {
+    struct Case {
+        const char *fen, *line, *moves;
+    };
+    const Case cases[] = {
+        {kStartFen, "5 20 3 12345 e2e4 e7e5 g1f3", "e2e4 e7e5 g1f3"},
+        {kStartFen, "5 20 3 12345 e2e4 e7e5 e7e5 g1f3", "e2e4 e7e5"},
+        {kStartFen, "5 20 3 12345", ""},
+        {"8/P7/8/8/8/k7/8/K7 w - - 0 1", "5 900 3 1 a7a8 a3b3", "a7a8q a3b3"},
+        // Only a knight on a8 can go to b6.
+        {"8/P7/8/8/8/k7/8/K7 w - - 0 1", "5 900 3 1 a7a8 a3b3 a8b6", "a7a8n a3b3 a8b6"},
+        {"7k/P7/8/8/8/8/p7/6K1 w - - 0 1", "5 0 3 1 a7a8 h8h7 a8a2", "a7a8q h8h7 a8a2"},
+    };
+    for (const Case& c : cases) {
+        ASSERT_TRUE(SetPlayableFen(c.fen));
+        ThinkingReport report;
+        ASSERT_TRUE(ReadThinkingLine(c.line, report)) << c.line;
+        std::string moves;
+        for (const std::string& move : report.moves)
+            moves += (moves.empty() ? "" : " ") + move;
+        EXPECT_EQ(moves, c.moves);
+    }
+    ThinkingReport report;
+    for (const char* line : {"", "5", "5 20 3", "5 x 3 1 e2e4", "5 99999999 3 1 e2e4",
+                             "move e2e4", "1-0 {White mates}"})
+        EXPECT_FALSE(ReadThinkingLine(line, report)) << line;
+}
+
+TEST(BridgeThinking, Mates) {
+    const int cases[][2] = {{0, 0},     {31000, 0},   {-31000, 0},  {32766, 1},
+                            {32764, 2}, {-32765, -1}, {-32763, -2}, {-32767, 0}};
+    for (const auto& c : cases) EXPECT_EQ(MovesToMate(c[0]), c[1]) << c[0];
+}
+
+// ---- Time ----
+
+TEST(BridgeClock, WhatIsToldLeavesTimeOver) {
+    // The engine goes down to half of what it is told.
+    for (std::int64_t clock : {1, 10, 50, 200, 1000, 60000})
+        for (std::int64_t increment : {0, 10, 100, 999, 1500})
+            for (int ply : {0, 40, 200})
+                for (int moves : {0, 1, 40})
+                    for (bool ponder : {false, true}) {
+                        SearchLimits limits;
+                        limits.clock = clock;
+                        limits.increment = increment;
+                        limits.movesToGo = moves;
+                        const std::int64_t told = ToldClock(limits, ply, ponder) * 10;
+                        EXPECT_LE(told / 2, std::max(clock * 3 / 4, std::int64_t{5}));
+                        EXPECT_GE(told, clock - 9);
+                    }
+}
+
+TEST(BridgeClock, MovesToTheControlComeOut) {
+    for (int ply : {0, 1, 7, 39, 80, 211})
+        for (int moves : {1, 2, 17, 40}) {
+            SearchLimits limits;
+            limits.clock = 60000;
+            limits.movesToGo = moves;
+            int level = 0;
+            ASSERT_EQ(std::sscanf(LimitCommands(limits, ply, false).c_str(), "level %d",
+                                  &level),
+                      1);
+            EXPECT_EQ(level - ply / 2 % level, moves);  // the engine's own reckoning
+        }
+}
+
+TEST(BridgeClock, OrdersComeBeforeTheLimit) {
+    for (std::int64_t time : {1, 5, 20, 75, 76, 1000}) {
+        SearchLimits limits;
+        limits.moveTime = time;
+        EXPECT_LE(OwnTimeLimit(limits), time);
+        EXPECT_GE(OwnTimeLimit(limits), time / 2);
+    }
+    SearchLimits depth;
+    depth.depth = 40;
+    EXPECT_EQ(OwnTimeLimit(depth), 0);
+    depth.clock = 1000;  // a depth that takes too long
+    EXPECT_GT(OwnTimeLimit(depth), 0);
+    EXPECT_LT(OwnTimeLimit(depth), 500);
+}
+
+// ---- Options and settings ----
+
+TEST(BridgeOptions, AreWrittenAsSettings) {
+    std::string fault;
+    ASSERT_TRUE(UseGameFolder("", fault));
+    EXPECT_EQ(WriteSettings(), "UseEGTB=off\n");
+    const char* set[][3] = {
+        {"Hash", "64", "TranspositionSize=21\n"},
+        {"hash", "1", "TranspositionSize=15\n"},
+        {"Hash", "320", "TranspositionSize=24\n"},
+        {"PawnHash", "6", "PawnHashSize=18\n"},
+        {"EGTBPath", "/tables;/more", "EGTBPath=/tables;/more\n"},
+        {"EGTBCache", "1024", "EGTBHashSize=30\n"},
+        {"VarietyOfPlay", "0", "VarietyOfPlay=0\n"},
+        {"BookLearning", "false", "BookLearning=off\n"},
+        {"Learning", "1", "Learning=on\nUseLearningData=on\n"},
+        {"Aggressivity", "300", "Aggressivity=300\n"},
+        {"ResignValue", "9999", "ResignValue=9999\n"},
+        {"Ponder", "0", "Pondering=off\n"},
+    };
+    for (const auto& s : set) {
+        SetOption("PawnHash", "7", fault);  // so that 6 is a change
+        EXPECT_TRUE(SetOption(s[0], s[1], fault)) << fault;
+        EXPECT_NE(WriteSettings().find(s[2]), std::string::npos)
+            << s[0] << '=' << s[1] << ":\n"
+            << WriteSettings();
+    }
+    const std::string before = WriteSettings();
+    const char* bad[][2] = {{"Hash", "0"},
+                            {"Hash", "321"},
+                            {"Hash", "x"},
+                            {"Hash", ""},
+                            {"Nothing", "1"},
+                            {"", ""},
+                            {"Learning", "maybe"},
+                            {"ResignTimes", "10"},
+                            {"EGTBPath", "a\nTranspositionSize=13"}};
+    for (const auto& b : bad) {
+        fault.clear();
+        EXPECT_FALSE(SetOption(b[0], b[1], fault)) << b[0];
+        EXPECT_NE(fault, "");
+    }
+    EXPECT_FALSE(SetOption("EGTBPath", std::string(300, 'x'), fault));
+    EXPECT_EQ(WriteSettings(), before);
+}
+
+TEST(BridgeOptions, AGameFolderIsTheStart) {
+    Scratch folder;
+    folder.Write("Veltramox.ini",
+                 "; a comment\r\ntranspositionsize=22\r\nBookLearningMode=discover\r\n"
+                 "EGTBPath=tables\r\nCowardice=50\r\n");
+    std::string fault;
+    ASSERT_TRUE(UseGameFolder(folder.directory.string(), fault));
+    EXPECT_EQ(OptionValue("Hash"), "80");
+    EXPECT_EQ(OptionValue("Cowardice"), "50");
+    EXPECT_EQ(OptionValue("EGTBPath"), folder.Path("tables"));
+    EXPECT_TRUE(SetOption("Cowardice", "60", fault));
+    EXPECT_EQ(WriteSettings(),
+              "transpositionsize=22\nBookLearningMode=discover\nEGTBPath=" +
+                  folder.Path("tables") + "\nCowardice=60\n");
+    EXPECT_FALSE(UseGameFolder(folder.Path("missing"), fault));
+    ASSERT_TRUE(UseGameFolder("", fault));
+}
+
+// ---- Lines ----
+
+TEST(BridgeLines, LongAndBrokenOnes) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    LineReader reader;
+    reader.descriptor = ends[0];
+    std::string line;
+    ASSERT_TRUE(WriteAll(ends[1], "one\r\ntwo\n\nhal"));
+    ReadSome(reader);
+    EXPECT_TRUE(TakeLine(reader, line) && Trimmed(line) == "one");
+    EXPECT_TRUE(TakeLine(reader, line) && line == "two");
+    EXPECT_TRUE(TakeLine(reader, line) && line.empty());
+    EXPECT_FALSE(TakeLine(reader, line));
+    ASSERT_TRUE(WriteAll(ends[1], "f\n"));
+    ReadSome(reader);
+    EXPECT_TRUE(TakeLine(reader, line) && line == "half");
+    // A line beyond all measure goes, the next one counts.
+    const std::string part(1 << 15, 'x');
+    for (std::size_t sent = 0; sent <= kLongestLine + part.size(); sent += part.size()) {
+        ASSERT_TRUE(WriteAll(ends[1], part));
+        ReadSome(reader);
+        EXPECT_FALSE(TakeLine(reader, line));
+    }
+    ASSERT_TRUE(WriteAll(ends[1], "xx\nnext\nrest"));
+    close(ends[1]);
+    while (!reader.ended) ReadSome(reader);
+    EXPECT_TRUE(TakeLine(reader, line) && line == "next");
+    EXPECT_FALSE(TakeLine(reader, line));
+    close(ends[0]);
+}
+
+// ---- The program ----
+
+EngineProcess StartBridge(bool uci) {
+    return uci ? StartEngine(VELTRAMOX_BRIDGE, "uci\n", "uciok")
+               : StartEngine(VELTRAMOX_BRIDGE, "xboard\nprotover 2\n", "feature done=1");
+}
+
+pid_t ChildOf(pid_t parent) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        std::ifstream status(entry.path() / "status");
+        for (std::string line; std::getline(status, line);)
+            if (line == "PPid:\t" + std::to_string(parent))
+                return std::stoi(entry.path().filename().string());
+    }
+    return 0;
+}
+
+// Score, nodes and move of a search to a depth, by the engine alone.
+std::string Alone(const std::string& fen, const std::vector<std::string>& moves,
+                  int depth) {
+    EngineProcess engine = StartEngine(VELTRAMOX_PROGRAM);
+    const SetUp plan = PlanSetUp(fen);
+    std::string text = "easy\n" + plan.commands;
+    for (const std::string& move : plan.moves) text += move + '\n';
+    for (const std::string& move : moves) text += move + '\n';
+    SendText(engine, text + "sd " + std::to_string(depth) + "\ngo\n");
+    std::string thought;
+    for (std::string line = "?"; !line.empty();) {
+        line = WaitForLine(engine, "", kPatience);
+        if (line.starts_with("move ")) {
+            StopEngine(engine);
+            std::istringstream words(thought);
+            std::string shown, score, time, nodes;
+            words >> shown >> score >> time >> nodes;
+            return score + ' ' + nodes + ' ' + line.substr(5);
+        }
+        thought = line;
+    }
+    return "nothing";
+}
+
+std::string ThroughUci(const std::string& fen, const std::string& moves, int depth) {
+    EngineProcess bridge = StartBridge(true);
+    SendText(bridge, "position fen " + fen + (moves.empty() ? "" : " moves " + moves) +
+                         "\ngo depth " + std::to_string(depth) + '\n');
+    std::string thought;
+    for (std::string line = "?"; !line.empty();) {
+        line = WaitForLine(bridge, "", kPatience);
+        std::istringstream words(line);
+        std::string word, score, nodes;
+        words >> word;
+        if (word == "bestmove") {
+            words >> word;
+            StopEngine(bridge);
+            return thought + ' ' + word;
+        }
+        while (words >> word) {
+            if (word == "cp") words >> score;
+            if (word == "nodes") words >> nodes;
+        }
+        thought = score + ' ' + nodes;
+    }
+    return "nothing";
+}
+
+TEST(BridgeProgram, SearchesAsTheEngineAlone) {
+    struct Case {
+        const char* fen;
+        std::vector<std::string> moves;
+    };
+    const Case cases[] = {
+        {kStartFen, {"e2e4", "c7c5", "g1f3"}},
+        {kStartFen, {}},
+        {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w Kq - 0 1", {}},
+        {"rnbqkbnr/ppp1p1pp/8/3pPp2/8/8/PPPP1PPP/RNBQKBNR w KQkq f6 0 1", {"e5f6"}},
+        {"8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1", {}},
+    };
+    for (const Case& c : cases) {
+        std::string text;
+        for (const std::string& move : c.moves) text += (text.empty() ? "" : " ") + move;
+        EXPECT_EQ(ThroughUci(c.fen, text, 7), Alone(c.fen, c.moves, 7)) << c.fen;
+    }
+}
+
+TEST(BridgeProgram, AnEngineThatDiesIsReplaced) {
+    for (const bool uci : {true, false}) {
+        EngineProcess bridge = StartBridge(uci);
+        SendText(bridge, uci ? "position startpos moves e2e4\ngo movetime 1500\n"
+                             : "new\nst 1\npost\nusermove e2e4\n");
+        EXPECT_NE(WaitForLine(bridge, uci ? "info depth 6" : "6 ", kPatience), "");
+        const pid_t engine = ChildOf(bridge.pid);
+        ASSERT_GT(engine, 0);
+        kill(engine, SIGKILL);
+        EXPECT_NE(
+            WaitForLine(bridge, uci ? "info string the engine ended" : "# the engine",
+                        kPatience),
+            "");
+        EXPECT_NE(WaitForLine(bridge, uci ? "bestmove " : "move ", kPatience), "");
+        const pid_t second = ChildOf(bridge.pid);
+        EXPECT_NE(second, engine);
+        EXPECT_TRUE(StopEngine(bridge));
+        EXPECT_NE(kill(second, 0), 0);  // gone with the bridge
+    }
+}
+
+// An engine that plays without looking: the bridge does not pass such moves on.
+TEST(BridgeProgram, IllegalMovesDoNotPass) {
+    Scratch folder;
+    folder.Write("engine",
+                 "#!/bin/sh\nwhile read line; do case $line in\n"
+                 "a1a1x*) echo \"Illegal move: $line\";; go) echo move e2e5;;\n"
+                 "quit) exit;; esac; done\n");
+    std::filesystem::permissions(folder.Path("engine"),
+                                 std::filesystem::perms::owner_all);
+    folder.Write("bridge", "#!/bin/sh\nexec " VELTRAMOX_BRIDGE " --engine " +
+                               folder.Path("engine") + "\n");
+    std::filesystem::permissions(folder.Path("bridge"),
+                                 std::filesystem::perms::owner_all);
+    EngineProcess bridge = StartEngine(folder.Path("bridge"), "uci\n", "uciok");
+    SendText(bridge, "position startpos\ngo depth 5\n");
+    EXPECT_NE(WaitForLine(bridge, "info string the engine made an illegal", kPatience),
+              "");
+    EXPECT_EQ(WaitForLine(bridge, "bestmove", kPatience), "");
+    EXPECT_NE(WaitForLine(bridge, "", 1), "x");
+    StopEngine(bridge);
+}
+
+// Commands in any order, at any moment, pondering or not: every move of the engine is
+// legal in the game as the front end knows it, and no answer is missing.
+TEST(BridgeProgram, SlowStaysInStepWhateverComes) {
+    EngineProcess bridge = StartBridge(false);
+    Random random(11);
+    std::string fault;
+    StartGame();
+    SendText(bridge, "new\nlevel 0 0:05 0.05\nhard\npost\n");
+    int enginesMoves = 0;
+    // Everything up to the answer; "move" lines are played.
+    const auto settle = [&](const std::string& sent) {
+        static int number = 0;
+        const std::string pong = "pong " + std::to_string(++number);
+        SendText(bridge, sent + "ping " + std::to_string(number) + '\n');
+        for (;;) {
+            const std::string line = WaitForLine(bridge, "", kPatience);
+            ASSERT_NE(line, "") << "after " << sent;
+            if (line == pong) return;
+            EXPECT_FALSE(line.starts_with("# ")) << line << " after " << sent;
+            EXPECT_FALSE(line.starts_with("Illegal")) << line << " after " << sent;
+            if (!line.starts_with("move ")) continue;
+            ++enginesMoves;
+            EXPECT_TRUE(PlayMove(line.substr(5))) << line << " after " << sent;
+        }
+    };
+    for (int i = 0; i < 250 && !HasFailure(); ++i) {
+        if (GameResult() != nullptr) {
+            StartGame();
+            settle("new\ntime 200\n");
+        }
+        usleep(static_cast<useconds_t>(random.Below(30)) * 1000);
+        const int kind = random.Below(12);
+        if (kind < 6) {
+            const std::string move = MoveText(random.Of(AllLegalMoves()));
+            const bool engineMoved = !Game.moves.empty() && enginesMoves > 0;
+            if (!engineMoved) settle("playother\n");
+            PlayMove(move);
+            settle("time 200\nusermove " + move + '\n');
+        } else if (kind == 6 && Game.moves.size() >= 2) {
+            TakeBackMove();
+            TakeBackMove();
+            settle("remove\n");
+        } else if (kind == 7 && !Game.moves.empty()) {
+            TakeBackMove();
+            settle("force\nundo\n");
+            settle("time 200\ngo\n");
+        } else if (kind == 8) {
+            const std::string fen =
+                "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/"
+                "R3K2R w KQkq - 0 1";
+            ASSERT_TRUE(StartGame(fen));
+            settle("force\nsetboard " + fen + '\n');
+            settle("time 100\ngo\n");
+        } else if (kind == 9) {
+            settle(random.Below(2) == 0 ? "easy\n" : "hard\n");
+        } else if (kind == 10) {
+            settle("analyze\n");
+            settle("exit\n");
+            settle("time 200\ngo\n");
+        } else {
+            settle("?\n");
+        }
+    }
+    EXPECT_GT(enginesMoves, 50);
+    EXPECT_TRUE(StopEngine(bridge));
+}
+
+}  // namespace
