@@ -51,6 +51,8 @@ int Refusals;               // searches of this position that gave no usable mov
 int Deaths;                 // of the engine since its last move
 bool HasSearched;           // since its start
 bool PonderGranted;         // the engine has been told "hard"
+bool Harvesting;            // what it says while it settles still counts
+std::string HarvestedMove;
 
 int EnginePly() { return OnBoard.prelude + static_cast<int>(OnBoard.moves.size()); }
 
@@ -62,13 +64,11 @@ void RestoreGameBoard() {
 }
 
 std::string SetUpCommands(const std::string& fen) {
-    const SetUp plan = PlanSetUp(fen);
+    const SetUpPlan plan = PlanSetUp(fen);
     RestoreGameBoard();
     if (!plan.remark.empty()) Outside->onNotice(plan.remark);
-    std::string text = plan.commands;
-    for (const std::string& move : plan.moves) text += move + '\n';
-    OnBoard = {true, fen, static_cast<int>(plan.moves.size()), {}};
-    return text;
+    OnBoard = {true, fen, plan.plies, {}};
+    return plan.commands;
 }
 
 // The commands that bring the idle engine from where it is to the game's position.
@@ -202,6 +202,10 @@ bool IsResult(const std::string& line) {
     return Begins(line, "1-0 {") || Begins(line, "0-1 {") || Begins(line, "1/2-1/2 {");
 }
 
+bool IsThinking(const std::string& line) {
+    return !line.empty() && line[0] >= '0' && line[0] <= '9';
+}
+
 void HandleThinking(const std::string& line) {
     ThinkingReport report;
     if (!ReadThinkingLine(line, report)) return;
@@ -227,13 +231,18 @@ void HandleEngineLine(const std::string& line) {
         EngineOutput.ended = true;
     } else if (busy && IsResult(line)) {
         AcceptRefusal(line);
-    } else if (busy && !line.empty() && line[0] >= '0' && line[0] <= '9') {
+    } else if (busy && IsThinking(line)) {
         HandleThinking(line);
     }
 }
 
 void Settled(const std::string& line) {
-    if (Begins(line, "move ")) NoteEngineMove(std::string(Trimmed(line).substr(5)));
+    if (Begins(line, "move ")) {
+        HarvestedMove = Trimmed(std::string_view(line).substr(5));
+        NoteEngineMove(HarvestedMove);
+    } else if (Harvesting && IsThinking(line)) {
+        HandleThinking(line);
+    }
 }
 
 // ---- The loop ----
@@ -361,6 +370,16 @@ bool TurnPonderHit(const SearchLimits& limits) {
     Refusals = 0;
     TellEngine(text);
     return true;
+}
+
+std::string EndWithMove() {
+    const bool analysing = EngineActivity == Activity::Analysing;
+    HarvestedMove.clear();
+    Harvesting = EngineActivity == Activity::Searching || analysing;
+    EndActivity();
+    Harvesting = false;
+    if (analysing) return LastReport.moves.empty() ? "" : LastReport.moves[0];
+    return LegalMove(HarvestedMove) == NO_MOVE ? "" : HarvestedMove;
 }
 
 void AskStatus() {

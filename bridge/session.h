@@ -47,8 +47,11 @@ void BeginSearch(const SearchLimits& limits);
 void BeginAnalysis();
 // Ends what the engine does. Nothing of it will be heard any more.
 void EndActivity();
-// Ends the search with the best move found so far.
+// Has the search end with the best move found so far, which then comes as usual.
 void MoveNow();
+// Ends the search or analysis here and now; its best move so far, empty when there is
+// none. Unlike after a move of its own accord, the game is as it was.
+std::string EndWithMove();
 // The move just played in the game is the one that the engine ponders on: its search goes
 // on as the search for its answer. False, with nothing done, when it is not.
 bool TurnPonderHit(const SearchLimits& limits);

@@ -63,7 +63,7 @@ struct BackStep {
 // What a half-move on the way has to do.
 enum class Purpose { Tempo, LoseRights, DoubleStep };
 
-SquareSet QuietOrigins(const Placement& p, int square) {
+SquareSet QuietOrigins(const Placement& p, int mover, int square) {
     ToBoard(p);
     SquareSet lines = 0;
     switch (p.piece[square]) {
@@ -89,6 +89,11 @@ SquareSet QuietOrigins(const Placement& p, int square) {
         case QUEEN:
             lines = QueenLines(square);
             break;
+        case PAWN: {
+            const int from = mover == WHITE ? square - 8 : square + 8;
+            if (RankOf(from) > 0 && RankOf(from) < 7) lines = SquareMask(from);
+            break;
+        }
         default:
             break;
     }
@@ -102,12 +107,16 @@ std::vector<BackStep> BackSteps(const Placement& p, int mover, Purpose purpose,
         const int step = mover == WHITE ? 8 : -8;
         return {{passed - step, passed + step}};
     }
+    // Pawn moves first: no repetition reaches back over them.
+    std::vector<int> squares;
+    for (SquareSet men = p.men[mover]; men != 0;) squares.push_back(TakeLowest(men));
+    std::stable_partition(squares.begin(), squares.end(),
+                          [&](int square) { return p.piece[square] == PAWN; });
     const int home = mover == WHITE ? E1 : E8;
-    for (SquareSet men = p.men[mover]; men != 0;) {
-        const int square = TakeLowest(men);
+    for (const int square : squares) {
         const bool atHome = square == home || square == home - 4 || square == home + 3;
         if (purpose == Purpose::LoseRights && !atHome) continue;
-        for (SquareSet origins = QuietOrigins(p, square); origins != 0;)
+        for (SquareSet origins = QuietOrigins(p, mover, square); origins != 0;)
             steps.push_back({TakeLowest(origins), square});
     }
     return steps;
@@ -176,11 +185,11 @@ std::vector<Purpose> Purposes(const Target& target) {
     return purposes;
 }
 
+std::string SideCommand(int colour) { return colour == WHITE ? "white\n" : "black\n"; }
+
 std::string EditCommands(const Placement& p) {
     constexpr char kLetters[] = "?KNP?RBQ";
-    std::string text = "new\nforce\n";
-    text += p.toMove == WHITE ? "white\n" : "black\n";
-    text += "edit\n#\n";
+    std::string text = "new\nforce\n" + SideCommand(p.toMove) + "edit\n#\n";
     for (int c : {WHITE, BLACK}) {
         if (c == BLACK) text += "c\n";
         for (SquareSet men = p.men[c]; men != 0;) {
@@ -198,36 +207,77 @@ int PassedSquare() {
     return -1;
 }
 
+// Half-moves of the one side alone, the other side's turns left out by command: for
+// positions that no moves in turn lead to. Takes back what the purpose asks for, if that
+// can be; the way so far follows.
+bool FindSoloStep(const Target& target, int mover, Purpose purpose, Placement& p,
+                  std::vector<BackStep>& path) {
+    for (const BackStep step : BackSteps(p, mover, purpose, target.passed)) {
+        Placement earlier = p;
+        Shift(earlier, mover, step.to, step.from);
+        earlier.toMove = mover;
+        ToBoard(earlier);
+        const Move m = LegalMove(MoveText(MakeWord(step.from, step.to, 0, 0)));
+        if (m == NO_MOVE) continue;
+        MakeMove(m);
+        if (purpose == Purpose::LoseRights && Rights(mover) != target.rights[mover])
+            continue;
+        path.push_back(step);
+        p = earlier;
+        return true;
+    }
+    return false;
+}
+
+std::string StepLine(const BackStep& step) {
+    return MoveText(MakeWord(step.from, step.to, 0, 0)) + '\n';
+}
+
+// The last resort. What even this does not do is remarked.
+SetUpPlan PlanSolo(const Target& target) {
+    SetUpPlan plan;
+    Placement p = target.placement;
+    const int S = p.toMove, O = ChangeSide(S);
+    ToBoard(p);
+    const bool losses[] = {Rights(WHITE) != target.rights[WHITE],
+                           Rights(BLACK) != target.rights[BLACK]};
+    std::vector<BackStep> path;
+    std::string moves = target.passed >= 0 ? "" : SideCommand(S);
+    if (target.passed >= 0 && FindSoloStep(target, O, Purpose::DoubleStep, p, path))
+        moves = SideCommand(O) + StepLine(path.back());
+    for (int c : {WHITE, BLACK}) {
+        if (!losses[c]) continue;
+        if (FindSoloStep(target, c, Purpose::LoseRights, p, path))
+            moves = SideCommand(c) + StepLine(path.back()) + moves;
+        else
+            plan.remark = "castling rights cannot be carried over";
+    }
+    plan.commands = EditCommands(p) + moves;
+    plan.plies = static_cast<int>(path.size());
+    return plan;
+}
+
 }  // namespace
 
-SetUp PlanSetUp(const std::string& fen) {
-    if (fen == kStartFen) return {"new\nforce\n", {}, ""};
-    SetUp plan;
+SetUpPlan PlanSetUp(const std::string& fen) {
+    if (fen == kStartFen) return {"new\nforce\n", 0, ""};
     SetPlayableFen(fen);
     const bool counter = Board.FiftyCounter > 0;
-    Target target = {FromBoard(), {Rights(WHITE), Rights(BLACK)}, PassedSquare()};
+    const Target target = {FromBoard(), {Rights(WHITE), Rights(BLACK)}, PassedSquare()};
     Placement start = target.placement;
     std::vector<BackStep> path;
-    const std::vector<Purpose> purposes = Purposes(target);
-    if (!FindWay(target, purposes, start, path)) {
-        // The double step alone matters more than a right too many.
-        path.clear();
-        start = target.placement;
-        plan.remark = "castling rights cannot be carried over";
-        target.rights[WHITE] = target.rights[BLACK] = -1;
-        if (target.passed >= 0) {
-            path = BackSteps(start, ChangeSide(start.toMove), Purpose::DoubleStep,
-                             target.passed);
-            Shift(start, ChangeSide(start.toMove), path[0].to, path[0].from);
-            start.toMove = ChangeSide(start.toMove);
-        }
+    SetUpPlan plan;
+    if (FindWay(target, Purposes(target), start, path)) {
+        plan.commands = EditCommands(start);
+        for (auto step = path.rbegin(); step != path.rend(); ++step)
+            plan.commands += StepLine(*step);
+        plan.plies = static_cast<int>(path.size());
+    } else {
+        plan = PlanSolo(target);
     }
     if (counter) {
         if (!plan.remark.empty()) plan.remark += "; ";
         plan.remark += "the half-move counter starts at 0";
     }
-    plan.commands = EditCommands(start);
-    for (auto step = path.rbegin(); step != path.rend(); ++step)
-        plan.moves.push_back(MoveText(MakeWord(step->from, step->to, 0, 0)));
     return plan;
 }

@@ -73,8 +73,23 @@ void ChangeOption(std::string_view rest) {
     if (!SetOption(name, text, fault)) Complain(fault);
 }
 
+// Every "go" is owed a "bestmove", before anything else is done.
+void Stop(std::string_view) {
+    if (!MoveOwed) return;
+    if (AllLegalMoves().empty()) return GiveMove("(none)", "");
+    std::string move = EndWithMove();
+    if (move.empty()) {
+        SearchLimits quick;
+        quick.depth = kQuickDepth;
+        BeginSearch(quick);
+        move = EndWithMove();
+    }
+    if (move.empty()) move = MoveText(AllLegalMoves().front());
+    GiveMove(move, Reply(move));
+}
+
 void NewGame(std::string_view) {
-    MoveOwed = AwaitingHit = false;
+    Stop({});
     ForgetGames();
     StartGame();
 }
@@ -96,10 +111,7 @@ void SetPosition(std::string_view rest) {
         return Complain("unknown word " + std::string(word));
     std::vector<std::string> moves;
     while (!(word = TakeWord(rest)).empty()) moves.emplace_back(word);
-    if (MoveOwed) {
-        EndActivity();
-        MoveOwed = AwaitingHit = false;
-    }
+    Stop({});
     std::string fault;
     if (!ReplaceGame(fen, moves, fault)) Complain(fault);
 }
@@ -161,7 +173,7 @@ void Go(std::string_view rest) {
     SearchLimits limits;
     bool ponder = false;
     if (!ReadLimits(rest, limits, ponder)) return;
-    EndActivity();
+    Stop({});
     LastReport = ThinkingReport{};
     MoveOwed = true;
     AwaitingHit = ponder;
@@ -173,19 +185,6 @@ void Go(std::string_view rest) {
     } else if (!limits.endless) {
         GiveMove("(none)", "");
     }
-}
-
-void Stop(std::string_view) {
-    if (!MoveOwed) return;
-    if (AllLegalMoves().empty()) return GiveMove("(none)", "");
-    if (EngineActivity == Activity::Searching) return MoveNow();
-    EndActivity();
-    AwaitingHit = false;
-    if (!LastReport.moves.empty())
-        return GiveMove(LastReport.moves[0], Reply(LastReport.moves[0]));
-    SearchLimits quick;
-    quick.depth = kQuickDepth;
-    BeginSearch(quick);
 }
 
 // The search for a move starts over, with all that pondering has left in the tables.

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "bench/engineprocess.h"
+#include "board/fen.h"
 #include "bridge/clock.h"
 #include "bridge/game.h"
 #include "bridge/gamefolder.h"
@@ -31,18 +32,7 @@ std::string Fields(const std::string& fen, int count) {
 }
 
 // What the engine makes of edit commands: men on squares, every right that they imply.
-std::string EditedFen(const std::string& commands) {
-    std::istringstream lines(commands);
-    std::string men(64, '.'), side;
-    bool black = false, editing = false;
-    for (std::string line; std::getline(lines, line);) {
-        if (line == "white" || line == "black") side = line.substr(0, 1);
-        if (line == "c") black = !black;
-        editing = line == "edit" || (editing && line != ".");
-        if (!editing || line.size() != 3) continue;
-        const auto square = static_cast<std::size_t>(line[1] - 'a' + 8 * (line[2] - '1'));
-        men[square] = black ? static_cast<char>(std::tolower(line[0])) : line[0];
-    }
+std::string EditedFen(const std::string& men, char side) {
     std::string fen;
     for (std::size_t rank = 8; rank-- > 0;) {
         for (const char man : men.substr(8 * rank, 8)) fen += man == '.' ? '1' : man;
@@ -52,23 +42,47 @@ std::string EditedFen(const std::string& commands) {
 }
 
 // Follows the plan as the engine would; the position reached.
-std::string Reached(const SetUp& plan) {
-    if (plan.commands == "new\nforce\n") {
-        EXPECT_TRUE(StartGame());
-    } else {
-        EXPECT_TRUE(StartGame(EditedFen(plan.commands))) << plan.commands;
+std::string Reached(const SetUpPlan& plan) {
+    std::istringstream lines(plan.commands);
+    std::string men(64, '.');
+    char side = 'w';
+    bool black = false, editing = false;
+    int plies = 0;
+    SetFen(kStartFen);
+    for (std::string line; std::getline(lines, line);) {
+        if (line == "white" || line == "black") {
+            side = line[0];
+            Board.SideToMove = side == 'w' ? WHITE : BLACK;
+        } else if (line == "edit") {
+            editing = true;
+        } else if (line == "c") {
+            black = !black;
+        } else if (line == ".") {
+            editing = false;
+            EXPECT_TRUE(SetFen(EditedFen(men, side)));
+        } else if (editing && line != "#") {
+            const auto square =
+                static_cast<std::size_t>(line[1] - 'a' + 8 * (line[2] - '1'));
+            men[square] = black ? static_cast<char>(std::tolower(line[0])) : line[0];
+        } else if (line != "new" && line != "force" && line != "#") {
+            const Move m = LegalMove(line);
+            EXPECT_NE(m, NO_MOVE) << line << " in\n" << plan.commands;
+            if (m != NO_MOVE) MakeMove(m);
+            ++plies;
+        }
     }
-    for (const std::string& move : plan.moves) EXPECT_TRUE(PlayMove(move)) << move;
+    EXPECT_EQ(plies, plan.plies);
     return Fields(WriteFen(), 4);
 }
 
 void ExpectReached(const std::string& fen) {
     ASSERT_TRUE(SetPlayableFen(fen)) << fen;
+    Board.FiftyCounter = 0;
     const std::string target = WriteFen();
-    const SetUp plan = PlanSetUp(target);
+    const SetUpPlan plan = PlanSetUp(target);
     EXPECT_EQ(plan.remark, "") << fen;
     EXPECT_EQ(Reached(plan), Fields(target, 4)) << fen;
-    EXPECT_LE(plan.moves.size(), 3u);
+    EXPECT_LE(plan.plies, 3);
 }
 
 TEST(BridgeSetUp, EveryPartOfTheCastlingRights) {
@@ -108,10 +122,11 @@ TEST(BridgeSetUp, RandomGamesCanBeEnteredAnywhere) {
 }
 
 TEST(BridgeSetUp, SaysWhatItCannotCarryOver) {
-    // White's men at home cannot have moved lately.
-    const SetUp plan = PlanSetUp("7k/8/8/8/8/p2p1p1p/P2P1P1P/RB2KBNR w - - 0 1");
+    // White's king and rook cannot have moved lately.
+    const SetUpPlan plan =
+        PlanSetUp("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w kq - 0 1");
     EXPECT_NE(plan.remark, "");
-    const SetUp counter = PlanSetUp("7k/8/8/8/8/8/8/K6R w - - 30 1");
+    const SetUpPlan counter = PlanSetUp("7k/8/8/8/8/8/8/K6R w - - 30 1");
     EXPECT_NE(counter.remark, "");
 }
 
@@ -347,9 +362,8 @@ pid_t ChildOf(pid_t parent) {
 std::string Alone(const std::string& fen, const std::vector<std::string>& moves,
                   int depth) {
     EngineProcess engine = StartEngine(VELTRAMOX_PROGRAM);
-    const SetUp plan = PlanSetUp(fen);
+    const SetUpPlan plan = PlanSetUp(fen);
     std::string text = "easy\n" + plan.commands;
-    for (const std::string& move : plan.moves) text += move + '\n';
     for (const std::string& move : moves) text += move + '\n';
     SendText(engine, text + "sd " + std::to_string(depth) + "\ngo\n");
     std::string thought;
