@@ -116,7 +116,7 @@ void Search(const std::string& position) {
         return;
     }
     EngineActivity = Activity::Searching;
-    PonderGranted = PonderWanted;
+    PonderGranted = PonderWanted && OptionValue("Ponder") == "true";
     TellEngine(position + (PonderGranted ? "hard\n" : "easy\n") +
                LimitCommands(Limits, EnginePly(), PonderGranted) + "go\n");
 }
