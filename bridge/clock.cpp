@@ -13,6 +13,9 @@ constexpr int kMostMoves = 1000000;
 constexpr std::int64_t kOrderTime = 15;  // ms
 constexpr std::int64_t kShortMove = 5;   // below so many order times: a part goes
 
+// Of a clock with increments, so much is not to be used up.
+constexpr std::int64_t kReserve = 200;  // ms
+
 // Where the bridge shares out a clock itself.
 constexpr int kMovesExpected = 30;
 
@@ -30,14 +33,16 @@ bool EngineKeepsClock(const SearchLimits& limits) {
 
 // The engine counts whole seconds of increment and spends four fifths of them at each
 // move. What is left over goes onto the clock, times the moves it divides the clock by,
-// so that the same comes out; never more than half as much again, for the engine goes
-// down to half of what it is told.
+// so that the same comes out. But never more than half as much again, for the engine goes
+// down to half of what it is told, and nothing of the reserve: there the increment is
+// saved until the clock is out of danger.
 std::int64_t ToldClock(const SearchLimits& limits, int gamePly, bool ponder) {
     const std::int64_t clock = std::clamp(limits.clock, std::int64_t{0}, kLongest);
     const std::int64_t fraction = limits.increment % kMilliseconds;
     std::int64_t more = fraction * 4 / 5 * QuarterMoves(limits, gamePly);
     if (ponder) more = more * 2 / 5;  // it takes two and a half shares then
-    return std::max((clock + std::min(more, clock / 2)) / 10, std::int64_t{1});
+    more = std::min(more, std::max(clock - kReserve, std::int64_t{0}) / 2);
+    return std::max((clock + more) / 10, std::int64_t{1});
 }
 
 // Moves to the time control: the engine counts them down from its "level" by the
