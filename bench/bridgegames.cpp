@@ -158,6 +158,7 @@ std::string OpponentMove(std::mt19937& random, int ply) {
 bool PlayEngineMove(const Dialect& dialect, Player& player, int colour, double& clock,
                     Tally& tally) {
     const auto start = BenchClock::now();
+    const double before = clock;
     const std::string move = dialect.move(player, colour, clock, tally);
     clock -= Milliseconds(BenchClock::now() - start);
     if (move.starts_with("resign")) return false;
@@ -165,6 +166,8 @@ bool PlayEngineMove(const Dialect& dialect, Player& player, int colour, double& 
     tally.leastLeft = std::min(tally.leastLeft, clock);
     if (clock < 0 || move.empty()) {
         ++tally.timeLosses;
+        std::printf("%s: %.1f ms of %.1f used, %s\n", dialect.name, before - clock,
+                    before, player.ponder ? "pondering" : "not pondering");
         return false;
     }
     if (!PlayMove(move)) {

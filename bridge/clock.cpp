@@ -13,8 +13,8 @@ constexpr int kMostMoves = 1000000;
 constexpr std::int64_t kOrderTime = 15;  // ms
 constexpr std::int64_t kShortMove = 5;   // below so many order times: a part goes
 
-// Of a clock with increments, so much is not to be used up.
-constexpr std::int64_t kReserve = 200;  // ms
+// So much of the clock, at most half of it, the engine is not told of.
+constexpr std::int64_t kReserve = 100;  // ms
 
 // Where the bridge shares out a clock itself.
 constexpr int kMovesExpected = 30;
@@ -33,16 +33,17 @@ bool EngineKeepsClock(const SearchLimits& limits) {
 
 // The engine counts whole seconds of increment and spends four fifths of them at each
 // move. What is left over goes onto the clock, times the moves it divides the clock by,
-// so that the same comes out. But never more than half as much again, for the engine goes
-// down to half of what it is told, and nothing of the reserve: there the increment is
-// saved until the clock is out of danger.
+// so that the same comes out; but never more than half as much again, for the engine goes
+// down to half of what it is told. The reserve is kept from it, so that on a busy machine
+// a short clock is not lost by waiting for the processor.
 std::int64_t ToldClock(const SearchLimits& limits, int gamePly, bool ponder) {
     const std::int64_t clock = std::clamp(limits.clock, std::int64_t{0}, kLongest);
+    const std::int64_t own = clock - std::min(clock / 2, kReserve);
     const std::int64_t fraction = limits.increment % kMilliseconds;
     std::int64_t more = fraction * 4 / 5 * QuarterMoves(limits, gamePly);
     if (ponder) more = more * 2 / 5;  // it takes two and a half shares then
-    more = std::min(more, std::max(clock - kReserve, std::int64_t{0}) / 2);
-    return std::max((clock + more) / 10, std::int64_t{1});
+    more = std::min(more, (own - std::min(own, kReserve)) / 2);
+    return std::max((own + more) / 10, std::int64_t{1});
 }
 
 // Moves to the time control: the engine counts them down from its "level" by the
