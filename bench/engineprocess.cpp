@@ -57,8 +57,7 @@ EngineProcess StartEngine(const std::string& program, const std::string& greetin
     engine.toEngine = in[1];
     engine.fromEngine = out[0];
     SendText(engine, greeting);
-    if (WaitForLine(engine, ready, 5000).empty())
-        Fail("the engine does not start");
+    if (WaitForLine(engine, ready, 5000).empty()) Fail("the engine does not start");
     std::filesystem::remove_all(folder);
     return engine;
 }

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Today's front ends with the bridge: xboard by its protocol's version 2 and, through PolyGlot, by
 # UCI; PolyGlot's test of positions; games of PyChess's engine classes. Read by run.
 "$here/../../tools/setup.sh" polyglot:polyglot pychess
