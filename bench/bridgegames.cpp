@@ -290,7 +290,7 @@ void MeasureLatency(const char* bridge, const char* engine, int trials) {
 
 [[noreturn]] void Usage() {
     std::fputs(
-        "usage: veltramox-bridge-games play BRIDGE [GAMES PER PROTOCOL]\n"
+        "usage: veltramox-bridge-games play BRIDGE [GAMES PER PROTOCOL [uci|xboard]]\n"
         "       veltramox-bridge-games latency BRIDGE ENGINE [MOVES]\n",
         stderr);
     std::exit(EXIT_FAILURE);
@@ -316,6 +316,7 @@ int main(int count, char** arguments) {
     const int wanted = count > 3 ? std::atoi(arguments[3]) : 0;
     bool bad = false;
     for (const Dialect& dialect : kDialects)
-        bad |= PlayGames(arguments[2], dialect, wanted > 0 ? wanted : 200);
+        if (count < 5 || std::strcmp(arguments[4], dialect.name) == 0)
+            bad |= PlayGames(arguments[2], dialect, wanted > 0 ? wanted : 200);
     return bad ? EXIT_FAILURE : EXIT_SUCCESS;
 }

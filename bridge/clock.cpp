@@ -16,6 +16,9 @@ constexpr std::int64_t kShortMove = 5;   // below so many order times: a part go
 // So much of the clock, at most half of it, the engine is not told of.
 constexpr std::int64_t kReserve = 100;  // ms
 
+// On less the engine does not ponder: its larger shares leave no time to stop at a miss.
+constexpr std::int64_t kPonderClock = 300;  // ms
+
 // Where the bridge shares out a clock itself.
 constexpr int kMovesExpected = 30;
 
@@ -62,6 +65,10 @@ std::string LimitCommands(const SearchLimits& limits, int gamePly, bool ponder) 
         std::clamp(limits.increment, std::int64_t{0}, kLongest) / kMilliseconds;
     return "level " + std::to_string(moves) + " 0 " + std::to_string(seconds) +
            "\ntime " + std::to_string(ToldClock(limits, gamePly, ponder)) + '\n';
+}
+
+bool TimeToPonder(const SearchLimits& limits) {
+    return !EngineKeepsClock(limits) || limits.clock >= kPonderClock;
 }
 
 std::int64_t OwnTimeLimit(const SearchLimits& limits) {

@@ -22,5 +22,8 @@ bool EngineKeepsClock(const SearchLimits& limits);
 std::string LimitCommands(const SearchLimits& limits, int gamePly, bool ponder);
 // The value of "time", in centiseconds.
 std::int64_t ToldClock(const SearchLimits& limits, int gamePly, bool ponder);
+// The clock allows thinking on the opponent's time, for which the engine spends more of
+// its own.
+bool TimeToPonder(const SearchLimits& limits);
 // Milliseconds after which the engine is told to move; 0: never.
 std::int64_t OwnTimeLimit(const SearchLimits& limits);

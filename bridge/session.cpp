@@ -116,7 +116,8 @@ void Search(const std::string& position) {
         return;
     }
     EngineActivity = Activity::Searching;
-    PonderGranted = PonderWanted && OptionValue("Ponder") == "true";
+    PonderGranted =
+        PonderWanted && OptionValue("Ponder") == "true" && TimeToPonder(Limits);
     TellEngine(position + (PonderGranted ? "hard\n" : "easy\n") +
                LimitCommands(Limits, EnginePly(), PonderGranted) + "go\n");
 }
@@ -355,7 +356,7 @@ bool TurnPonderHit(const SearchLimits& limits) {
     if (EngineActivity != Activity::Pondering || !OnBoard.known || !EngineRuns() ||
         OptionsChanged || Game.moves.back() != PonderHint ||
         EngineKeepsClock(limits) != EngineKeepsClock(Limits) ||
-        limits.depth != Limits.depth)
+        limits.depth != Limits.depth || !TimeToPonder(limits))
         return false;
     Limits = limits;
     std::string text;
