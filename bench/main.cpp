@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "bench/micro.h"
-#include "bench/positions.h"
+#include "bench/searchbench.h"
 #include "bench/tables.h"
 #include "board/fen.h"
 #include "driver/input.h"
@@ -30,39 +30,12 @@ void SetPosition(const char* fen) {
     if (!SetFen(fen)) Fail("bad FEN");
 }
 
-// The state of a program just started.
-void FreshState() {
-    FreePawnTable();
-    if (!AllocateTranspositionTable(TranspositionSize) ||
-        !AllocatePawnTable(PawnHashSize))
-        Fail("no memory");
-    ClearHistoryAndKillers();
-    ResetMargins();
-    PreviousScore = 0;
-    StopSearch = 0;
-    TimeBudget = kUnlimitedBudget;
-    PollInterval = kLongPollInterval;
-}
-
 void BenchSearch(int depth) {
-    std::int64_t total = 0;
-    double seconds = 0;
-    int number = 0;
-    for (const char* fen : kBenchPositions) {
-        FreshState();
-        SetPosition(fen);
-        const double start = UserSeconds();
-        Search(depth, false);
-        seconds += UserSeconds() - start;
-        total += NodeCount;
-        char text[kMoveTextSize];
-        MoveToText(text, RootMoves[0]);
-        std::printf("%2d %-5s %6d %10lld  %s\n", ++number, text, RootScore,
-                    static_cast<long long>(NodeCount), fen);
-    }
-    std::printf("Nodes: %lld\n", static_cast<long long>(total));
+    const SearchBench bench = SearchBenchPositions(depth);
+    const auto nodes = static_cast<double>(bench.nodes);
+    std::printf("Nodes: %lld\n", static_cast<long long>(bench.nodes));
     std::printf("Speed: %.0f nodes per second of user CPU time (%.2f s)\n",
-                static_cast<double>(total) / seconds, seconds);
+                nodes / bench.seconds, bench.seconds);
 }
 
 // Counts the leaves by the legal generator; the moves above them are made and taken back.
@@ -121,7 +94,7 @@ int main(int argc, char** argv) {
     SetLateDefaults();
     PostThinking = 0;
     IgnoreInput();
-    FreshState();
+    if (!FreshState()) Fail("no memory");
     const char* mode = argv[1];
     if (std::strcmp(mode, "search") == 0) {
         const int depth = argc > 2 ? std::atoi(argv[2]) : kBenchDepth;

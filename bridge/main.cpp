@@ -23,7 +23,7 @@ namespace {
 [[noreturn]] void Usage(int status) {
     std::fputs(
         "usage: veltramox-bridge [--engine PROGRAM] [--game FOLDER]\n"
-        "       veltramox-bridge [--engine PROGRAM] bench [DEPTH]\n"
+        "       veltramox-bridge bench [DEPTH]\n"
         "Speaks UCI or the xboard protocol, version 2, by the first line it reads.\n"
         "  --engine PROGRAM  the engine; otherwise \"veltramox\" beside this program or\n"
         "                    in the search path\n"
@@ -74,10 +74,11 @@ int main(int count, char** arguments) {
     PrepareSignals();
     std::signal(SIGPIPE, SIG_IGN);
     BuildTables();
+    if (bench) return RunBench(depth);
     if (!UseGameFolder(folder, fault)) {
         std::fprintf(stderr, "veltramox-bridge: %s\n", fault.c_str());
         return EXIT_FAILURE;
     }
     StartGame();
-    return bench ? RunBench(depth) : RunSessionByFirstLine();
+    return RunSessionByFirstLine();
 }

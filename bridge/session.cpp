@@ -415,14 +415,6 @@ void ApplyOptions() {
     if (RestartEngine() && interrupted == Activity::Analysing) Search(CatchUp());
 }
 
-int RunAlone(const Protocol& protocol, void (*begin)()) {
-    Outside = &protocol;
-    if (!RestartEngine()) return ExitStatus;
-    begin();
-    LineReader nobody;
-    return RunLoop(nobody);
-}
-
 int RunSessionByFirstLine() {
     LineReader& input = StandardInput();
     for (std::string line;;) {

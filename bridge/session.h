@@ -70,6 +70,3 @@ void ApplyOptions();
 // Speaks the protocol that the first line asks for, until the outside ends or quits;
 // returns the exit status.
 int RunSessionByFirstLine();
-// The same without an outside: `begin` is called once, the engine ready, and all that
-// follows comes from the engine.
-int RunAlone(const Protocol& protocol, void (*begin)());

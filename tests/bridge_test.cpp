@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "bench/engineprocess.h"
+#include "bench/positions.h"
 #include "board/fen.h"
 #include "bridge/clock.h"
 #include "bridge/game.h"
@@ -424,6 +425,22 @@ TEST(BridgeProgram, SearchesAsTheEngineAlone) {
         for (const std::string& move : c.moves) text += (text.empty() ? "" : " ") + move;
         EXPECT_EQ(ThroughUci(c.fen, text, 7), Alone(c.fen, c.moves, 7)) << c.fen;
     }
+}
+
+// The last line is what test frameworks read; the nodes are those of the lines above it.
+TEST(BridgeProgram, BenchEndsInNodesAndSpeed) {
+    std::FILE* const pipe = popen(VELTRAMOX_BRIDGE " bench 3", "r");
+    char line[256];
+    long long sum = 0, nodes = 0, total = 0, speed = 0;
+    int searches = 0;
+    while (std::fgets(line, sizeof line, pipe) != nullptr) {
+        searches += std::sscanf(line, "%*d %*s %*d %lld", &nodes) == 1;
+        if (std::sscanf(line, "%lld nodes %lld nps", &total, &speed) != 2) sum += nodes;
+    }
+    EXPECT_EQ(pclose(pipe), 0);
+    EXPECT_EQ(searches, static_cast<int>(std::size(kBenchPositions)));
+    EXPECT_EQ(total, sum);
+    EXPECT_GT(speed, 0);
 }
 
 TEST(BridgeProgram, AnEngineThatDiesIsReplaced) {

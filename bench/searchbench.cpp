@@ -1,0 +1,43 @@
+#include "bench/searchbench.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "bench/positions.h"
+#include "board/fen.h"
+#include "driver/settings.h"
+#include "platform/clock.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/search.h"
+
+bool FreshState() {
+    FreePawnTable();
+    if (!AllocateTranspositionTable(TranspositionSize) ||
+        !AllocatePawnTable(PawnHashSize))
+        return false;
+    ClearHistoryAndKillers();
+    ResetMargins();
+    PreviousScore = 0;
+    StopSearch = 0;
+    TimeBudget = kUnlimitedBudget;
+    PollInterval = kLongPollInterval;
+    return true;
+}
+
+SearchBench SearchBenchPositions(int depth) {
+    SearchBench bench;
+    int number = 0;
+    for (const char* fen : kBenchPositions) {
+        if (!FreshState() || !SetFen(fen)) std::abort();
+        const double start = UserSeconds();
+        Search(depth, false);
+        bench.seconds += UserSeconds() - start;
+        bench.nodes += NodeCount;
+        char text[kMoveTextSize];
+        MoveToText(text, RootMoves[0]);
+        std::printf("%2d %-5s %6d %10lld  %s\n", ++number, text, RootScore,
+                    static_cast<long long>(NodeCount), fen);
+    }
+    return bench;
+}
