@@ -3,7 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#ifdef __linux__
+#include <sys/ptrace.h>
+#endif
+
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -149,6 +154,22 @@ TEST_F(StatisticsTest, FullCountersShrinkTogether) {
     EXPECT_EQ(ReadCounter(8, kStatisticsDraw), 0);
 }
 
+// Nothing around a pair changes with it, at the file's end too.
+TEST_F(StatisticsTest, NeighboursOfAFullPairStay) {
+    const int last = kMaterialPairs - 1;
+    for (const int pair : {0, 7, last}) {
+        std::string file(kStatisticsSize, '\x5A'), expected = file;
+        const auto at = static_cast<std::size_t>(pair) * 6;
+        file.replace(at, 6, std::string("\x00\x04\xFF\xFE\xFF\x00", 6));
+        expected.replace(at, 6, std::string("\x00\x02\xAA\xAA\xAA\x00", 6));
+        CloseStatisticsFile();
+        scratch.Write("set", file);
+        Open();
+        CountResult(pair, kStatisticsWin);
+        EXPECT_TRUE(scratch.Read("set") == expected) << pair;
+    }
+}
+
 TEST_F(StatisticsTest, NewAndShortFilesAreCompleted) {
     EXPECT_TRUE(scratch.Read("set") == std::string(2519424, '\0'));
     CountResult(0, kStatisticsWin);
@@ -227,6 +248,45 @@ TEST_F(StatisticsTest, NothingIsLostWhenKilled) {
         EXPECT_LE(found, before + calls + 1);
         before = found;
     }
+}
+
+#endif
+
+#ifdef __linux__
+
+// Every state of a pair's counters that a kill could leave while a result is counted: the
+// counting process is stopped before each of its instructions. Empty when processes
+// cannot be traced here.
+std::set<std::vector<int>> StatesWhileCounting(int pair, int result) {
+    const pid_t child = fork();
+    if (child == 0) {
+        if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(1);
+        raise(SIGSTOP);
+        CountResult(pair, result);
+        _exit(0);
+    }
+    std::set<std::vector<int>> states;
+    int status = 0;
+    waitpid(child, &status, 0);
+    while (WIFSTOPPED(status)) {
+        states.insert({ReadCounter(pair, 0), ReadCounter(pair, 1), ReadCounter(pair, 2)});
+        if (ptrace(PTRACE_SINGLESTEP, child, nullptr, nullptr) != 0) kill(child, SIGKILL);
+        waitpid(child, &status, 0);
+    }
+    return states;
+}
+
+TEST_F(StatisticsTest, AKillFindsAPairBeforeOrAfterItsChange) {
+    std::string file(kStatisticsSize, '\0');
+    file.replace(42, 6, std::string("\x30\xFF\x00\x01\xFF\xFE", 6));
+    scratch.Write("set", file);
+    Open();
+    using States = std::set<std::vector<int>>;
+    const States carried = StatesWhileCounting(7, kStatisticsDraw);
+    if (carried.empty()) GTEST_SKIP() << "processes cannot be traced";
+    EXPECT_EQ(carried, (States{{0x30FF, 1, 65534}, {0x3100, 1, 65534}}));
+    EXPECT_EQ(StatesWhileCounting(7, kStatisticsLoss),
+              (States{{0x3100, 1, 65534}, {0x3100 * 2 / 3, 0, 43690}}));
 }
 
 #endif
