@@ -18,6 +18,7 @@
 #include "tests/moves.h"
 #include "tests/scratch.h"
 #include "tools/randomgames.h"
+#include "tools/sanwriter.h"
 
 namespace {
 
@@ -199,7 +200,11 @@ int SimpleSignature(int colour) {
 TEST_F(StatisticsTest, AgreesWithASimpleCountOfFiveHundredGames) {
     std::string pgn, expected(kStatisticsSize, '\0');
     int promotions = 0, castlings = 0, enPassants = 0;
-    for (std::uint32_t number = 0; number < 500; ++number) {
+    int byFile = 0, byRank = 0, byBoth = 0;  // "Nbd7", "N5d7", "Nb5d7"
+    for (std::uint32_t i = 0; i < 500; ++i) {
+        // Among random games few name both file and rank; these do.
+        constexpr std::uint32_t kByBoth[] = {4974, 7659, 8974, 17450};
+        const std::uint32_t number = i < 496 ? i : kByBoth[i - 496];
         const RandomGame game = MakeRandomGame(number, 400);
         pgn += PgnOf(game, number);
         const std::vector<Move> moves(Board.MoveHistory,
@@ -212,6 +217,10 @@ TEST_F(StatisticsTest, AgreesWithASimpleCountOfFiveHundredGames) {
             promotions += Promotion(m) != 0;
             castlings += Moving(m) == KING && FileDistance(From(m), To(m)) == 2;
             enPassants += IsEnPassant(m);
+            std::string san = SanOf(m);
+            std::erase_if(san, [](char c) { return c == 'x' || c == '+' || c == '#'; });
+            if (Moving(m) != PAWN && san[0] != 'O' && san.size() > 3)
+                ++(san.size() == 5 ? byBoth : san[1] >= 'a' ? byFile : byRank);
             if (quiet && stretch && game.result != "*") {
                 const int own = SimpleSignature(S), other = SimpleSignature(1 - S);
                 const int result = game.result[1] == '/'                    ? 0
@@ -230,6 +239,9 @@ TEST_F(StatisticsTest, AgreesWithASimpleCountOfFiveHundredGames) {
     EXPECT_GT(promotions, 100);
     EXPECT_GT(castlings, 20);
     EXPECT_GT(enPassants, 10);
+    EXPECT_GT(byFile, 100);
+    EXPECT_GT(byRank, 10);
+    EXPECT_GE(byBoth, 4);
 }
 
 #ifndef _WIN32
