@@ -16,6 +16,8 @@ enum CharacterClass : std::uint8_t {
     kAnnotation = 2,  // may be skipped between moves; the "0" is looked at more closely
     kToken = 4,       // belongs to a move
     kStructure = 8,   // "[", "{", "(", ";"
+    kForeign = 16,    // letters of other notations: "S" and "T", those beyond ASCII
+    kMoveBegin = 32,  // what makes a move of another notation when it follows those
 };
 
 consteval std::array<std::uint8_t, 256> MakeClasses() {
@@ -26,8 +28,11 @@ consteval std::array<std::uint8_t, 256> MakeClasses() {
     };
     for (std::size_t c = 1; c <= ' '; ++c) classes[c] = kBlank | kAnnotation;
     add("123456789.!?+-#$/\\*", kAnnotation);
-    add("abcdefgh012345678KQNBR=-O:x", kToken);
+    add("abcdefgh012345678KQNBRP=-O:x", kToken);
+    add("abcdefgh012345678KQNBRPOx", kMoveBegin);
     add("[{(;", kStructure);
+    add("ijklmnopqrstuvwyzACDEFGHIJLMSTUVWXYZ", kForeign);
+    for (std::size_t c = 0x80; c <= 0xFF; ++c) classes[c] = kForeign;
     return classes;
 }
 constexpr std::array<std::uint8_t, 256> kClasses = MakeClasses();
@@ -235,12 +240,22 @@ void CleanToken(const char* raw, char* token) {
     *token = '\0';
 }
 
-// "e.p." behind an en passant capture is not a move of a pawn on the e-file.
+// "e.p." and "ep" behind an en passant capture are no moves of a pawn on the e-file.
 bool SkipEnPassantMark(PgnReader& pgn, const char* token) {
-    if (token[0] != 'e' || token[1] != '\0' || *pgn.at != '.' || Peek(pgn, 1) != 'p')
-        return false;
-    pgn.at += 2;
+    if (token[0] != 'e' || token[1] != '\0') return false;
+    const int dots = *pgn.at == '.' ? 1 : 0;
+    if (Peek(pgn, dots) != 'p') return false;
+    pgn.at += dots + 1;
     return true;
+}
+
+// Skips letters of other notations. True when a move follows them at once: "Sf3" and a
+// figurine's "f3" must not be taken for a pawn's move.
+bool SkipForeign(PgnReader& pgn) {
+    do
+        while (Is(*pgn.at, kForeign)) ++pgn.at;
+    while (pgn.at == pgn.end && Refill(pgn));
+    return Is(*pgn.at, kMoveBegin);
 }
 
 // "=" and ":" by themselves say something about the position; they are no moves.
@@ -249,8 +264,8 @@ bool IsMark(const char* raw) {
     return *raw == '\0';
 }
 
-PgnStatus Resolve(PgnReader& pgn, const char* raw, Move& move) {
-    pgn.matches = ResolveSan(raw, move);
+PgnStatus Resolve(PgnReader& pgn, const char* raw, bool foreign, Move& move) {
+    pgn.matches = foreign ? 0 : ResolveSan(raw, move);
     if (pgn.matches == 1) return PgnStatus::Found;
     CleanToken(raw, pgn.token);
     pgn.gameLost = true;
@@ -290,7 +305,12 @@ bool NextPgnGame(PgnReader& pgn) {
 
 PgnStatus NextPgnMove(PgnReader& pgn, Move& move) {
     for (;;) {
-        const char c = SkipAnnotations(pgn);
+        char c = SkipAnnotations(pgn);
+        const bool foreign = Is(c, kForeign);
+        if (foreign) {
+            if (!SkipForeign(pgn)) continue;
+            c = *pgn.at;
+        }
         if (Is(c, kToken)) {
             char raw[kPgnTokenLimit + 1];
             if (!ReadToken(pgn, raw)) {
@@ -299,7 +319,7 @@ PgnStatus NextPgnMove(PgnReader& pgn, Move& move) {
                 return PgnStatus::TooLong;
             }
             if (pgn.gameLost || SkipEnPassantMark(pgn, raw)) continue;
-            if (!IsMark(raw)) return Resolve(pgn, raw, move);
+            if (!IsMark(raw)) return Resolve(pgn, raw, foreign, move);
         } else if (c == '\0' || c == '[') {
             pgn.inGame = false;
             return c == '[' ? PgnStatus::GameEnd : PgnStatus::FileEnd;

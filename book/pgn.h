@@ -9,7 +9,8 @@
 //
 // Read over wherever they stand: comments in braces, nested, and after semicolons;
 // variations in parentheses, nested; move numbers, results, annotation signs and numbers;
-// characters that belong to nothing.
+// characters that belong to nothing. A move in another notation ("Sf3", a figurine) is
+// none that could be told.
 #pragma once
 
 #include <cstddef>

@@ -11,6 +11,7 @@
 #include "platform/bytes.h"
 #include "platform/files.h"
 #include "platform/output.h"
+#include "platform/process.h"
 
 namespace {
 
@@ -33,10 +34,24 @@ void StoreCounter(int pair, int result, int value) {
     std::memcpy(CounterAt(pair, result), bytes, sizeof bytes);
 }
 
-// Creates the file, or fills up one that is too short, with zeros.
+// All three counters of a pair at once, so that a kill finds them in proportion: eight
+// bytes in one store, the two that are a neighbour's as they were.
+void StorePair(int pair, const int (&values)[3]) {
+    const int before =
+        pair == kMaterialPairs - 1 ? 2 : 0;  // nothing stands behind the last
+    std::uint8_t* const at = CounterAt(pair, 0) - before;
+    std::uint8_t bytes[8];
+    std::memcpy(bytes, at, sizeof bytes);
+    for (int r = 0; r < 3; ++r)
+        Put16be(bytes + before + 2 * r, static_cast<std::uint16_t>(values[r]));
+    std::memcpy(at, bytes, sizeof bytes);
+}
+
+// Creates the file, or fills up one that is too short, with zeros. Never empties one:
+// another process may have made it meanwhile.
 bool CompleteFile(const char* name) {
     FileHandle file = OpenFile(name, FileMode::Update);
-    if (file == nullptr) file = OpenFile(name, FileMode::Create);
+    if (file == nullptr && AppendText(name, "")) file = OpenFile(name, FileMode::Update);
     if (file == nullptr) return false;
     const std::int64_t size = FileSize(file);
     bool complete = size >= static_cast<std::int64_t>(kStatisticsSize);
@@ -128,7 +143,8 @@ void CountResult(int pair, int result) {
         StoreCounter(pair, result, values[result]);
         return;
     }
-    for (int r = 0; r < 3; ++r) StoreCounter(pair, r, 2 * values[r] / 3);
+    for (int& value : values) value = 2 * value / 3;
+    StorePair(pair, values);
 }
 
 std::uint16_t ReadCounter(int pair, int result) {
@@ -144,7 +160,8 @@ int BuildStatistics(const char* pgnName) {
         return 0;
     }
     PgnStatus status = PgnStatus::GameEnd;
-    for (int finished = 0; status == PgnStatus::GameEnd && NextPgnGame(*pgn);
+    for (int finished = 0;
+         status == PgnStatus::GameEnd && !TerminationRequested() && NextPgnGame(*pgn);
          ++finished) {
         SetStartPosition();
         // After a move that cannot be told the rest of the game is only read over.

@@ -2,6 +2,16 @@
 // to move won, lost and drew. The counters live in a file that is mapped into memory, so
 // what has been counted is in the file at once.
 //
+// A program killed at any instant leaves the file as it was between two calls of
+// CountResult: every count made so far is in it, by this run and by those before, and no
+// counter is half written. (The rescaling of a pair is one store where processors have
+// stores of eight bytes; on others a kill can fall between its two halves.) The games of
+// a run that did not reach its end are counted up to the kill: counting the same
+// collection again counts those twice. Nothing is promised for a system that goes down
+// itself, which writes files back when it likes, nor for two programs that count into one
+// file at once: each then may undo counts of the other. Shards with files of their own
+// are added up by the companion program.
+//
 //   The file: 648 x 648 x 3 counters of 16 bits, most significant byte first, no header.
 //   The counters of pair i = 648 x (signature of the side to move) + (signature of the
 //   other side) stand at 6 i: draws, wins, losses of the side to move.
@@ -22,8 +32,8 @@ inline constexpr int kStatisticsLoss = 2;
 // has more than two knights or rooks or more than one of the others.
 int MaterialSignature(int colour);
 
-// Opens the file, creating it and completing one that is too short. False, with a line on
-// standard output, when that fails.
+// Opens the file, creating it and completing one that is too short; what it holds is
+// never discarded. False, with a line on standard output, when that fails.
 bool OpenStatisticsFile(const char* name = "Veltramox.set");
 void CloseStatisticsFile();
 
@@ -32,8 +42,9 @@ void CloseStatisticsFile();
 void CountResult(int pair, int result);
 std::uint16_t ReadCounter(int pair, int result);
 
-// Counts all games of a PGN file, and reports on standard output. The exit status: 0, or
-// 2 when a token is too long to be a move and the reading has stopped there.
+// Counts all games of a PGN file, and reports on standard output. When the program is
+// asked to end it stops behind the game at hand. The exit status: 0, or 2 when a token is
+// too long to be a move and the reading has stopped there.
 int BuildStatistics(const char* pgnName);
 // Appends a line with the results for the material on the board to the report.
 void ReportStatistics(const char* reportName = "out.vlx");

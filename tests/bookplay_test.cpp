@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include "book/statistics.h"
@@ -81,6 +82,22 @@ TEST(BookInPlay, StatisticsModesReplaceTheGame) {
     folder.Write("long.pgn", "[Result \"1-0\"]\n1. e4 eeeeeeeeeeeeeeeeeeee");
     EXPECT_EQ(folder.Say("", "-p long.pgn"),
               opening + "Error parsing move (move too long): eeeeeeeeeeeeeee...\nexit 2");
+}
+
+// A collection without end: only the request to end stops the counting, and the counts
+// are kept.
+TEST(BookInPlay, CountingEndsWhenAskedTo) {
+    Folder folder;
+    folder.Write("Veltramox.ini", "UseEGTB=off\n");
+    // Asked when its first lines are out; killed nine seconds later if that was no use.
+    const std::string command =
+        "cd '" + folder.directory.string() +
+        "' && { yes '[Result \"1-0\"] 1. e4 e5' 2>yes.err | timeout --preserve-status "
+        "-k 9 60 '" VELTRAMOX_PROGRAM
+        "' -p /dev/stdin >out & "
+        "until test -s out || ! kill -0 $!; do sleep 0.02; done; kill $!; wait $!; }";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+    EXPECT_NE(folder.Read("Veltramox.set"), std::string(kStatisticsSize, '\0'));
 }
 
 #endif

@@ -61,6 +61,15 @@ TEST(PgnReading, FilesOfEveryShape) {
          "W g1f3 g8f6 g2g3 g7g6 f1g2 f8g7 e1g1 e8g8 d2d4 | "},
         {tag + "1. e4 d5 2. exd5 c5 3. d5xc6 e.p. Nxc6",
          "W e2e4 d7d5 e4d5 c7c5 d5c6 b8c6 | "},
+        {tag + "1. e4 d5 2. exd5 c5 3. dxc6ep Nxc6 4. f3 \xB1 D b5 5. a3 b4 "
+               "6. c4 bxc3 ep 7. Nxc3",
+         "W e2e4 d7d5 e4d5 c7c5 d5c6 b8c6 f2f3 b7b5 a2a3 b5b4 "
+         "c2c4 b4c3 b1c3 | "},
+        // Taken for a pawn's move each of these would go on with a game never played.
+        {tag + "1. e4 Sf6 2. d4", "W e2e4 ?f6 | "},
+        {tag + "1. \xE2\x99\x98" + "f3 e5", "W ?f3 | "},
+        {tag + "1. e4 Z0 2. e5", "W e2e4 ?0 | "},
+        {tag + "1. Pe4 Pe5", e4e5},
         {tag + "1. e2-e4 e7e5 2. Ng1-f3 Nb8c6", "W e2e4 e7e5 g1f3 b8c6 | "},
         {tag + "1. e4 e5 2. e4 e6 3. d4 [A \"b\"]\n1. d4", "W e2e4 e7e5 ?e4 | - d2d4 | "},
         {tag + "1. Nf3 a6 2. d3 a5 3. Nd2 a4\n\n" + tag + "1. d4",

@@ -3,7 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#ifdef __linux__
+#include <sys/ptrace.h>
+#endif
+
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,6 +18,7 @@
 #include "tests/moves.h"
 #include "tests/scratch.h"
 #include "tools/randomgames.h"
+#include "tools/sanwriter.h"
 
 namespace {
 
@@ -149,6 +155,22 @@ TEST_F(StatisticsTest, FullCountersShrinkTogether) {
     EXPECT_EQ(ReadCounter(8, kStatisticsDraw), 0);
 }
 
+// Nothing around a pair changes with it, at the file's end too.
+TEST_F(StatisticsTest, NeighboursOfAFullPairStay) {
+    const int last = kMaterialPairs - 1;
+    for (const int pair : {0, 7, last}) {
+        std::string file(kStatisticsSize, '\x5A'), expected = file;
+        const auto at = static_cast<std::size_t>(pair) * 6;
+        file.replace(at, 6, std::string("\x00\x04\xFF\xFE\xFF\x00", 6));
+        expected.replace(at, 6, std::string("\x00\x02\xAA\xAA\xAA\x00", 6));
+        CloseStatisticsFile();
+        scratch.Write("set", file);
+        Open();
+        CountResult(pair, kStatisticsWin);
+        EXPECT_TRUE(scratch.Read("set") == expected) << pair;
+    }
+}
+
 TEST_F(StatisticsTest, NewAndShortFilesAreCompleted) {
     EXPECT_TRUE(scratch.Read("set") == std::string(2519424, '\0'));
     CountResult(0, kStatisticsWin);
@@ -178,7 +200,11 @@ int SimpleSignature(int colour) {
 TEST_F(StatisticsTest, AgreesWithASimpleCountOfFiveHundredGames) {
     std::string pgn, expected(kStatisticsSize, '\0');
     int promotions = 0, castlings = 0, enPassants = 0;
-    for (std::uint32_t number = 0; number < 500; ++number) {
+    int byFile = 0, byRank = 0, byBoth = 0;  // "Nbd7", "N5d7", "Nb5d7"
+    for (std::uint32_t i = 0; i < 500; ++i) {
+        // Among random games few name both file and rank; these do.
+        constexpr std::uint32_t kByBoth[] = {4974, 7659, 8974, 17450};
+        const std::uint32_t number = i < 496 ? i : kByBoth[i - 496];
         const RandomGame game = MakeRandomGame(number, 400);
         pgn += PgnOf(game, number);
         const std::vector<Move> moves(Board.MoveHistory,
@@ -191,6 +217,10 @@ TEST_F(StatisticsTest, AgreesWithASimpleCountOfFiveHundredGames) {
             promotions += Promotion(m) != 0;
             castlings += Moving(m) == KING && FileDistance(From(m), To(m)) == 2;
             enPassants += IsEnPassant(m);
+            std::string san = SanOf(m);
+            std::erase_if(san, [](char c) { return c == 'x' || c == '+' || c == '#'; });
+            if (Moving(m) != PAWN && san[0] != 'O' && san.size() > 3)
+                ++(san.size() == 5 ? byBoth : san[1] >= 'a' ? byFile : byRank);
             if (quiet && stretch && game.result != "*") {
                 const int own = SimpleSignature(S), other = SimpleSignature(1 - S);
                 const int result = game.result[1] == '/'                    ? 0
@@ -209,6 +239,9 @@ TEST_F(StatisticsTest, AgreesWithASimpleCountOfFiveHundredGames) {
     EXPECT_GT(promotions, 100);
     EXPECT_GT(castlings, 20);
     EXPECT_GT(enPassants, 10);
+    EXPECT_GT(byFile, 100);
+    EXPECT_GT(byRank, 10);
+    EXPECT_GE(byBoth, 4);
 }
 
 #ifndef _WIN32
@@ -227,6 +260,45 @@ TEST_F(StatisticsTest, NothingIsLostWhenKilled) {
         EXPECT_LE(found, before + calls + 1);
         before = found;
     }
+}
+
+#endif
+
+#ifdef __linux__
+
+// Every state of a pair's counters that a kill could leave while a result is counted: the
+// counting process is stopped before each of its instructions. Empty when processes
+// cannot be traced here.
+std::set<std::vector<int>> StatesWhileCounting(int pair, int result) {
+    const pid_t child = fork();
+    if (child == 0) {
+        if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(1);
+        raise(SIGSTOP);
+        CountResult(pair, result);
+        _exit(0);
+    }
+    std::set<std::vector<int>> states;
+    int status = 0;
+    waitpid(child, &status, 0);
+    while (WIFSTOPPED(status)) {
+        states.insert({ReadCounter(pair, 0), ReadCounter(pair, 1), ReadCounter(pair, 2)});
+        if (ptrace(PTRACE_SINGLESTEP, child, nullptr, nullptr) != 0) kill(child, SIGKILL);
+        waitpid(child, &status, 0);
+    }
+    return states;
+}
+
+TEST_F(StatisticsTest, AKillFindsAPairBeforeOrAfterItsChange) {
+    std::string file(kStatisticsSize, '\0');
+    file.replace(42, 6, std::string("\x30\xFF\x00\x01\xFF\xFE", 6));
+    scratch.Write("set", file);
+    Open();
+    using States = std::set<std::vector<int>>;
+    const States carried = StatesWhileCounting(7, kStatisticsDraw);
+    if (carried.empty()) GTEST_SKIP() << "processes cannot be traced";
+    EXPECT_EQ(carried, (States{{0x30FF, 1, 65534}, {0x3100, 1, 65534}}));
+    EXPECT_EQ(StatesWhileCounting(7, kStatisticsLoss),
+              (States{{0x3100, 1, 65534}, {0x3100 * 2 / 3, 0, 43690}}));
 }
 
 #endif

@@ -7,6 +7,8 @@
 
 #include "book/book.h"
 #include "book/learnfile.h"
+#include "book/statistics.h"
+#include "platform/bytes.h"
 #include "platform/output.h"
 #include "tests/bookmaker.h"
 #include "tests/moves.h"
@@ -14,6 +16,7 @@
 #include "tools/bookcommands.h"
 #include "tools/learncommands.h"
 #include "tools/randomgames.h"
+#include "tools/statscommands.h"
 
 namespace {
 
@@ -352,6 +355,106 @@ TEST_F(LearnToolTest, FindsDamageAndCompactsItAway) {
         EXPECT_EQ(Compact()[0], '1');
         EXPECT_EQ(scratch.Read("learn"), content);
     }
+}
+
+class StatisticsToolTest : public ::testing::Test {
+protected:
+    // A file with these counts: pair, draws, wins and losses.
+    struct Counts {
+        int own, other, values[3];
+    };
+    std::string File(const std::string& name, const std::vector<Counts>& all) {
+        std::string file(kStatisticsSize, '\0');
+        for (const Counts& c : all)
+            for (std::size_t r = 0; r < 3; ++r) {
+                const auto at = static_cast<std::size_t>(c.own * kSignatures + c.other);
+                Put16be(reinterpret_cast<std::uint8_t*>(&file[6 * at + 2 * r]),
+                        static_cast<std::uint16_t>(c.values[r]));
+            }
+        scratch.Write(name, file);
+        return scratch.Path(name);
+    }
+    static std::string Query(const std::string& file, const char* materials) {
+        return OutputOf([&] { return QueryStatistics(file, materials, false); });
+    }
+    static constexpr int kRook = 2, kRookPawn = 74, kLight = 36, kDark = 18;
+    Scratch scratch;
+};
+
+TEST_F(StatisticsToolTest, QueriesSeeBothSidesAndAnyBishop) {
+    const std::string file = File("a", {{kRookPawn, kRook, {1, 2, 3}},
+                                        {kRook, kRookPawn, {10, 20, 30}},
+                                        {kRook, kRook, {4, 5, 6}},
+                                        {kLight, kDark, {1, 1, 0}},
+                                        {kDark, kLight, {0, 2, 1}},
+                                        {kLight, kRook, {0, 7, 0}},
+                                        {647, 647, {0, 1, 0}}});
+    const struct {
+        const char *materials, *report;
+    } cases[] = {
+        {"KRP KR",
+         "0 KRP to move                  6 games: 2 won, 1 drawn, 3 lost, 41.7%\n"
+         "KR to move                   60 games: 30 won, 10 drawn, 20 lost, 58.3%\n"
+         "together                     66 games: 32 won, 11 drawn, 23 lost, 56.8%\n"},
+        {" r pr",
+         "0 r to move                    60 games: 20 won, 10 drawn, 30 lost, 41.7%\n"
+         "pr to move                   6 games: 3 won, 1 drawn, 2 lost, 58.3%\n"
+         "together                     66 games: 23 won, 11 drawn, 32 lost, 43.2%\n"},
+        // Equal materials: a game is one game.
+        {"KR KR",
+         "0 KR to move                   15 games: 5 won, 4 drawn, 6 lost, 46.7%\n"
+         "KR to move                   15 games: 6 won, 4 drawn, 5 lost, 53.3%\n"
+         "together                     15 games: 5 won, 4 drawn, 6 lost, 46.7%\n"},
+        {"KB KD",
+         "0 KB to move                   2 games: 1 won, 1 drawn, 0 lost, 75.0%\n"
+         "KD to move                   3 games: 1 won, 0 drawn, 2 lost, 33.3%\n"
+         "together                     5 games: 2 won, 1 drawn, 2 lost, 50.0%\n"},
+        {"KB KR",
+         "0 KB to move                   7 games: 7 won, 0 drawn, 0 lost, 100.0%\n"
+         "KR to move                   no games\n"
+         "together                     7 games: 7 won, 0 drawn, 0 lost, 100.0%\n"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(Query(file, c.materials), c.report);
+    for (const char* bad : {"", "KR", "KR KR KR", "KX K", "KQQ K", "KBBB K", "KLL K"})
+        EXPECT_EQ(Query(file, bad),
+                  "1 veltramox-tool: not a pair of materials like \"KRP KR\": " +
+                      std::string(bad) + "\n");
+    EXPECT_EQ(Query(scratch.Path("none"), "K K")[0], '1');
+    EXPECT_EQ(
+        OutputOf([&] { return TopStatistics(file, 3, false); }),
+        "0 KRP KR                       66 games: 32 won, 11 drawn, 23 lost, 56.8%\n"
+        "KR KR                        15 games: 5 won, 4 drawn, 6 lost, 46.7%\n"
+        "KL KR                        7 games: 7 won, 0 drawn, 0 lost, 100.0%\n");
+    EXPECT_NE(OutputOf([&] { return TopStatistics(file, 9, true); })
+                  .find("\"material\": \"KQRRBBNNPPPPPPPP\",\n"
+                        "      \"against\": \"KQRRBBNNPPPPPPPP\",\n"
+                        "      \"games\": 1,\n      \"wins\": 1,\n"),
+              std::string::npos);
+}
+
+TEST_F(StatisticsToolTest, MergedFilesAddUp) {
+    const std::string a = File("a", {{0, 1, {1, 2, 3}},
+                                     {0, 2, {3, 40000, 0}},
+                                     {0, 3, {65534, 65534, 1}},
+                                     {647, 647, {0, 0, 32767}}});
+    const std::string b = File("b", {{0, 1, {4, 0, 0xFF}},
+                                     {0, 2, {1, 25535, 1}},
+                                     {0, 3, {65534, 0, 0}},
+                                     {647, 647, {0, 0, 32767}}});
+    const std::string c = File("c", {{0, 1, {5, 2, 0x102}},
+                                     {0, 2, {2, 43690, 0}},
+                                     {0, 3, {58252, 29126, 0}},
+                                     {647, 647, {0, 0, 65534}}});
+    EXPECT_EQ(OutputOf([&] { return MergeStatistics(a, b, scratch.Path("d"), false); }),
+              "0 " + scratch.Path("d") + ": 196869 results, 3 times rescaled\n");
+    EXPECT_TRUE(scratch.Read("d") == scratch.Read("c"));
+    scratch.Write("short", "x");
+    EXPECT_EQ(
+        OutputOf([&] { return MergeStatistics(a, scratch.Path("short"), a, false); })[0],
+        '1');
+    EXPECT_EQ(
+        OutputOf([&] { return MergeStatistics(a, b, scratch.Path("no/d"), false); })[0],
+        '1');
 }
 
 }  // namespace

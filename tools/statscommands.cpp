@@ -170,16 +170,25 @@ int QueryStatistics(const std::string& name, const std::string& materials, bool 
     const std::vector<int> owns = SignaturesOf(own), others = SignaturesOf(other);
     if (owns.empty() || others.empty() || own.empty() || other.empty() || words >> more)
         return Fail("not a pair of materials like \"KRP KR\": " + materials);
-    Results toMove, notToMove;
+    const auto has = [](const std::vector<int>& signatures, int signature) {
+        return std::find(signatures.begin(), signatures.end(), signature) !=
+               signatures.end();
+    };
+    Results toMove, notToMove, together;
     for (const int a : owns)
         for (const int b : others) {
-            toMove = Sum(toMove, ResultsToMove(counters, a, b));
-            notToMove = Sum(notToMove, Reversed(ResultsToMove(counters, b, a)));
+            const Results first = ResultsToMove(counters, a, b);
+            const Results second = Reversed(ResultsToMove(counters, b, a));
+            toMove = Sum(toMove, first);
+            notToMove = Sum(notToMove, second);
+            together = Sum(together, first);
+            // Equal materials have each game in both; it is one game all the same.
+            if (!has(owns, b) || !has(others, a)) together = Sum(together, second);
         }
     if (!json) {
         WriteResults((own + " to move").c_str(), toMove);
         WriteResults((other + " to move").c_str(), notToMove);
-        WriteResults("together", Sum(toMove, notToMove));
+        WriteResults("together", together);
         return 0;
     }
     JsonWriter writer;
@@ -188,7 +197,7 @@ int QueryStatistics(const std::string& name, const std::string& materials, bool 
     writer.Text("against", other);
     AddResults(writer, "toMove", toMove);
     AddResults(writer, "otherToMove", notToMove);
-    AddResults(writer, "together", Sum(toMove, notToMove));
+    AddResults(writer, "together", together);
     writer.End();
     return 0;
 }
