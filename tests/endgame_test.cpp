@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <random>
 #include <string>
 #include <vector>
@@ -98,7 +99,7 @@ bool InCheck(int colour) {
 // [t][pawn][wk][bk], 1 = the pawn's side wins.
 class ExactPawnEnding {
 public:
-    ExactPawnEnding() : wins(2 * 64 * 64 * 64) {
+    ExactPawnEnding() {
         for (int pawn = H7; pawn >= A2; --pawn)
             for (bool changed = true; changed;) {
                 changed = false;
@@ -121,9 +122,12 @@ private:
     }
     static bool NewQueenWins(int queen, int wk, int bk) {
         SetUpBoard(BLACK, {{wk, WHITE, KING}, {bk, BLACK, KING}, {queen, WHITE, QUEEN}});
-        const std::vector<Move> moves = LegalMoves();
+        MoveStackTop = 0;
+        GenerateLegalMoves(0);
         const auto takes = [](Move m) { return Captured(m) != EMPTY; };
-        return moves.empty() ? InCheck(BLACK) : std::ranges::none_of(moves, takes);
+        return MoveStackTop == 0
+                   ? InCheck(BLACK)
+                   : std::none_of(MoveStack, MoveStack + MoveStackTop, takes);
     }
     bool CanWin(int p, int wk, int bk) const {
         for (SquareSet steps = KingAttacks[wk] & ~SquareMask(p); steps != 0;) {
@@ -144,11 +148,11 @@ private:
             if (!Wins(0, p, wk, TakeLowest(steps))) return false;
         return true;
     }
-    std::vector<char> wins;
+    std::array<char, std::size_t{1} << 19> wins{};
 };
 
 TEST_F(Endgame, KingAndPawnTablesHoldTheirCountsAndContainExactAnalysis) {
-    const ExactPawnEnding exact;
+    static const ExactPawnEnding exact;
     int legal = 0, exactWins = 0, closure = 0, alone = 0;
     for (int i = 0; i < 1 << 19; ++i) {
         const int p = i >> 1 & 63, t = i & 1, wk = i >> 7 & 63, bk = i >> 13;
