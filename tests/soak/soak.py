@@ -9,6 +9,7 @@ the fault comes back, and printed as a conversation (see tests/conversations).
 import argparse
 import os
 import random
+import resource
 import selectors
 import shutil
 import subprocess
@@ -171,7 +172,6 @@ class Table:
 
     def __init__(self, program, chance):
         self.program, self.chance = program, chance
-        self.spent = 0  # seconds of processor time of engines that are gone
         self.players = []  # White first
         for name in ("first", "second"):
             self.players.append(Engine(program, name))
@@ -391,12 +391,14 @@ class Table:
             engine.send(self.chance.choice(["?", "?", ".", "undo", "new", "result 1-0", "e2e4"]))
         engine.send("quit")
         finish(engine)
-        self.spent += engine.spent
         self.players[chosen] = Engine(self.program, engine.name)
         self.set_up()
 
     def cpu_seconds(self):
-        return self.spent + sum(engine.cpu_seconds() for engine in self.players)
+        """Of all engines up to now, those that are gone included."""
+        gone = resource.getrusage(resource.RUSAGE_CHILDREN)
+        return gone.ru_utime + gone.ru_stime + sum(
+            engine.cpu_seconds() for engine in self.players)
 
     def end(self):
         for engine in self.players:
@@ -405,7 +407,6 @@ class Table:
 
 def finish(engine):
     """The engine must go in peace."""
-    engine.spent = engine.cpu_seconds()
     status = engine.end()
     complaint = engine.complaint()
     if status != 0 or complaint:
@@ -474,18 +475,17 @@ def main():
     spent = games = plies = disturbances = 0
     while spent < options.cpu:
         table = Table(options.program, chance)
-        used = 0
+        begun = spent
         try:
             # New processes now and then, so that start and end are part of it.
-            while used < 300 and spent + used < options.cpu:
+            while spent < min(begun + 300, options.cpu):
                 table.play()
-                used = table.cpu_seconds()
+                spent = table.cpu_seconds()
             table.end()
         except Fault as fault:
             report(options.program, fault)
             print("0 passed, 1 failed")
             return 1
-        spent += used
         games += table.games
         plies += table.plies
         disturbances += table.disturbances
