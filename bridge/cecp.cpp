@@ -108,7 +108,7 @@ void Protover(const std::string&, std::string_view rest) {
 }
 
 void NewGame(const std::string&, std::string_view) {
-    EndActivity();
+    LeaveGame();
     StartGame();
     Force = false;
     EngineColour = BLACK;
@@ -345,16 +345,22 @@ bool LooksLikeMove(std::string_view word) {
            word[3] >= '1' && word[3] <= '8';
 }
 
+void CarryOut(std::string_view word, const std::string& line, std::string_view rest) {
+    for (const auto& command : kCommands)
+        if (word == command.name) return command.run(line, rest);
+    if (LooksLikeMove(word)) return UserMove(line, word);
+    Refuse(kUnknown, line);
+}
+
 // ---- What happens ----
 
 void OnLine(const std::string& line) {
     std::string_view rest = line;
     const std::string_view word = TakeWord(rest);
     if (word.empty()) return;
-    for (const auto& command : kCommands)
-        if (word == command.name) return command.run(line, rest);
-    if (LooksLikeMove(word)) return UserMove(line, word);
-    Refuse(kUnknown, line);
+    CarryOut(word, line, rest);
+    // The command may have ended the search whose move the answers waited for.
+    if (EngineActivity != Activity::Searching) SendPongs();
 }
 
 // Mates are 100000 and the moves to it.

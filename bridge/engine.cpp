@@ -11,6 +11,7 @@
 
 #include "bridge/gamefolder.h"
 #include "platform/clock.h"
+#include "platform/process.h"
 
 std::string EngineProgram = "veltramox";
 LineReader EngineOutput;
@@ -86,7 +87,7 @@ bool WaitForOutput(std::int64_t deadline) {
     if (left <= 0) return false;
     pollfd waiting = {EngineOutput.descriptor, POLLIN, 0};
     if (poll(&waiting, 1, static_cast<int>(left)) > 0) ReadSome(EngineOutput);
-    return !EngineOutput.ended;
+    return !EngineOutput.ended && !TerminationRequested();
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "board/tables.h"
+#include "platform/process.h"
 
 bool OutsideGone;
 
@@ -75,7 +76,7 @@ bool WriteAll(int descriptor, std::string_view text) {
         } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
             pollfd waiting = {descriptor, POLLOUT, 0};
             poll(&waiting, 1, -1);
-        } else if (errno != EINTR) {
+        } else if (errno != EINTR || TerminationRequested()) {
             return false;
         }
     }
@@ -83,7 +84,7 @@ bool WriteAll(int descriptor, std::string_view text) {
 }
 
 void Say(const char* format, ...) {
-    if (OutsideGone) return;
+    if (OutsideGone || TerminationRequested()) return;
     va_list arguments, again;
     va_start(arguments, format);
     va_copy(again, arguments);

@@ -25,12 +25,14 @@ void ReadSome(LineReader& reader);
 // there is none. A last line without an end is no line.
 bool TakeLine(LineReader& reader, std::string& line);
 
-// Writes all of it, however slow the reader is; false when nobody reads any more.
+// Writes all of it, however slow the reader is; false when nobody reads any more, or when
+// the program is asked to end while it waits.
 bool WriteAll(int descriptor, std::string_view text);
 
 // ---- To the outside ----
 // One line, formatted like printf, its end added here, sent at once. When the outside is
-// gone, OutsideGone becomes true and nothing more is said.
+// gone, OutsideGone becomes true and nothing more is said; nor once the program is asked
+// to end.
 __attribute__((format(printf, 1, 2))) void Say(const char* format, ...);
 extern bool OutsideGone;
 

@@ -51,6 +51,17 @@ std::string FromAnywhere(const std::string& program) {
     return std::filesystem::absolute(program).string();
 }
 
+// Ctrl-C at a terminal, and the terminal's own end, ask to end as SIGTERM does: the
+// engine's folder is to be removed. What is ignored stays so.
+void EndWithTerminal() {
+    struct sigaction terminate, present;
+    sigaction(SIGTERM, nullptr, &terminate);
+    for (const int signal : {SIGINT, SIGHUP}) {
+        sigaction(signal, nullptr, &present);
+        if (present.sa_handler == SIG_DFL) sigaction(signal, &terminate, nullptr);
+    }
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -75,6 +86,7 @@ int main(int count, char** arguments) {
     std::signal(SIGPIPE, SIG_IGN);
     BuildTables();
     if (bench) return RunBench(depth);
+    EndWithTerminal();
     if (!UseGameFolder(folder, fault)) {
         std::fprintf(stderr, "veltramox-bridge: %s\n", fault.c_str());
         return EXIT_FAILURE;

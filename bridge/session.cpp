@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <iterator>
 
 #include "bridge/cecp.h"
 #include "bridge/engine.h"
@@ -47,8 +48,10 @@ std::int64_t MoveDeadline;  // when "?" is due; 0: never
 std::int64_t NodesAskedAt;  // when the node count is asked for next; 0: never
 bool Resigning;             // "resign" came, its move has not yet
 bool StatusWanted;          // the outside has asked
+bool StatusAsked;           // the engine has been, and has not answered yet
+bool MoveAsked;             // it has been told to move now
 int Refusals;               // searches of this position that gave no usable move
-int Deaths;                 // of the engine since its last move
+int Deaths;                 // of the engine since it last ended a search
 bool HasSearched;           // since its start
 bool PonderGranted;         // the engine has been told "hard"
 bool Harvesting;            // what it says while it settles still counts
@@ -101,7 +104,7 @@ void StartClock() {
 
 void ForgetSearch() {
     MoveDeadline = NodesAskedAt = 0;
-    Resigning = StatusWanted = false;
+    Resigning = StatusWanted = StatusAsked = MoveAsked = false;
     PonderHint.clear();
 }
 
@@ -126,6 +129,10 @@ void Search(const std::string& position) {
 void Revive() {
     const Activity interrupted = EngineActivity;
     EngineActivity = Activity::Idle;
+    if (TerminationRequested()) {
+        QuitRequested = true;
+        return;
+    }
     Outside->onNotice("the engine ended unexpectedly; it is started anew");
     if (++Deaths >= kMostDeaths) {
         Outside->onNotice("the engine keeps ending; giving up");
@@ -184,7 +191,16 @@ void AcceptRefusal(const std::string& result) {
     Outside->onNoMove(result);
 }
 
+// The engine looks at its input only now and then, and takes one question at each look:
+// more of them would pile up, until neither side could write any more.
+void AskEngineStatus() {
+    if (StatusAsked) return;
+    StatusAsked = true;
+    TellEngine(".\n");
+}
+
 void AcceptStatus(const std::string& line) {
+    StatusAsked = false;
     if (StatusWanted) Outside->onStatus(line);
     StatusWanted = false;
     std::string_view rest = line;
@@ -262,7 +278,7 @@ void HandleTimers() {
     if (MoveDeadline != 0 && now >= MoveDeadline) MoveNow();
     if (NodesAskedAt != 0 && now >= NodesAskedAt) {
         NodesAskedAt = now + kNodePause;
-        TellEngine(".\n");
+        AskEngineStatus();
     }
 }
 
@@ -274,24 +290,27 @@ int Pause() {
     return static_cast<int>(std::max(next - ClockMilliseconds(), std::int64_t{0}));
 }
 
-// Sleeps until either side has something to say or a timer is due. A request to end the
-// program that comes while it is awake still ends the sleep.
+// Sleeps until either side has something to say, the outside does not listen any more, or
+// a timer is due. A request to end the program that comes while it is awake still ends
+// the sleep.
 void Listen(LineReader& outside) {
     sigset_t terminate, before;
     sigemptyset(&terminate);
-    sigaddset(&terminate, SIGTERM);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&terminate, signal);
     sigprocmask(SIG_BLOCK, &terminate, &before);
-    pollfd waiting[2] = {{outside.descriptor, POLLIN, 0},
-                         {EngineOutput.descriptor, POLLIN, 0}};
+    pollfd waiting[] = {{outside.descriptor, POLLIN, 0},
+                        {EngineOutput.descriptor, POLLIN, 0},
+                        {STDOUT_FILENO, 0, 0}};
     int ready = 0;
     if (!TerminationRequested()) {
         const int pause = Pause();
         const timespec limit = {pause / 1000, pause % 1000 * 1000000L};
-        ready = ppoll(waiting, 2, pause < 0 ? nullptr : &limit, &before);
+        ready = ppoll(waiting, std::size(waiting), pause < 0 ? nullptr : &limit, &before);
     }
     sigprocmask(SIG_SETMASK, &before, nullptr);
     if (TerminationRequested()) QuitRequested = true;
     if (ready <= 0) return;
+    if (waiting[2].revents != 0) OutsideGone = true;
     if (waiting[1].revents != 0) ReadSome(EngineOutput);
     if (waiting[0].revents != 0) ReadSome(outside);
 }
@@ -341,13 +360,17 @@ void EndActivity() {
     if (EngineActivity == Activity::Idle) return;
     EngineActivity = Activity::Idle;
     ForgetSearch();
-    if (SettleEngine(Settled)) return;
+    if (SettleEngine(Settled)) {
+        Deaths = 0;
+        return;
+    }
     EngineOutput.ended = true;
     Revive();
 }
 
 void MoveNow() {
-    if (EngineActivity != Activity::Searching) return;
+    if (EngineActivity != Activity::Searching || MoveAsked) return;
+    MoveAsked = true;
     MoveDeadline = NodesAskedAt = 0;
     TellEngine("?\n");
 }
@@ -385,7 +408,7 @@ std::string EndWithMove() {
 
 void AskStatus() {
     StatusWanted = true;
-    TellEngine(".\n");
+    AskEngineStatus();
 }
 
 bool RestartEngine() {
@@ -399,6 +422,11 @@ bool RestartEngine() {
     ExitStatus = EXIT_FAILURE;
     QuitRequested = true;
     return false;
+}
+
+void LeaveGame() {
+    EndActivity();
+    OnBoard.known = false;
 }
 
 void ForgetGames() {
@@ -434,6 +462,6 @@ int RunSessionByFirstLine() {
         }
         if (input.ended) return EXIT_SUCCESS;
         Listen(input);
-        if (QuitRequested) return EXIT_SUCCESS;
+        if (QuitRequested || OutsideGone) return EXIT_SUCCESS;
     }
 }

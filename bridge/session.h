@@ -62,6 +62,9 @@ long long SearchTime();
 // Starts the engine, anew if it runs; true when it is ready. Otherwise the program is to
 // end, and has been told so.
 bool RestartEngine();
+// Ends what the engine does. Its next position is the beginning of a new game to it, also
+// where the moves would lead there from the old one: a game is credited to the book once.
+void LeaveGame();
 // The engine forgets the games it has seen, unless it has not searched any yet.
 void ForgetGames();
 // Puts options into force that were set since the engine's start.
