@@ -464,20 +464,29 @@ TEST(BridgeProgram, AnEngineThatDiesIsReplaced) {
     }
 }
 
+// A bridge with this script for its engine.
+EngineProcess StartWithEngine(const Scratch& folder, const std::string& script,
+                              bool uci) {
+    folder.Write("engine", "#!/bin/sh\n" + script);
+    folder.Write("bridge", "#!/bin/sh\nexec " VELTRAMOX_BRIDGE " --engine " +
+                               folder.Path("engine") + "\n");
+    for (const char* name : {"engine", "bridge"})
+        std::filesystem::permissions(folder.Path(name),
+                                     std::filesystem::perms::owner_all);
+    return uci ? StartEngine(folder.Path("bridge"), "uci\n", "uciok")
+               : StartEngine(folder.Path("bridge"), "xboard\nprotover 2\n",
+                             "feature done=1");
+}
+
 // An engine that plays without looking: the bridge does not pass such moves on.
 TEST(BridgeProgram, IllegalMovesDoNotPass) {
     Scratch folder;
-    folder.Write("engine",
-                 "#!/bin/sh\nwhile read line; do case $line in\n"
-                 "a1a1x*) echo \"Illegal move: $line\";; go) echo move e2e5;;\n"
-                 "quit) exit;; esac; done\n");
-    std::filesystem::permissions(folder.Path("engine"),
-                                 std::filesystem::perms::owner_all);
-    folder.Write("bridge", "#!/bin/sh\nexec " VELTRAMOX_BRIDGE " --engine " +
-                               folder.Path("engine") + "\n");
-    std::filesystem::permissions(folder.Path("bridge"),
-                                 std::filesystem::perms::owner_all);
-    EngineProcess bridge = StartEngine(folder.Path("bridge"), "uci\n", "uciok");
+    EngineProcess bridge =
+        StartWithEngine(folder,
+                        "while read line; do case $line in\n"
+                        "a1a1x*) echo \"Illegal move: $line\";; go) echo move e2e5;;\n"
+                        "quit) exit;; esac; done\n",
+                        true);
     SendText(bridge, "position startpos\ngo depth 5\n");
     EXPECT_NE(WaitForLine(bridge, "info string the engine made an illegal", kPatience),
               "");
@@ -486,6 +495,53 @@ TEST(BridgeProgram, IllegalMovesDoNotPass) {
     int status = 0;
     ASSERT_EQ(waitpid(bridge.pid, &status, 0), bridge.pid);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == EXIT_FAILURE);
+    close(bridge.toEngine);
+    close(bridge.fromEngine);
+}
+
+// The engine credits a game to its book once, and at "new" begins another.
+TEST(BridgeProgram, ANewGameIsOneToTheEngine) {
+    Scratch folder;
+    EngineProcess bridge = StartWithEngine(
+        folder, "tee -a " + folder.Path("said") + " | " VELTRAMOX_PROGRAM "\n", false);
+    for (int game = 0; game < 3; ++game) {
+        SendText(bridge, "new\nsd 3\nusermove e2e4\n");
+        EXPECT_NE(WaitForLine(bridge, "move ", kPatience), "");
+    }
+    EXPECT_TRUE(StopEngine(bridge));
+    std::istringstream said(folder.Read("said"));
+    int games = 0;
+    for (std::string line; std::getline(said, line);) games += line == "new";
+    EXPECT_EQ(games, 3);
+}
+
+// More questions than the engine answers while it thinks.
+TEST(BridgeProgram, QuestionsDoNotPileUp) {
+    EngineProcess bridge = StartBridge(false);
+    std::string questions = "new\nanalyze\n";
+    for (int i = 0; i < 55000; ++i) questions += ".\n";
+    SendText(bridge, questions + "ping 1\n");
+    EXPECT_NE(WaitForLine(bridge, "pong 1", kPatience), "");
+    EXPECT_TRUE(StopEngine(bridge));
+}
+
+// Nobody reads what it says, and its writing blocks.
+TEST(BridgeProgram, EndsWhenToldToWhileItWaits) {
+    EngineProcess bridge = StartBridge(true);
+    const pid_t engine = ChildOf(bridge.pid);
+    std::string junk;
+    for (int i = 0; i < 3000; ++i) junk += "what is this\n";
+    SendText(bridge, junk);  // the complaints are longer than the pipe
+    usleep(300000);
+    kill(bridge.pid, SIGTERM);
+    int status = 0, waited = 0;
+    pid_t ended = 0;
+    while ((ended = waitpid(bridge.pid, &status, WNOHANG)) == 0 && waited++ < 1000)
+        usleep(10000);
+    EXPECT_EQ(ended, bridge.pid);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_NE(kill(engine, 0), 0);
+    if (ended == 0) kill(bridge.pid, SIGKILL);
     close(bridge.toEngine);
     close(bridge.fromEngine);
 }
