@@ -26,6 +26,12 @@ bool Complete(FileHandle file) {
                    kLearnRecordsAt - static_cast<std::size_t>(size));
 }
 
+// The first record of a bucket; 0 when it is empty.
+std::uint32_t ReadBucket(FileHandle file, std::uint32_t bucket) {
+    std::uint8_t bytes[4];
+    return ReadAt(file, BucketAt(bucket), bytes, sizeof bytes) ? Get32le(bytes) : 0;
+}
+
 bool WriteLink(FileHandle file, std::uint32_t at, std::uint32_t record) {
     std::uint8_t bytes[4];
     Put32le(bytes, record);
@@ -45,11 +51,6 @@ FileHandle OpenLearnFile(const char* name) {
     }
     if (file != nullptr && !Complete(file)) CloseFile(file);
     return file;
-}
-
-std::uint32_t ReadBucket(FileHandle file, std::uint32_t bucket) {
-    std::uint8_t bytes[4];
-    return ReadAt(file, BucketAt(bucket), bytes, sizeof bytes) ? Get32le(bytes) : 0;
 }
 
 bool ReadLearnRecord(FileHandle file, std::uint32_t offset, LearnRecord& record) {

@@ -44,8 +44,7 @@ struct LearnPlace {
 // one whose header and buckets have not all been written. nullptr when that fails.
 FileHandle OpenLearnFile(const char* name);
 
-// The first record of a bucket; 0 when it is empty.
-std::uint32_t ReadBucket(FileHandle file, std::uint32_t bucket);
+// False when there is no whole record at the offset.
 bool ReadLearnRecord(FileHandle file, std::uint32_t offset, LearnRecord& record);
 LearnPlace FindLearnRecord(FileHandle file, std::uint32_t hash1, std::uint32_t hash2,
                            LearnRecord& record);

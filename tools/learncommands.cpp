@@ -58,11 +58,14 @@ std::string FollowLink(FileHandle file, std::uint32_t bucket, std::uint32_t next
     return "";
 }
 
-// Walks all chains as far as the engine does.
+// Walks all chains as far as the engine does. The buckets are read at once: most are
+// empty. Without all of them there is no record either.
 void WalkLearning(FileHandle file, const RecordVisitor& visit,
                   const DamageVisitor& damage) {
+    std::vector<std::uint8_t> buckets(4 * kLearnBuckets);
+    if (!ReadAt(file, kLearnMagicSize, buckets.data(), buckets.size())) return;
     for (std::uint32_t bucket = 0; bucket < kLearnBuckets; ++bucket) {
-        std::uint32_t next = ReadBucket(file, bucket), lowest = kLearnRecordsAt;
+        std::uint32_t next = Get32le(&buckets[4 * bucket]), lowest = kLearnRecordsAt;
         std::uint32_t link = kLearnMagicSize + 4 * bucket;
         for (int steps = 0; next != 0; ++steps) {
             LearnRecord record;

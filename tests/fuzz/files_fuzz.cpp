@@ -15,7 +15,7 @@
 #include "board/generate.h"
 #include "book/book.h"
 #include "book/booklearn.h"
-#include "book/positionlearn.h"
+#include "book/learnfile.h"
 #include "book/statistics.h"
 #include "driver/settings.h"
 #include "driver/settingsfile.h"
@@ -73,15 +73,69 @@ void ReadBook(const char* name) {
     DumpBook(name, "", true);
 }
 
+// A learning file is mostly buckets, far more than an input holds. The input is 16 of
+// them, three bytes each: which of the first 64, and the offset of its record behind the
+// buckets. Then come the records, their links counted from there as well. One that begins
+// with 255 is a whole file, cut off somewhere in its header or its buckets.
+constexpr std::uint32_t kFuzzedBuckets = 64;
+
+std::vector<std::uint8_t> LearningFrom(const std::vector<std::uint8_t>& input) {
+    constexpr std::size_t kLinks = 16, kLinkSize = 3;
+    if (input.size() < kLinks * kLinkSize || input[0] == 255) return input;
+    std::vector<std::uint8_t> file(kLearnRecordsAt);
+    std::copy_n(kLearnMagic, kLearnMagicSize, file.begin());
+    for (std::size_t i = 0; i < kLinks * kLinkSize; i += kLinkSize) {
+        const std::uint32_t offset = Get16le(&input[i + 1]);
+        if (offset == 0) continue;
+        const std::uint32_t bucket = input[i] % kFuzzedBuckets;
+        Put32le(&file[kLearnMagicSize + 4 * bucket], kLearnRecordsAt + offset - 1);
+    }
+    file.insert(file.end(), input.begin() + kLinks * kLinkSize, input.end());
+    for (std::size_t at = kLearnRecordsAt; at + kLearnRecordSize <= file.size();
+         at += kLearnRecordSize) {
+        std::uint8_t* link = &file[at + kLearnRecordSize - 4];
+        if (Get32le(link) != 0) Put32le(link, Get32le(link) + kLearnRecordsAt);
+    }
+    return file;
+}
+
+// The score of each position; kNone for those that are not in the file.
+constexpr int kNone = -100000;
+
+std::vector<int> LearnedScores(const char* name) {
+    FileHandle file = OpenLearnFile(name);
+    if (file == nullptr) std::abort();
+    std::vector<int> scores;
+    for (std::uint32_t hash = 0; hash < kFuzzedBuckets; ++hash) {
+        LearnRecord record;
+        const bool found = FindLearnRecord(file, hash, hash, record).record != 0;
+        scores.push_back(found ? record.score : kNone);
+    }
+    CloseFile(file);
+    return scores;
+}
+
+// What is written is found again, here and in the companion's compacted file.
 void ReadLearning(const char* name) {
-    SetStartPosition();
+    static const Scratch scratch;
     CheckLearning(name, false);
-    OpenLearning(name);
-    int score = 0, depth = 0;
-    for (std::uint32_t hash = 0; hash < 64; ++hash) LearnLookup(hash, hash, score, depth);
-    CloseLearning();
-    CheckLearning(name, true);
     DumpLearning(name, true);
+    FileHandle file = OpenLearnFile(name);
+    if (file == nullptr) std::abort();
+    for (std::uint32_t hash = 0; hash < kFuzzedBuckets; hash += 5) {
+        LearnRecord record, found;
+        const LearnPlace place = FindLearnRecord(file, hash, hash, record);
+        record = {420, 25, NO_MOVE, hash, hash, 0};
+        if (!WriteLearnRecord(file, place, record) ||
+            FindLearnRecord(file, hash, hash, found).record == 0 || found.score != 25)
+            std::abort();
+    }
+    CloseFile(file);
+    CheckLearning(name, true);
+    const std::string compact = scratch.Path("compact");
+    if (CompactLearning(name, compact, false) == 0 &&
+        LearnedScores(compact.c_str()) != LearnedScores(name))
+        std::abort();
 }
 
 void ReadGames(const char* name) {
@@ -136,6 +190,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string kind = VELTRAMOX_FUZZ_KIND;
     std::vector<std::uint8_t> bytes(data, data + size);
     if (kind == "tables") MendChecksum(bytes);
+    if (kind == "learn") bytes = LearningFrom(bytes);
     const MemoryFile file(bytes.data(), bytes.size());
     if (started) ReadKind(kind, file.name.c_str());
     return 0;
