@@ -316,7 +316,7 @@ void GenerateKingEvasions() {
 }
 
 template <int S>
-int GenerateEvasionStageOf(int stage) {
+int GenerateEvasionStage(int stage) {
     const int start = MoveStackTop;
     if (stage >= 5) FindCheckers<S>();
     const int checker = CheckerSquare[Ply];
@@ -522,8 +522,8 @@ int GenerateStage(int stage, Move hashMove) {
     const int start = MoveStackTop;
     const int S = Board.SideToMove;
     if (InCheckAt[Ply] != 0)
-        return S == WHITE ? GenerateEvasionStageOf<WHITE>(stage)
-                          : GenerateEvasionStageOf<BLACK>(stage);
+        return S == WHITE ? GenerateEvasionStage<WHITE>(stage)
+                          : GenerateEvasionStage<BLACK>(stage);
     if (stage > kCaptureStage) {
         GenerateCaptures(Board.Occupied[ChangeSide(S)]);
         for (int i = start; i < MoveStackTop; ++i)

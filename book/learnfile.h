@@ -50,6 +50,8 @@ LearnPlace FindLearnRecord(FileHandle file, std::uint32_t hash1, std::uint32_t h
                            LearnRecord& record);
 // Overwrites all but the link of the record at the place, or appends the record and then
 // links it. Each is one write, so that a program killed in between leaves whole records.
+// Only where the 20 bytes being overwritten cross a page of the file can a kill cut the
+// write: the system copies page by page.
 bool WriteLearnRecord(FileHandle file, const LearnPlace& place,
                       const LearnRecord& record);
 // The 24 bytes of a record.

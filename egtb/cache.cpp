@@ -31,19 +31,19 @@ constexpr std::size_t kSmallestCache = 32;
 constexpr int kMaxCacheLog2 = 44;
 
 // ---- The cache: headers first, then the data areas ----
-std::unique_ptr<std::uint8_t[]> dataBuffer;
-CacheHeader* headers = nullptr;
-std::uint8_t* dataAreas = nullptr;
-std::uint32_t slots = 0;
+std::unique_ptr<std::uint8_t[]> TableCache;
+CacheHeader* Headers = nullptr;
+std::uint8_t* DataAreas = nullptr;
+std::uint32_t Slots = 0;
 
 // ---- Its use ----
-std::uint32_t untouched = 0;  // slots from here on were never used
-SlotNumber firstFree = 0;     // used once, then given back; linked by `older`
-SlotNumber newest = 0, oldest = 0;
-std::uint64_t misses = 0;
+std::uint32_t Untouched = 0;  // slots from here on were never used
+SlotNumber FirstFree = 0;     // used once, then given back; linked by `older`
+SlotNumber Newest = 0, Oldest = 0;
+std::uint64_t Misses = 0;
 
-CacheHeader& Header(SlotNumber slot) { return headers[slot - 1]; }
-std::uint8_t* DataOf(SlotNumber slot) { return dataAreas + (slot - 1) * kDataSize; }
+CacheHeader& Header(SlotNumber slot) { return Headers[slot - 1]; }
+std::uint8_t* DataOf(SlotNumber slot) { return DataAreas + (slot - 1) * kDataSize; }
 
 SlotNumber& BucketOf(const CacheHeader& header) {
     return Tables[header.entry][header.side].bucket[header.block % kCacheBuckets];
@@ -51,16 +51,16 @@ SlotNumber& BucketOf(const CacheHeader& header) {
 
 void UnlinkFromUse(SlotNumber slot) {
     const CacheHeader& header = Header(slot);
-    (header.newer != 0 ? Header(header.newer).older : newest) = header.older;
-    (header.older != 0 ? Header(header.older).newer : oldest) = header.newer;
+    (header.newer != 0 ? Header(header.newer).older : Newest) = header.older;
+    (header.older != 0 ? Header(header.older).newer : Oldest) = header.newer;
 }
 
 void LinkAsNewest(SlotNumber slot) {
     CacheHeader& header = Header(slot);
     header.newer = 0;
-    header.older = newest;
-    (newest != 0 ? Header(newest).newer : oldest) = slot;
-    newest = slot;
+    header.older = Newest;
+    (Newest != 0 ? Header(Newest).newer : Oldest) = slot;
+    Newest = slot;
 }
 
 void UnlinkFromBucket(SlotNumber slot) {
@@ -92,21 +92,21 @@ SlotNumber FindBlock(const TableSide& table, std::uint32_t block) {
 
 // A slot for a new block: a free one, or the one whose last use lies furthest back.
 SlotNumber TakeSlot() {
-    if (firstFree != 0) {
-        const SlotNumber slot = firstFree;
-        firstFree = Header(slot).older;
+    if (FirstFree != 0) {
+        const SlotNumber slot = FirstFree;
+        FirstFree = Header(slot).older;
         return slot;
     }
-    if (untouched < slots) return ++untouched;
-    const SlotNumber slot = oldest;
+    if (Untouched < Slots) return ++Untouched;
+    const SlotNumber slot = Oldest;
     UnlinkFromUse(slot);
     UnlinkFromBucket(slot);
     return slot;
 }
 
 void GiveBackSlot(SlotNumber slot) {
-    Header(slot).older = firstFree;
-    firstFree = slot;
+    Header(slot).older = FirstFree;
+    FirstFree = slot;
 }
 
 bool OpenFile(TableSide& table) {
@@ -147,7 +147,7 @@ bool LoadBlock(TableSide& table, bool wide, std::uint32_t block, std::uint8_t* d
 int CachedByte(int entry, int side, std::uint32_t block, std::size_t offset) {
     TableSide& table = Tables[entry][side];
     if (const SlotNumber slot = FindBlock(table, block); slot != 0) {
-        if (slot != newest) {
+        if (slot != Newest) {
             UnlinkFromUse(slot);
             LinkAsNewest(slot);
         }
@@ -158,7 +158,7 @@ int CachedByte(int entry, int side, std::uint32_t block, std::size_t offset) {
         return DataOf(slot)[offset];
     }
     const SlotNumber slot = TakeSlot();
-    ++misses;
+    ++Misses;
     if (!LoadBlock(table, EntryOf(entry).wide, block, DataOf(slot))) {
         table.path.clear();
         table.file.reset();
@@ -212,35 +212,35 @@ bool ReadWideValue(int entry, int side, std::uint32_t index, int& value) {
 }  // namespace
 
 bool AllocateTableCache(int bytesLog2) {
-    dataBuffer.reset();
-    slots = 0;
+    TableCache.reset();
+    Slots = 0;
     InitTableCache();
     if (bytesLog2 < 0 || bytesLog2 > kMaxCacheLog2) return false;
     const std::size_t bytes = std::size_t{1} << bytesLog2;
-    dataBuffer.reset(new (std::nothrow) std::uint8_t[bytes]);
-    if (!dataBuffer) return false;
-    if (bytes >= kSmallestCache) slots = static_cast<std::uint32_t>(bytes / kSlotSize);
-    headers = reinterpret_cast<CacheHeader*>(dataBuffer.get());
-    dataAreas = dataBuffer.get() + slots * sizeof(CacheHeader);
+    TableCache.reset(new (std::nothrow) std::uint8_t[bytes]);
+    if (!TableCache) return false;
+    if (bytes >= kSmallestCache) Slots = static_cast<std::uint32_t>(bytes / kSlotSize);
+    Headers = reinterpret_cast<CacheHeader*>(TableCache.get());
+    DataAreas = TableCache.get() + Slots * sizeof(CacheHeader);
     InitTableCache();
     return true;
 }
 
 void InitTableCache() {
-    untouched = 0;
-    firstFree = newest = oldest = 0;
-    misses = 0;
+    Untouched = 0;
+    FirstFree = Newest = Oldest = 0;
+    Misses = 0;
     for (auto& sides : Tables)
         for (TableSide& side : sides) side.bucket.fill(0);
 }
 
-std::uint32_t TableCacheBlocks() { return slots; }
-std::uint64_t TableCacheMisses() { return misses; }
+std::uint32_t TableCacheBlocks() { return Slots; }
+std::uint64_t TableCacheMisses() { return Misses; }
 
 bool ReadTableValue(int entry, int side, std::uint32_t index, int& value) {
     if (ShapeOf(entry).symmetric) side = WHITE;
     const TableSide& table = Tables[entry][side];
-    if (table.path.empty() || slots == 0 || index >= table.size) return false;
+    if (table.path.empty() || Slots == 0 || index >= table.size) return false;
     if (entry == kLongestEntry && side == BLACK &&
         std::find(std::begin(kLongestLosses), std::end(kLongestLosses), index) !=
             std::end(kLongestLosses)) {

@@ -91,7 +91,7 @@ constexpr TableShape ParseTableName(std::string_view name) {
     return shape;
 }
 
-struct TableEntry {
+struct TablebaseDescriptor {
     std::string_view name;
     // Values in the files of White and of Black to move; 0 where nothing but files made
     // by this program's own tool vouches for the count. A symmetric entry has White's
@@ -102,7 +102,7 @@ struct TableEntry {
 
 // In the order that fixes an entry's number.
 // clang-format off
-inline constexpr std::array<TableEntry, kTableEntries> kTableList = {{
+inline constexpr std::array<TablebaseDescriptor, kTableEntries> TablebaseList = {{
     {"kk",     {         0,          0}, false},
     // three men
     {"kpk",    {     81664,      84012}, false},
@@ -295,12 +295,12 @@ inline constexpr std::array<TableShape, kTableEntries> kTableShapes = [] {
     std::array<TableShape, kTableEntries> shapes{};
     for (int i = 0; i < kTableEntries; ++i)
         shapes[static_cast<std::size_t>(i)] =
-            ParseTableName(kTableList[static_cast<std::size_t>(i)].name);
+            ParseTableName(TablebaseList[static_cast<std::size_t>(i)].name);
     return shapes;
 }();
 
-constexpr const TableEntry& EntryOf(int entry) {
-    return kTableList[static_cast<std::size_t>(entry)];
+constexpr const TablebaseDescriptor& EntryOf(int entry) {
+    return TablebaseList[static_cast<std::size_t>(entry)];
 }
 constexpr const TableShape& ShapeOf(int entry) {
     return kTableShapes[static_cast<std::size_t>(entry)];

@@ -36,7 +36,7 @@ constexpr int kDecisiveLead = 2;  // a lead in pawn units above this one mates
 
 // clang-format off
 // Where a king without pawns is driven: symmetric in all directions.
-constexpr int kEdgeBonus[64] = {
+constexpr int EdgeBonus[64] = {
     100, 96, 93, 90, 90, 93, 96, 100,
      96, 80, 70, 60, 60, 70, 80,  96,
      93, 70, 50, 40, 40, 50, 70,  93,
@@ -49,7 +49,7 @@ constexpr int kEdgeBonus[64] = {
 
 // The king in the ending, FIRST RANK FIRST, files a to h, from White's side.
 // Pawns on both wings.
-constexpr int kKingEndingCentre[64] = {
+constexpr int KingEndingCentre[64] = {
     -50, -40, -30, -20, -20, -30, -40, -50,
     -30, -20, -10,   0,   0, -10, -20, -30,
     -30, -10,   0,  10,  10,   0, -10, -30,
@@ -60,7 +60,7 @@ constexpr int kKingEndingCentre[64] = {
     -50, -30, -30, -30, -30, -30, -30, -50,
 };
 // Pawns on the king side alone; for the queen side the files are turned over.
-constexpr int kKingEndingKingside[64] = {
+constexpr int KingEndingKingside[64] = {
     -90, -70, -50, -40, -30, -20, -20, -30,
     -70, -50, -30, -20, -10, -10, -10, -10,
     -70, -50, -30, -10,  20,  20,  20,   0,
@@ -71,7 +71,7 @@ constexpr int kKingEndingKingside[64] = {
     -90, -70, -50, -30, -30, -30, -30, -30,
 };
 // No pawns: for the side that is behind.
-constexpr int kKingEndingBare[64] = {
+constexpr int KingEndingBare[64] = {
     -35, -25, -22, -20, -20, -22, -25, -35,
     -25, -10,  -5,   0,   0,  -5, -10, -25,
     -22,  -5,   5,  10,  10,   5,  -5, -22,
@@ -154,16 +154,16 @@ int MatingHelpFor(const bool (&ending)[2]) {
             help += kBareKing;
         }
     }
-    return help + kEdgeBonus[king];
+    return help + EdgeBonus[king];
 }
 
 // Black's king reads the tables with the ranks turned over, on the same wing.
 template <int c>
 int KingEndingFor(SquareSet pawns, bool behind) {
     const int square = Relative<c>(Board.KingSquare[c]);
-    if (pawns == 0) return behind ? kKingEndingBare[square] : 0;
-    if (BothWings(pawns)) return kKingEndingCentre[square];
-    return kKingEndingKingside[(pawns & KingsideFiles) != 0 ? square : square ^ 7];
+    if (pawns == 0) return behind ? KingEndingBare[square] : 0;
+    if (BothWings(pawns)) return KingEndingCentre[square];
+    return KingEndingKingside[(pawns & KingsideFiles) != 0 ? square : square ^ 7];
 }
 
 }  // namespace

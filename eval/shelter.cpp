@@ -20,7 +20,7 @@ constexpr int kHoleByKing = 3;          // no pawn on g2 (b2), an enemy on f3 (c
 
 // King square from its own side, FIRST RANK FIRST.
 // clang-format off
-constexpr int kShelterBase[64] = {
+constexpr int ShelterBase[64] = {
     1, 0, 2, 3, 3, 2, 0, 1,
     1, 1, 2, 3, 3, 2, 1, 1,
     3, 3, 3, 3, 3, 3, 3, 3,
@@ -151,7 +151,7 @@ int ShelterFor(Terms& t) {
     t.target[c] = king;
     t.defended[c] = 0;
     if (t.ending[c]) return 0;
-    int d = kShelterBase[Relative<c>(king)];
+    int d = ShelterBase[Relative<c>(king)];
     if (Board.Units[e] < kBaseUnits) d /= 2;
     int penalty = 0;
     if ((Board.CastledKingside[c] | Board.CastledQueenside[c] | KingMoved<c>()) == 0) {

@@ -76,7 +76,7 @@ struct Node {
     bool nullWorthwhile = true;
     int nullDepth = 0;
     // extensions
-    bool full = false;
+    bool fullExtensions = false;
     int singularBonus = 0;
     Move singularMove = NO_MOVE;
     // result so far
@@ -214,7 +214,7 @@ inline void FindSingularMove(Node& node) {
         return;
     Move m = NO_MOVE;
     if (SingularTest(node.alpha, node.depth / 2, node.hashMove, node.mateThreat,
-                     node.full, m) == 0)
+                     node.fullExtensions, m) == 0)
         return;
     node.singularMove = m;
     node.singularBonus = Ply > 4 * RootDepth ? kSingularBonusDeep : kSingularBonus;
@@ -222,9 +222,9 @@ inline void FindSingularMove(Node& node) {
 
 // Depth change of the move just made.
 inline int DepthChange(const Node& node, Move m) {
-    int delta = ExtendMove(node.depth, node.mateThreat, node.full);
+    int delta = ExtendMove(node.depth, node.mateThreat, node.fullExtensions);
     if (m == node.singularMove)
-        delta += node.full ? node.singularBonus : node.singularBonus / 2;
+        delta += node.fullExtensions ? node.singularBonus : node.singularBonus / 2;
     return delta;
 }
 
@@ -401,7 +401,7 @@ int AlphaBeta(int alpha, int beta, int depth, bool nullAllowed) {
         TryNullMove(node, score))
         return score;
 
-    node.full = Ply <= 2 * RootDepth;
+    node.fullExtensions = Ply <= 2 * RootDepth;
     FindSingularMove(node);
     if (StopSearch != 0) return 0;
 

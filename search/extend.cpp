@@ -44,7 +44,7 @@ inline bool Recaptures(Move m, Move previous) {
 }
 
 // What the moved man attacks from its new square, near the horizon.
-inline int AttackExtension(Move m, int victim, bool full) {
+inline int AttackExtension(Move m, int victim, bool fullExtensions) {
     const int to = To(m), mover = ChangeSide(victim);
     SquareSet attacked = 0, minorTargets = 0;
     switch (Moving(m)) {
@@ -67,8 +67,8 @@ inline int AttackExtension(Move m, int victim, bool full) {
         default:
             return 0;
     }
-    return PopCount(attacked & Board.Queens[victim]) * kAttackQueen.Of(full) +
-           PopCount(attacked & minorTargets) * kAttackPiece.Of(full);
+    return PopCount(attacked & Board.Queens[victim]) * kAttackQueen.Of(fullExtensions) +
+           PopCount(attacked & minorTargets) * kAttackPiece.Of(fullExtensions);
 }
 
 // The king now touches the victim's last piece, which neither king nor pawn defends.
@@ -86,44 +86,45 @@ inline bool HuntsLonePiece(Move m, int victim) {
 
 }  // namespace
 
-int ExtendMove(int depth, bool mateThreat, bool full) {
+int ExtendMove(int depth, bool mateThreat, bool fullExtensions) {
     const Move m = LastMove();
     const int victim = Board.SideToMove, mover = ChangeSide(victim);
     int delta = -OnePly, cap = 0, flags = 0;
     if (mateThreat) {
-        delta += kMateThreat.Of(full);
+        delta += kMateThreat.Of(fullExtensions);
         flags = kExtMateThreat;
     }
     if (PieceValue[Captured(m)] > PieceValue[PAWN] && Board.Units[WHITE] == 0 &&
         Board.Units[BLACK] == 0) {
-        delta += kPawnEnding.Of(full);
+        delta += kPawnEnding.Of(fullExtensions);
         flags |= kExtPawnEnding;
         cap = kPawnEndingCap;
     }
     if (Board.GamePly > 1) {
         const Move previous = Board.MoveHistory[Board.GamePly - 2];
         if (Recaptures(m, previous)) {
-            delta += kRecapture.Of(full);
+            delta += kRecapture.Of(fullExtensions);
             flags |= kExtRecapture;
         }
         if (PromotesToQueen(m) && PromotesToQueen(previous)) {
-            delta += kPawnPush.Of(full);
+            delta += kPawnPush.Of(fullExtensions);
             flags |= kExtPawnPush;
         }
     }
     if (ReachesSeventh(m, mover)) {
-        delta += kPawnPush.Of(full);
+        delta += kPawnPush.Of(fullExtensions);
         flags |= kExtPawnPush;
     }
     const bool givesCheck = IsAttacked(mover, Board.KingSquare[victim]);
     InCheckAt[Ply + 1] = givesCheck ? 1 : 0;
     if (givesCheck) {
-        delta += kCheck.Of(full);
+        delta += kCheck.Of(fullExtensions);
         flags |= kExtCheck;
     }
     ExtFlags[Ply + 1] = static_cast<std::uint8_t>(flags);
-    if (depth < kAttackDepth && delta < cap) delta += AttackExtension(m, victim, full);
-    if (HuntsLonePiece(m, victim)) delta += kHuntedPiece.Of(full);
+    if (depth < kAttackDepth && delta < cap)
+        delta += AttackExtension(m, victim, fullExtensions);
+    if (HuntsLonePiece(m, victim)) delta += kHuntedPiece.Of(fullExtensions);
     return std::min(delta, cap);
 }
 

@@ -33,7 +33,7 @@ struct HashEntry {
 #pragma pack(pop)
 static_assert(sizeof(HashEntry) == kHashEntryBytes);
 
-HashEntry* Table;
+HashEntry* TranspositionTable;
 std::size_t TableBytes;
 std::uint32_t Mask;
 
@@ -99,23 +99,23 @@ bool AllocateTranspositionTable(int bits) {
     const std::size_t entries = std::size_t{1} << bits;
     TableBytes = (entries + kSpareEntries) * sizeof(HashEntry);
     // Zeroed memory: every info word says "empty".
-    Table = static_cast<HashEntry*>(AllocateTable(TableBytes));
-    if (Table == nullptr) return false;
+    TranspositionTable = static_cast<HashEntry*>(AllocateTable(TableBytes));
+    if (TranspositionTable == nullptr) return false;
     Mask = static_cast<std::uint32_t>(entries - 1);
     TableAge = 0;
     return true;
 }
 
 void FreeTranspositionTable() {
-    FreeTable(Table, TableBytes);
-    Table = nullptr;
+    FreeTable(TranspositionTable, TableBytes);
+    TranspositionTable = nullptr;
 }
 
 bool HashProbe(HashHit& hit) {
     const std::uint32_t position = PositionWord();
     std::uint32_t slot = FirstSlot();
     for (int i = 0; i < kSlots; ++i, slot = NextSlot(slot)) {
-        const HashEntry& entry = Table[slot];
+        const HashEntry& entry = TranspositionTable[slot];
         if (entry.info == 0) return false;
         if (!Matches(entry, position)) continue;
         hit.depth = entry.depth;
@@ -134,7 +134,7 @@ void HashStore(int depth, int score, Move move, int boundType, int mateThreat) {
     int targetValue = 0;
     std::uint32_t slot = FirstSlot();
     for (int i = 0; i < kSlots; ++i, slot = NextSlot(slot)) {
-        HashEntry& entry = Table[slot];
+        HashEntry& entry = TranspositionTable[slot];
         if (entry.info == 0) {
             target = &entry;
             break;
@@ -170,7 +170,7 @@ Move HashMove() {
     return hit.move;
 }
 
-void PrefetchHashEntry() { __builtin_prefetch(&Table[FirstSlot()]); }
+void PrefetchHashEntry() { __builtin_prefetch(&TranspositionTable[FirstSlot()]); }
 
 int ScoreFromTable(int score) {
     if (score > kMateBound) return score - Ply;

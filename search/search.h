@@ -58,13 +58,14 @@ int Quiesce(int alpha, int beta);
 void TestQuiescence();
 
 // Depth change for the move just made, at most 0 but for captures into a pawn ending.
-// Sets InCheckAt and ExtFlags of the next ply. `full` extensions, or about half of them.
-int ExtendMove(int depth, bool mateThreat, bool full);
+// Sets InCheckAt and ExtFlags of the next ply. With `fullExtensions`, or about half of
+// them.
+int ExtendMove(int depth, bool mateThreat, bool fullExtensions);
 
 // Tells whether one move alone holds against a null window below alpha: 1 and the move,
 // 0.
-int SingularTest(int alpha, int halfDepth, Move hashMove, bool mateThreat, bool full,
-                 Move& singularMove);
+int SingularTest(int alpha, int halfDepth, Move hashMove, bool mateThreat,
+                 bool fullExtensions, Move& singularMove);
 
 // A quiet move that was best or caused a cut-off rises in the history and killer tables.
 void UpdateGoodMove(Move m, int depth);

@@ -17,8 +17,8 @@ inline bool Holds(int alpha, int child) {
 
 }  // namespace
 
-int SingularTest(int alpha, int halfDepth, Move hashMove, bool mateThreat, bool full,
-                 Move& singularMove) {
+int SingularTest(int alpha, int halfDepth, Move hashMove, bool mateThreat,
+                 bool fullExtensions, Move& singularMove) {
     ++NodeCount;
     --PollCountdown;
     const int depth = halfDepth + (Ply == 1 && InCheckAt[1] != 0 ? OnePly : 0);
@@ -26,7 +26,7 @@ int SingularTest(int alpha, int halfDepth, Move hashMove, bool mateThreat, bool 
     int count = 0;
     if (hashMove != NO_MOVE) {
         MakeMove(hashMove);
-        const int delta = ExtendMove(depth, mateThreat, full);
+        const int delta = ExtendMove(depth, mateThreat, fullExtensions);
         const bool holds = Holds(alpha, depth + delta + HashMoveBonus);
         UnmakeMove();
         if (StopSearch != 0) return 0;
@@ -41,7 +41,7 @@ int SingularTest(int alpha, int halfDepth, Move hashMove, bool mateThreat, bool 
     while (const Move m = walk.Next()) {
         if (!MakeIfLegal(m, S, exposed)) continue;
         PrefetchHashEntry();
-        const int delta = ExtendMove(depth, mateThreat, full);
+        const int delta = ExtendMove(depth, mateThreat, fullExtensions);
         const bool holds = Holds(alpha, depth + delta);
         UnmakeMove();
         if (StopSearch != 0 || (holds && count == 1)) {
