@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """Games between PyChess's own engine classes, without its windows: the bridge in one of its
-protocols against Fairy-Max, with PyChess's clock and its judgement of moves and results.
+protocols against Fairy-Max, with PyChess's clock and its judgement of moves and results. Long
+games are called off as drawn.
     pychess_games.py BRIDGE xboard|uci GAMES
 Prints one line a game and ends with status 0 when every game had a proper end."""
 import asyncio
@@ -24,6 +25,7 @@ from pychess.Variants import variants
 from pychess.Utils.const import NORMALCHESS
 
 SECONDS, GAIN = 6, 1
+LONGEST = 30  # half-moves
 PROPER = {WON_MATE, WON_RESIGN, DRAW_50MOVES, DRAW_INSUFFICIENT, DRAW_REPETITION, DRAW_STALEMATE,
           DRAW_ADJUDICATION}
 STRONGEST = 20
@@ -47,6 +49,8 @@ async def play(bridge, protocol, colour):
 
     def watch(*_):
         least[0] = min(least[0], model.timemodel.getPlayerTime(colour))
+        if len(model.moves) >= LONGEST:
+            model.end(DRAW, DRAW_ADJUDICATION)
 
     model.connect("game_changed", watch)
     for player in players:
