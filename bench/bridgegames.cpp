@@ -12,12 +12,10 @@
 #include <vector>
 
 #include "bench/engineprocess.h"
+#include "bench/enginestate.h"
 #include "bench/positions.h"
 #include "bridge/game.h"
-#include "driver/input.h"
-#include "driver/settings.h"
 #include "search/control.h"
-#include "search/hash.h"
 #include "search/search.h"
 
 namespace {
@@ -300,13 +298,7 @@ void MeasureLatency(const char* bridge, const char* engine, int trials) {
 
 int main(int count, char** arguments) {
     if (count < 3) Usage();
-    SetEarlyDefaults();
-    BuildTables();
-    SetLateDefaults();
-    IgnoreInput();
-    if (!AllocateTranspositionTable(TranspositionSize) ||
-        !AllocatePawnTable(PawnHashSize))
-        return EXIT_FAILURE;
+    if (!PrepareEngine()) return EXIT_FAILURE;
     if (std::strcmp(arguments[1], "latency") == 0 && count > 3) {
         const int trials = count > 4 ? std::atoi(arguments[4]) : 0;
         MeasureLatency(arguments[2], arguments[3], trials > 0 ? trials : 1000);

@@ -4,16 +4,13 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "bench/enginestate.h"
 #include "bench/micro.h"
 #include "bench/searchbench.h"
 #include "bench/tables.h"
 #include "board/fen.h"
-#include "driver/input.h"
-#include "driver/settings.h"
-#include "driver/state.h"
 #include "platform/clock.h"
 #include "search/control.h"
-#include "search/hash.h"
 #include "search/search.h"
 
 namespace {
@@ -89,12 +86,7 @@ void BenchPerft(int depth, const char* fen, bool divide) {
 
 int main(int argc, char** argv) {
     if (argc < 2) Usage();
-    SetEarlyDefaults();
-    BuildTables();
-    SetLateDefaults();
-    PostThinking = 0;
-    IgnoreInput();
-    if (!FreshState()) Fail("no memory");
+    if (!PrepareEngine()) Fail("no memory");
     const char* mode = argv[1];
     if (std::strcmp(mode, "search") == 0) {
         const int depth = argc > 2 ? std::atoi(argv[2]) : kBenchDepth;

@@ -11,14 +11,12 @@
 #include <vector>
 
 #include "bench/engineprocess.h"
+#include "bench/enginestate.h"
 #include "bench/positions.h"
 #include "board/fen.h"
 #include "board/generate.h"
-#include "driver/input.h"
-#include "driver/settings.h"
 #include "driver/usermove.h"
 #include "search/control.h"
-#include "search/hash.h"
 #include "search/search.h"
 
 namespace {
@@ -207,13 +205,7 @@ void ClockGames(const char* program, int games) {
 
 int main(int argc, char** argv) {
     if (argc < 3) Usage();
-    SetEarlyDefaults();
-    BuildTables();
-    SetLateDefaults();
-    IgnoreInput();
-    if (!AllocateTranspositionTable(TranspositionSize) ||
-        !AllocatePawnTable(PawnHashSize))
-        return EXIT_FAILURE;
+    if (!PrepareEngine()) return EXIT_FAILURE;
     const int count = argc > 3 ? std::atoi(argv[3]) : 0;
     if (std::strcmp(argv[1], "latency") == 0)
         Latency(argv[2], count > 0 ? count : 200);

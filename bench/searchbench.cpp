@@ -3,27 +3,11 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "bench/enginestate.h"
 #include "bench/positions.h"
 #include "board/fen.h"
-#include "driver/settings.h"
 #include "platform/clock.h"
-#include "search/control.h"
-#include "search/hash.h"
 #include "search/search.h"
-
-bool FreshState() {
-    FreePawnTable();
-    if (!AllocateTranspositionTable(TranspositionSize) ||
-        !AllocatePawnTable(PawnHashSize))
-        return false;
-    ClearHistoryAndKillers();
-    ResetMargins();
-    PreviousScore = 0;
-    StopSearch = 0;
-    TimeBudget = kUnlimitedBudget;
-    PollInterval = kLongPollInterval;
-    return true;
-}
 
 SearchBench SearchBenchPositions(int depth) {
     SearchBench bench;

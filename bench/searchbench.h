@@ -10,9 +10,6 @@ struct SearchBench {
     double seconds = 0;  // user CPU time, set-up left out
 };
 
-// The state of a program just started, with tables of the default sizes; false when there
-// is no memory for them. Settings and fixed tables must have been prepared.
-bool FreshState();
 // Searches every position of the benchmark to the depth, 3 to 98 plies, each from a fresh
 // state, and writes a line for each: number, move, score, nodes, position.
 SearchBench SearchBenchPositions(int depth);

@@ -4,17 +4,11 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "bench/enginestate.h"
 #include "bench/searchbench.h"
-#include "driver/input.h"
-#include "driver/settings.h"
-#include "driver/state.h"
 
 int RunBench(int depth) {
-    SetEarlyDefaults();
-    SetLateDefaults();
-    PostThinking = 0;
-    IgnoreInput();
-    if (!FreshState()) {
+    if (!PrepareEngine()) {
         std::fputs("veltramox-bridge: no memory\n", stderr);
         return EXIT_FAILURE;
     }

@@ -5,6 +5,7 @@
 #include "platform/output.h"
 #include "tools/bookcommands.h"
 #include "tools/bookwalk.h"
+#include "tools/findings.h"
 #include "tools/json.h"
 #include "tools/progress.h"
 #include "tools/sanwriter.h"
@@ -12,27 +13,12 @@
 namespace {
 
 constexpr std::uint32_t kProgressEvery = 4096;  // records
-// So many problems are reported one by one.
-constexpr std::size_t kMostReported = 1000;
-
-struct Problem {
-    std::int64_t offset;  // in the file
-    std::string text;
-};
 
 struct Findings {
-    std::vector<Problem> problems;
-    std::uint64_t count = 0;
+    Problems problems;
     std::uint64_t moves = 0;
     std::uint32_t positions = 0, reached = 0;
 };
-
-// Damage comes in heaps: all of it is counted, the first part of it told.
-void Report(Findings& findings, std::int64_t offset, const std::string& text) {
-    ++findings.count;
-    if (findings.problems.size() < kMostReported)
-        findings.problems.push_back({offset, text});
-}
 
 std::string Number(std::int64_t value) { return std::to_string(value); }
 
@@ -51,14 +37,15 @@ void CheckList(Findings& findings, const BookFile& book, const BookList& list) {
         const BookEntry& entry = list.entries[i];
         const std::int64_t at = EntryAt(book, list, i);
         if (entry.from > 63 || entry.to > 63)
-            Report(findings, at,
+            Report(findings.problems, at,
                    "square beyond the board: " + Number(entry.from) + " to " +
                        Number(entry.to));
         else if (entry.from == entry.to)
-            Report(findings, at, "move from a square to itself: " + Number(entry.from));
+            Report(findings.problems, at,
+                   "move from a square to itself: " + Number(entry.from));
         for (int j = 0; j < i; ++j)
             if (list.entries[j].from == entry.from && list.entries[j].to == entry.to) {
-                Report(findings, at, "move listed before in the same list");
+                Report(findings.problems, at, "move listed before in the same list");
                 break;
             }
     }
@@ -79,13 +66,14 @@ void CheckRecords(Findings& findings, const BookFile& book) {
     for (std::uint32_t i = 0; i < book.nodes && ReadBookRecord(book, i, record); ++i) {
         if (i > 0 && (record.key1 < last.key1 ||
                       (record.key1 == last.key1 && record.key2 <= last.key2)))
-            Report(findings, RecordAt(i), "record " + Number(i) + " is out of order");
+            Report(findings.problems, RecordAt(i),
+                   "record " + Number(i) + " is out of order");
         last = record;
         if (ReadBookList(book, record.list, list)) {
             CheckList(findings, book, list);
             extents.push_back({list.offset, EntryAt(book, list, list.count), i});
         } else {
-            Report(findings, RecordAt(i) + 8,
+            Report(findings.problems, RecordAt(i) + 8,
                    "record " + Number(i) + ": its list at " + Number(record.list) +
                        " is not within the file's lists");
         }
@@ -97,7 +85,7 @@ void CheckRecords(Findings& findings, const BookFile& book) {
               [](const Extent& a, const Extent& b) { return a.begin < b.begin; });
     for (std::size_t i = 1; i < extents.size(); ++i)
         if (extents[i].begin < extents[i - 1].end)
-            Report(findings, RecordAt(extents[i].index) + 8,
+            Report(findings.problems, RecordAt(extents[i].index) + 8,
                    "record " + Number(extents[i].index) +
                        ": its list overlaps that of record " +
                        Number(extents[i - 1].index));
@@ -137,43 +125,30 @@ void CheckLegality(Findings& findings, const BookFile& book) {
         char text[kMoveTextSize];
         MoveToTextWithoutPromotion(text,
                                    MakeWord(m.entry.from, m.entry.to, EMPTY, EMPTY));
-        Report(findings, m.offset,
+        Report(findings.problems, m.offset,
                std::string(text) + " is not legal after " +
                    (m.line.empty() ? "no move" : m.line));
     }
 }
 
-// One line for each problem, "FILE: at OFFSET: what", and a last one for the whole.
+// The problems, and a last line for the whole.
 void WriteText(const Findings& findings, const std::string& name) {
-    for (const Problem& problem : findings.problems)
-        Write("%s: at %lld: %s\n", name.c_str(), static_cast<long long>(problem.offset),
-              problem.text.c_str());
-    if (findings.count > findings.problems.size())
-        Write("%s: and %llu more\n", name.c_str(),
-              static_cast<unsigned long long>(findings.count - findings.problems.size()));
+    WriteText(findings.problems, name);
     Write("%s: %u positions, %llu moves, %u positions reached from the start: %s\n",
           name.c_str(), findings.positions,
           static_cast<unsigned long long>(findings.moves), findings.reached,
-          findings.count == 0 ? "good" : "damaged");
+          findings.problems.count == 0 ? "good" : "damaged");
 }
 
 void WriteJson(const Findings& findings, const std::string& name) {
     JsonWriter json;
     json.BeginObject();
     json.Text("file", name);
-    json.Flag("good", findings.count == 0);
+    json.Flag("good", findings.problems.count == 0);
     json.Number("positions", findings.positions);
     json.Number("moves", static_cast<std::int64_t>(findings.moves));
     json.Number("reached", findings.reached);
-    json.Number("problemCount", static_cast<std::int64_t>(findings.count));
-    json.BeginArray("problems");
-    for (const Problem& problem : findings.problems) {
-        json.BeginObject();
-        json.Number("offset", problem.offset);
-        json.Text("problem", problem.text);
-        json.End();
-    }
-    json.End();
+    WriteJson(findings.problems, json);
     json.End();
 }
 
@@ -181,17 +156,17 @@ void WriteJson(const Findings& findings, const std::string& name) {
 void CheckContent(Findings& findings, BookFile& book) {
     switch (ReadBookHeader(book)) {
         case BookHeader::NoBook:
-            Report(findings, 0, "the header is not a book's");
+            Report(findings.problems, 0, "the header is not a book's");
             return;
         case BookHeader::BadVersion:
-            Report(findings, kBookVersionAt,
+            Report(findings.problems, kBookVersionAt,
                    "version " + Number(book.version) + " is not known");
             return;
         case BookHeader::Good:
             break;
     }
     if (BookListsAt(book) > book.size) {
-        Report(findings, kBookNodesAt,
+        Report(findings.problems, kBookNodesAt,
                Number(book.nodes) + " positions do not fit into " + Number(book.size) +
                    " bytes");
         return;
@@ -208,5 +183,5 @@ int CheckBook(const std::string& name, bool json) {
     Findings findings;
     CheckContent(findings, book);
     json ? WriteJson(findings, name) : WriteText(findings, name);
-    return findings.count == 0 ? 0 : 1;
+    return findings.problems.count == 0 ? 0 : 1;
 }

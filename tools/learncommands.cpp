@@ -11,31 +11,18 @@
 #include "platform/bytes.h"
 #include "platform/output.h"
 #include "tools/bookcommands.h"
+#include "tools/findings.h"
 #include "tools/json.h"
 
 namespace {
 
 constexpr int kScoreLimit = 32701;  // beyond any score that a search returns
-constexpr std::size_t kMostReported = 1000;
-
-struct Problem {
-    std::int64_t offset;
-    std::string text;
-};
 
 struct Findings {
-    std::vector<Problem> problems;
-    std::uint64_t count = 0;
+    Problems problems;
     std::uint64_t records = 0;
     std::int64_t unreachable = 0;  // bytes behind the buckets that no bucket leads to
 };
-
-// All damage is counted, the first part of it told.
-void Report(Findings& findings, std::int64_t offset, const std::string& text) {
-    ++findings.count;
-    if (findings.problems.size() < kMostReported)
-        findings.problems.push_back({offset, text});
-}
 
 std::string TextOf(Move m) {
     char text[kMoveTextSize];
@@ -93,16 +80,16 @@ FileHandle OpenExisting(const std::string& name) {
 // A record that the engine may have written.
 void CheckRecord(Findings& findings, std::uint32_t offset, const LearnRecord& record) {
     if (record.score < -kScoreLimit || record.score > kScoreLimit)
-        Report(findings, offset + 4,
+        Report(findings.problems, offset + 4,
                "no search has the score " + std::to_string(record.score));
     if (record.depth <= 0)
-        Report(findings, offset,
+        Report(findings.problems, offset,
                "no search has the depth " + std::to_string(record.depth));
     const Move m = record.move;
     const bool isMove = m >> 21 == 0 && From(m) != To(m) && Moving(m) != EMPTY &&
                         Moving(m) != NO_PIECE && Captured(m) != KING &&
                         Captured(m) != NO_PIECE;
-    if (!isMove) Report(findings, offset + 8, "not a move");
+    if (!isMove) Report(findings.problems, offset + 8, "not a move");
 }
 
 // The engine does not look at it; a file without it is likely not what was meant.
@@ -114,10 +101,11 @@ bool HeaderIsGood(FileHandle file) {
 
 // Chains are walked bucket by bucket, so that equal positions meet in one.
 void CheckContent(Findings& findings, FileHandle file) {
-    if (!HeaderIsGood(file)) Report(findings, 0, "the header is not a learning file's");
+    if (!HeaderIsGood(file))
+        Report(findings.problems, 0, "the header is not a learning file's");
     const std::int64_t size = FileSize(file);
     if (size < kLearnRecordsAt) {
-        Report(findings, size, "the buckets are cut off");
+        Report(findings.problems, size, "the buckets are cut off");
         return;
     }
     std::vector<std::pair<std::uint32_t, std::uint32_t>> keys;  // of the current bucket
@@ -129,48 +117,35 @@ void CheckContent(Findings& findings, FileHandle file) {
             current = bucket;
             const std::pair key(record.hash1, record.hash2);
             if (std::find(keys.begin(), keys.end(), key) != keys.end())
-                Report(findings, offset, "the position has an earlier record");
+                Report(findings.problems, offset, "the position has an earlier record");
             keys.push_back(key);
             CheckRecord(findings, offset, record);
             ++findings.records;
         },
         [&](std::uint32_t link, const std::string& text) {
-            Report(findings, link, text);
+            Report(findings.problems, link, text);
         });
     findings.unreachable = size - kLearnRecordsAt -
                            static_cast<std::int64_t>(findings.records) * kLearnRecordSize;
 }
 
-// One line for each problem, "FILE: at OFFSET: what", and a last one for the whole.
+// The problems, and a last line for the whole.
 void WriteText(const Findings& findings, const std::string& name) {
-    for (const Problem& problem : findings.problems)
-        Write("%s: at %lld: %s\n", name.c_str(), static_cast<long long>(problem.offset),
-              problem.text.c_str());
-    if (findings.count > findings.problems.size())
-        Write("%s: and %llu more\n", name.c_str(),
-              static_cast<unsigned long long>(findings.count - findings.problems.size()));
+    WriteText(findings.problems, name);
     Write("%s: %llu records, %lld bytes that no bucket leads to: %s\n", name.c_str(),
           static_cast<unsigned long long>(findings.records),
           static_cast<long long>(findings.unreachable),
-          findings.count == 0 ? "good" : "damaged");
+          findings.problems.count == 0 ? "good" : "damaged");
 }
 
 void WriteJson(const Findings& findings, const std::string& name) {
     JsonWriter json;
     json.BeginObject();
     json.Text("file", name);
-    json.Flag("good", findings.count == 0);
+    json.Flag("good", findings.problems.count == 0);
     json.Number("records", static_cast<std::int64_t>(findings.records));
     json.Number("unreachableBytes", findings.unreachable);
-    json.Number("problemCount", static_cast<std::int64_t>(findings.count));
-    json.BeginArray("problems");
-    for (const Problem& problem : findings.problems) {
-        json.BeginObject();
-        json.Number("offset", problem.offset);
-        json.Text("problem", problem.text);
-        json.End();
-    }
-    json.End();
+    WriteJson(findings.problems, json);
     json.End();
 }
 
@@ -283,5 +258,5 @@ int CheckLearning(const std::string& name, bool json) {
     CheckContent(findings, file);
     CloseFile(file);
     json ? WriteJson(findings, name) : WriteText(findings, name);
-    return findings.count == 0 ? 0 : 1;
+    return findings.problems.count == 0 ? 0 : 1;
 }

@@ -1,0 +1,32 @@
+#include "bench/enginestate.h"
+
+#include "board/board.h"
+#include "driver/input.h"
+#include "driver/settings.h"
+#include "driver/state.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/search.h"
+
+bool PrepareEngine() {
+    SetEarlyDefaults();
+    BuildTables();
+    SetLateDefaults();
+    PostThinking = 0;
+    IgnoreInput();
+    return FreshState();
+}
+
+bool FreshState() {
+    FreePawnTable();
+    if (!AllocateTranspositionTable(TranspositionSize) ||
+        !AllocatePawnTable(PawnHashSize))
+        return false;
+    ClearHistoryAndKillers();
+    ResetMargins();
+    PreviousScore = 0;
+    StopSearch = 0;
+    TimeBudget = kUnlimitedBudget;
+    PollInterval = kLongPollInterval;
+    return true;
+}

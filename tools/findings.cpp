@@ -1,0 +1,35 @@
+#include "tools/findings.h"
+
+#include "platform/output.h"
+
+namespace {
+
+constexpr std::size_t kMostTold = 1000;
+
+}  // namespace
+
+void Report(Problems& problems, std::int64_t offset, const std::string& text) {
+    ++problems.count;
+    if (problems.told.size() < kMostTold) problems.told.push_back({offset, text});
+}
+
+void WriteText(const Problems& problems, const std::string& name) {
+    for (const Problem& problem : problems.told)
+        Write("%s: at %lld: %s\n", name.c_str(), static_cast<long long>(problem.offset),
+              problem.text.c_str());
+    if (problems.count > problems.told.size())
+        Write("%s: and %llu more\n", name.c_str(),
+              static_cast<unsigned long long>(problems.count - problems.told.size()));
+}
+
+void WriteJson(const Problems& problems, JsonWriter& json) {
+    json.Number("problemCount", static_cast<std::int64_t>(problems.count));
+    json.BeginArray("problems");
+    for (const Problem& problem : problems.told) {
+        json.BeginObject();
+        json.Number("offset", problem.offset);
+        json.Text("problem", problem.text);
+        json.End();
+    }
+    json.End();
+}
