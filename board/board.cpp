@@ -125,6 +125,11 @@ void ArchiveOldest() {
     Board.GamePly -= kArchiveChunk;
 }
 
+// Of the man on a square.
+int ColourOn(int square) {
+    return (Board.Occupied[WHITE] & SquareMask(square)) != 0 ? WHITE : BLACK;
+}
+
 // The chunk put aside last goes back to the bottom of the stack.
 void RestoreArchived() {
     ForEachHistory([](auto& history) {
@@ -184,7 +189,7 @@ void AddPiece(int square, int colour, int code) {
 void RemovePiece(int square) {
     const int code = Board.Piece[square];
     if (code == EMPTY) return;
-    const int colour = (Board.Occupied[WHITE] & SquareMask(square)) != 0 ? WHITE : BLACK;
+    const int colour = ColourOn(square);
     ChangeMan(square, colour, code, -1);
     Board.Piece[square] = EMPTY;
     if (code != KING) return;
@@ -247,16 +252,16 @@ void UnmakeNullMove() {
     Board.SideToMove = ChangeSide(Board.SideToMove);
 }
 
+// The front end may have switched sides between two moves: here and when a move is taken
+// back, the mover is who stands on its square.
 void PlayGameMove(Move m) {
     if (Board.GamePly >= kGamePlyLimit) ArchiveOldest();
+    Board.SideToMove = ColourOn(From(m));
     MakeMove(m);
 }
 
 void TakeBackGameMove() {
-    // The front end may have switched sides since: the mover is who stands on the
-    // to-square.
-    const bool white = (Board.Occupied[WHITE] & SquareMask(To(LastMove()))) != 0;
-    Board.SideToMove = white ? BLACK : WHITE;
+    Board.SideToMove = ChangeSide(ColourOn(To(LastMove())));
     UnmakeMove();
     if (Board.GamePly < kRestoreBelow && !Archive.empty()) RestoreArchived();
 }

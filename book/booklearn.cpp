@@ -60,10 +60,12 @@ int GameLength() { return Board.GamePly + ArchivedPlies(); }
 }  // namespace
 
 // Goes back through the game two plies at a time, always to the engine's turn, and
-// replays it from the moves taken back.
+// replays it from the moves taken back. Whose turn it is may have been changed since the
+// last move.
 void LearnBook(int outcome) {
     BookLearnedThisGame = 1;
     if (Book.version == 0) return;
+    const int sideToMove = Board.SideToMove;
     std::vector<Move> taken;  // newest first
     const auto takeBack = [&taken] {
         taken.push_back(LastMove());
@@ -79,6 +81,7 @@ void LearnBook(int outcome) {
         PlayGameMove(taken.back());
         taken.pop_back();
     }
+    Board.SideToMove = sideToMove;
     if (written) return;
     Write("# The book cannot be written: this game's result is lost\n");
     FlushOutput();

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "book/epd.h"
 #include "tests/bookmaker.h"
 #include "tests/killed.h"
 #include "tests/moves.h"
@@ -71,6 +72,25 @@ TEST_F(BookLearnTest, OwnMovesOfTheGameAreCredited) {
         EXPECT_EQ(Words("e2e4"), std::vector<int>{c.afterE4}) << c.game;
         EXPECT_EQ(Words("e2e4 e7e5"), std::vector<int>{c.afterE5}) << c.game;
     }
+}
+
+// The front end says whose turn it is: twice in a row White's, and Black's after Black.
+TEST_F(BookLearnTest, TheBoardSurvivesSidesThatWereSwitched) {
+    BookMaker maker;
+    maker.Add("", {{"e2e3", 0}});
+    Open(maker);
+    PlayFromStart("e2e3");
+    Board.SideToMove = WHITE;
+    PlayMoves("d2d4 a7a6");
+    Board.SideToMove = BLACK;
+    PlayMoves("b8c6");
+    Board.SideToMove = BLACK;
+    char before[kEpdSize], after[kEpdSize];
+    WriteEpd(before);
+    LearnBook(kGameWon);
+    WriteEpd(after);
+    EXPECT_STREQ(after, before);
+    EXPECT_EQ(Words(""), std::vector<int>{Word(2, 0)});
 }
 
 TEST_F(BookLearnTest, CountsShrinkBeforeTheyOverflow) {

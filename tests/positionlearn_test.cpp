@@ -10,6 +10,7 @@
 #include <set>
 #include <string>
 
+#include "book/epd.h"
 #include "book/learnfile.h"
 #include "driver/settings.h"
 #include "tests/bookmaker.h"
@@ -172,6 +173,16 @@ TEST_F(PositionLearnTest, TakeBacksAndThreeSuspectsAtMost) {
     for (const auto& [reply, own] : moves) game.Play(reply, own, score -= 50);
     game.Play("h7h6", "a2a3", -401);
     EXPECT_EQ(Records(), 3u);
+}
+
+TEST_F(PositionLearnTest, SidesMaySwitchBetweenTheEnginesMoves) {
+    Game game("e2e4 e7e5");
+    game.Play("", "g1f3", 200);
+    Board.SideToMove = WHITE;
+    game.Play("f1c4", "b8c6", 100);  // White moves twice, then the engine is Black
+    char epd[kEpdSize];
+    WriteEpd(epd);
+    EXPECT_STREQ(epd, "r1bqkbnr/pppp1ppp/2n5/4p3/2B1P3/5N2/PPPP1PPP/RNBQK2R w KQkq - ");
 }
 
 // Links that lead backwards, in circles, out of the file or into the wrong bucket;
