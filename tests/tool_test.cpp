@@ -123,6 +123,21 @@ TEST_F(ToolTest, OpeningLinesAreKeptWithoutGames) {
 }
 
 // The same statistics from 300 random games by the plainest means.
+// The trap of the Albin Counter-Gambit: a queen on g1 would be taken.
+TEST_F(ToolTest, BooksHoldNoPromotionsButToAQueen) {
+    const std::string trap =
+        "1. d4 d5 2. c4 e5 3. dxe5 d4 4. e3 Bb4+ 5. Bd2 dxe3 6. Bxb4 exf2+ 7. Ke2 ";
+    const std::string line =
+        "d2d4 d7d5 c2c4 e7e5 d4e5 d5d4 e2e3 f8b4 c1d2 d4e3 d2b4 e3f2 e1e2";
+    const std::string pgn = "[Result \"0-1\"]\n" + trap + "fxg1=N+ 8. Ke1 0-1\n";
+    Build(pgn + "[Result \"1-0\"]\n" + trap + "fxg1=Q 8. Qxd8+ 1-0\n",
+          trap + "fxg1=N+ 8. Rxg1", {.maxPly = 24, .minGames = 1});
+    EXPECT_EQ(Moves(line), "f2g1 0:2");
+    EXPECT_EQ(Moves(line + " f2g1n"), "e2e1 0:2, h1g1 0:0");
+    Build(pgn, trap + "fxg1=N+", {.maxPly = 24, .minGames = 1});
+    EXPECT_EQ(Moves(line), "");
+}
+
 TEST_F(ToolTest, AgreesWithASimpleCount) {
     std::string pgn;
     std::map<std::string, std::map<std::string, int>> games;  // [position][move]

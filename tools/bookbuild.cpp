@@ -66,6 +66,10 @@ BuiltMove& Slot(BookBuilder& builder, Move m) {
     return slot;
 }
 
+// Books know promotions to a queen alone: another one would be played as that, and would
+// lend it its results. The moves behind it can be told again.
+bool FitsBook(Move m) { return Promotion(m) == EMPTY || Promotion(m) == QUEEN; }
+
 // A game's outcome gives its moves the points that book learning would.
 void CreditGame(BuiltMove& slot, int result, int side) {
     ++slot.games;
@@ -88,7 +92,7 @@ void AddGame(BookBuilder& builder, PgnReader& pgn, const BuildOptions& options) 
             builder.counts.broken += ended ? 0 : 1;
             return;
         }
-        CreditGame(Slot(builder, m), pgn.result, Board.SideToMove);
+        if (FitsBook(m)) CreditGame(Slot(builder, m), pgn.result, Board.SideToMove);
         PlayPgnMove(m);
     }
 }
@@ -103,6 +107,11 @@ std::string WithoutNumber(const std::string& word) {
     return at == std::string::npos ? "" : word.substr(at);
 }
 
+void KeepMove(BuiltMove& slot, bool removed) {
+    slot.fromLine = true;
+    slot.removed |= removed;
+}
+
 // Plays the moves of one line; false at the first that is not legal, which `word` then
 // is.
 bool AddLine(BookBuilder& builder, const std::string& moves, std::string& word) {
@@ -114,11 +123,10 @@ bool AddLine(BookBuilder& builder, const std::string& moves, std::string& word) 
         const std::string san = text.substr(0, text.find_last_not_of("!?+#") + 1);
         Move m = NO_MOVE;
         if (san.size() > kPgnTokenLimit || ResolveSan(san.c_str(), m) != 1) return false;
-        BuiltMove& slot = Slot(builder, m);
-        slot.fromLine = true;
         // Of "!?" and "?!" only the latter is a doubtful move.
         const std::size_t mark = text.find_first_of("!?");
-        slot.removed |= mark != std::string::npos && text[mark] == '?';
+        const bool doubtful = mark != std::string::npos && text[mark] == '?';
+        if (FitsBook(m)) KeepMove(Slot(builder, m), doubtful);
         PlayPgnMove(m);
     }
     return true;
