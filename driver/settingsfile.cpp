@@ -89,11 +89,11 @@ void SetSize(const SizeKey& key, std::string_view value) {
 }
 
 // The number ends before the first character below "0", or after its most digits. A
-// letter in it makes the line void.
+// letter in it, in whatever encoding, makes the line void.
 void SetNumber(const NumberKey& key, std::string_view value) {
     int number = 0, digits = 0;
     for (const char c : value) {
-        if (c < '0' || digits == key.digits) break;
+        if (static_cast<unsigned char>(c) < '0' || digits == key.digits) break;
         if (!IsDigit(c)) return;
         number = 10 * number + c - '0';
         ++digits;

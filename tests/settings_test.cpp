@@ -133,6 +133,7 @@ TEST_F(SettingsFile, OtherLinesChangeNothing) {
                              "ResignValue=",
                              "ResignValue=-5",
                              "ResignValue=8x",
+                             "ResignValue=8\xC3\xA9",
                              "Aggressivity=ten",
                              "=",
                              "\xEF\xBB\xBF",
