@@ -139,14 +139,14 @@ std::int32_t BookKey1(std::uint32_t hash1, int sideToMove) {
 // passant are not in it, so a move found here may not be legal.
 bool ReadPositionList(BookList& list) {
     BookRecord record;
-    return FindBookRecord(Book, BookKey1(Board.hash1, Board.SideToMove),
-                          static_cast<std::int32_t>(Board.hash2), record) &&
+    return BookFind(Book, BookKey1(Board.hash1, Board.SideToMove),
+                    static_cast<std::int32_t>(Board.hash2), record) &&
            ReadBookList(Book, record.list, list);
 }
 
 // The choice is made before legality is asked: an illegal move in a list is damage, or
 // two positions share their keys, and then the book has no say here.
-Move BookMove() {
+Move BookProbe() {
     BookList list;
     if (BookLoaded == 0 || !ReadPositionList(list)) return NO_MOVE;
     const auto usable =
@@ -155,7 +155,7 @@ Move BookMove() {
     return usable == 0 ? NO_MOVE : LegalMoveOf(Choose(list, static_cast<int>(usable)));
 }
 
-void WriteBookMoves() {
+void BookListMoves() {
     BookList list;
     if (!ReadPositionList(list)) {
         Write("No moves from current pos in book\n");

@@ -21,9 +21,9 @@ void CloseBook();
 // The move that the book chooses in the current position; NO_MOVE when it yields none.
 // Only ever a legal move. Without promotion: a pawn that reaches the last rank is the
 // caller's to promote.
-Move BookMove();
+Move BookProbe();
 // The list of book moves in the current position, as text on standard output.
-void WriteBookMoves();
+void BookListMoves();
 
 // The move list of the current position; false when the book has none.
 bool ReadPositionList(BookList& list);

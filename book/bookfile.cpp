@@ -56,8 +56,8 @@ bool ReadBookRecord(const BookFile& book, std::uint32_t index, BookRecord& recor
 }
 
 // Binary search; about twenty reads of twelve bytes in a book of a million positions.
-bool FindBookRecord(const BookFile& book, std::int32_t key1, std::int32_t key2,
-                    BookRecord& record, std::uint32_t* index) {
+bool BookFind(const BookFile& book, std::int32_t key1, std::int32_t key2,
+              BookRecord& record, std::uint32_t* index) {
     std::int64_t low = 0, high = book.nodes;
     while (low < high) {
         const std::int64_t middle = (low + high) / 2;

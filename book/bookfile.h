@@ -72,8 +72,8 @@ BookHeader ReadBookHeader(BookFile& book);
 // Index record `index`, 0 to nodes - 1.
 bool ReadBookRecord(const BookFile& book, std::uint32_t index, BookRecord& record);
 // `index`, where asked for, is the record's.
-bool FindBookRecord(const BookFile& book, std::int32_t key1, std::int32_t key2,
-                    BookRecord& record, std::uint32_t* index = nullptr);
+bool BookFind(const BookFile& book, std::int32_t key1, std::int32_t key2,
+              BookRecord& record, std::uint32_t* index = nullptr);
 // First byte behind the index.
 std::int64_t BookListsAt(const BookFile& book);
 // The whole list; false when any of it lies outside the region of the lists.

@@ -42,7 +42,7 @@ void Credit(BookList& list, BookEntry& entry, int outcome) {
 }
 
 // Credits the move in the current position's list. False when that could not be written.
-bool UpdateEntry(int outcome, Move m) {
+bool BookUpdateEntry(int outcome, Move m) {
     BookList list;
     if (!ReadPositionList(list)) return true;
     BookEntry* const end = list.entries + list.count;
@@ -62,7 +62,7 @@ int GameLength() { return Board.GamePly + ArchivedPlies(); }
 // Goes back through the game two plies at a time, always to the engine's turn, and
 // replays it from the moves taken back. Whose turn it is may have been changed since the
 // last move.
-void LearnBook(int outcome) {
+void BookLearn(int outcome) {
     BookLearnedThisGame = 1;
     if (Book.version == 0) return;
     const int sideToMove = Board.SideToMove;
@@ -75,7 +75,7 @@ void LearnBook(int outcome) {
     while (GameLength() >= 2) {
         takeBack();
         takeBack();
-        written = UpdateEntry(outcome, taken.back()) && written;
+        written = BookUpdateEntry(outcome, taken.back()) && written;
     }
     while (!taken.empty()) {
         PlayGameMove(taken.back());

@@ -12,4 +12,4 @@ inline constexpr int kGameDrawn = 2;
 // Credits every move of the game that the side to move has made, where the book holds it,
 // with the outcome from that side's view, and sets BookLearnedThisGame. The board is as
 // before afterwards. Callers test UseBookLearning and that a book file is open.
-void LearnBook(int outcome);
+void BookLearn(int outcome);

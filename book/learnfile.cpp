@@ -41,7 +41,7 @@ bool WriteLink(FileHandle file, std::uint32_t at, std::uint32_t record) {
 }  // namespace
 
 // The header of an existing file is not compared: the file is used as it is.
-FileHandle OpenLearnFile(const char* name) {
+FileHandle OpenOrCreateLearnFile(const char* name) {
     FileHandle file = OpenFile(name, FileMode::Update);
     if (file == nullptr) {
         // Only a file that does not exist is created.

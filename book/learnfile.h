@@ -42,7 +42,7 @@ struct LearnPlace {
 
 // Opens the file for reading and writing, creates it when there is none, and completes
 // one whose header and buckets have not all been written. nullptr when that fails.
-FileHandle OpenLearnFile(const char* name);
+FileHandle OpenOrCreateLearnFile(const char* name);
 
 // False when there is no whole record at the offset.
 bool ReadLearnRecord(FileHandle file, std::uint32_t offset, LearnRecord& record);

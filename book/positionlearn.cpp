@@ -120,16 +120,16 @@ void AddSuspect(int depth, int oldScore, int newScore, Move move) {
 
 }  // namespace
 
-bool OpenLearning(const char* name) {
-    CloseLearning();
-    Learning = OpenLearnFile(name);
+bool OpenLearningFile(const char* name) {
+    CloseLearningFile();
+    Learning = OpenOrCreateLearnFile(name);
     if (Learning != nullptr) return true;
     Write("# The learning file cannot be opened or written: no position learning\n");
     FlushOutput();
     return false;
 }
 
-void CloseLearning() {
+void CloseLearningFile() {
     CloseFile(Learning);
     DropSuspects();
 }
@@ -147,7 +147,7 @@ bool LearnLookup(std::uint32_t hash1, std::uint32_t hash2, int& score, int& dept
 }
 
 // First the old suspects are judged, then the last two scores may make a new one.
-void LearnPosition(int rootScore, int rootDepth, const OwnMove (&recent)[3]) {
+void PositionLearnAfterMove(int rootScore, int rootDepth, const OwnMove (&recent)[3]) {
     if (Learning == nullptr) return;
     const bool recovered = recent[0].score > kRecovered && recent[1].score > kRecovered &&
                            recent[2].score > kRecovered;

@@ -14,8 +14,8 @@ struct OwnMove {
 
 // Opens or creates the learning file. False, with a line on standard output, when that
 // fails: there is then nothing to look up, and nothing is learned.
-bool OpenLearning(const char* name = "Learn.vl1");
-void CloseLearning();
+bool OpenLearningFile(const char* name = "Learn.vl1");
+void CloseLearningFile();
 
 // The stored score (centipawns, for the side to move) and depth (units of 60 a ply) of a
 // position; false when there is no record, or one that no search can have written.
@@ -25,6 +25,6 @@ bool LearnLookup(std::uint32_t hash1, std::uint32_t hash2, int& score, int& dept
 // just made first; the score and the depth in plies are those of the search behind it.
 // Suspects are noted, confirmed (and then written) or dropped. The board is as before
 // afterwards.
-void LearnPosition(int rootScore, int rootDepth, const OwnMove (&recent)[3]);
+void PositionLearnAfterMove(int rootScore, int rootDepth, const OwnMove (&recent)[3]);
 // Forgets the suspects without writing them.
 void DropSuspects();

@@ -142,7 +142,7 @@ void WriteBookInformation() {
     Write("Current hash1=%d, hash2=%d\n", static_cast<int>(Board.hash1),
           static_cast<int>(Board.hash2));
     if (BookLoaded != 0)
-        WriteBookMoves();
+        BookListMoves();
     else
         Write("No book loaded...\n");
     FlushOutput();
@@ -193,7 +193,7 @@ void LearnAbandonedDraw() {
         !searched || RootScore != 0 || Board.SideToMove == RootSide || Board.GamePly == 0)
         return;
     TakeBackGameMove();
-    LearnBook(kGameDrawn);
+    BookLearn(kGameDrawn);
 }
 
 bool Matches(const Command& command) {
@@ -234,7 +234,7 @@ void Quit() {
     FreeTranspositionTable();
     FreePawnTable();
     if (BookLoaded != 0) CloseBook();
-    if (UseLearning != 0 || UseLearningData != 0) CloseLearning();
+    if (UseLearning != 0 || UseLearningData != 0) CloseLearningFile();
     FlushOutput();
     std::exit(EXIT_SUCCESS);
 }

@@ -60,7 +60,7 @@ void StartUp() {
     SeedRandom(CalendarSeconds());
     OpenBook("Book.vlx");
     if (UseLearningData != 0 || UseLearning != 0)
-        LearnedScoresUsed = OpenLearning() && UseLearningData != 0 ? 1 : 0;
+        LearnedScoresUsed = OpenLearningFile() && UseLearningData != 0 ? 1 : 0;
     PostThinking = 1;
     EngineClock = -1;
     OpenTablebases();

@@ -58,15 +58,16 @@ void LearnDecidedGame() {
     if (UseBookLearning == 0 || Book.file == nullptr || BookMovePlayed != 0 ||
         BookLearnedThisGame != 0 || std::abs(RootScore) <= BookLearningBound)
         return;
-    LearnBook(RootScore < 0 ? kGameLost : kGameWon);
+    BookLearn(RootScore < 0 ? kGameLost : kGameWon);
 }
 
 void LearnFromSearch() {
     if (UseLearning == 0) return;
     constexpr int kNewest = kRemembered - 1;
-    LearnPosition(RootScore, RootDepth,
-                  {ComputerMoveHistory[kNewest], ComputerMoveHistory[kNewest - 1],
-                   ComputerMoveHistory[kNewest - 2]});
+    PositionLearnAfterMove(
+        RootScore, RootDepth,
+        {ComputerMoveHistory[kNewest], ComputerMoveHistory[kNewest - 1],
+         ComputerMoveHistory[kNewest - 2]});
 }
 
 void ClearRequests() {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "board/types.h"
-#include "book/book.h"           // BookLoaded, BookMove
+#include "book/book.h"           // BookLoaded, BookProbe
 #include "book/positionlearn.h"  // LearnLookup
 
 // ---- driver/input.cpp ----

@@ -188,7 +188,7 @@ bool Iterate(int depth) {
 // Plays by the book, if it knows the position: there is then nothing to search or to
 // ponder on.
 bool TakeBookMove() {
-    Move m = BookMove();
+    Move m = BookProbe();
     if (m == NO_MOVE) return false;
     EndPondering();
     const bool lastRank = RankOf(To(m)) == 0 || RankOf(To(m)) == 7;

@@ -37,14 +37,14 @@ protected:
     }
     static std::string Listing() {
         testing::internal::CaptureStdout();
-        WriteBookMoves();
+        BookListMoves();
         return testing::internal::GetCapturedStdout();
     }
     // How often each move is chosen in 3000 probes.
     static std::map<std::string, int> Chosen() {
         std::map<std::string, int> times;
         SeedRandom(7);
-        for (int i = 0; i < 3000; ++i) ++times[TextOf(BookMove())];
+        for (int i = 0; i < 3000; ++i) ++times[TextOf(BookProbe())];
         return times;
     }
     Scratch scratch;
@@ -56,7 +56,7 @@ TEST_F(BookTest, OpeningReportsEachKindOfFile) {
     BookMaker maker;
     EXPECT_EQ(Open(maker.Image()), "0 nodes in openings book\n");
     EXPECT_EQ(BookLoaded, 1);
-    EXPECT_EQ(BookMove(), NO_MOVE);
+    EXPECT_EQ(BookProbe(), NO_MOVE);
     EXPECT_EQ(OpenNamed(scratch.Path("none")), "Error opening \"book.vlx\"!\n");
     EXPECT_EQ(BookLoaded, 0);
     EXPECT_EQ(Open("~Veltramox openings bool" + std::string(12, '\0')),
@@ -114,7 +114,7 @@ TEST_F(BookTest, MovesWithoutGamesScoreHalf) {
     EXPECT_EQ(chosen.size(), 2u);
     EXPECT_EQ(chosen.count("c2c4"), 0u);
     BookLearningMode = 1;
-    EXPECT_EQ(TextOf(BookMove()), "d2d4");
+    EXPECT_EQ(TextOf(BookProbe()), "d2d4");
 }
 
 TEST_F(BookTest, AllMovesLostOrRemoved) {
@@ -125,7 +125,7 @@ TEST_F(BookTest, AllMovesLostOrRemoved) {
     PlayFromStart("");
     EXPECT_EQ(Chosen().size(), 2u);
     PlayFromStart("e2e4");
-    EXPECT_EQ(BookMove(), NO_MOVE);
+    EXPECT_EQ(BookProbe(), NO_MOVE);
 }
 
 TEST_F(BookTest, TheSideToMoveIsPartOfTheKey) {
@@ -134,11 +134,11 @@ TEST_F(BookTest, TheSideToMoveIsPartOfTheKey) {
               {{"d7d5", 0}});  // the men as after e2e4 e7e6, Black to move
     Open(maker.Image());
     PlayFromStart("e2e4 e7e6");
-    EXPECT_EQ(BookMove(), NO_MOVE);
+    EXPECT_EQ(BookProbe(), NO_MOVE);
     PlayFromStart("e2e4 e7e5");
-    EXPECT_EQ(BookMove(), NO_MOVE);
+    EXPECT_EQ(BookProbe(), NO_MOVE);
     PlayFromStart("e2e3 e7e6 e3e4");
-    EXPECT_EQ(TextOf(BookMove()), "d7d5");
+    EXPECT_EQ(TextOf(BookProbe()), "d7d5");
 }
 
 TEST_F(BookTest, ListsTheMoves) {
@@ -172,7 +172,7 @@ TEST_F(BookTest, OnlyLegalMovesArePlayed) {
     Open(maker.Image());
     for (const char* game : {"", "a2a3", "e2e4 f7f6 d1h5", "e2e4 e7e5"}) {
         PlayFromStart(game);
-        EXPECT_EQ(BookMove(), NO_MOVE) << game;
+        EXPECT_EQ(BookProbe(), NO_MOVE) << game;
     }
 }
 
@@ -182,15 +182,15 @@ TEST_F(BookTest, SpecialMovesComeAsTheirWords) {
     maker.Add("g1f3 a7a6 g2g3 b7b6 f1g2 c7c6", {{"e1g1", 0}});
     Open(maker.Image());
     PlayFromStart("e2e4 a7a6 e4e5 d7d5");
-    EXPECT_EQ(BookMove(), LegalMove("e5d6"));
+    EXPECT_EQ(BookProbe(), LegalMove("e5d6"));
     PlayFromStart("g1f3 a7a6 g2g3 b7b6 f1g2 c7c6");
-    EXPECT_EQ(BookMove(), CASTLE_WHITE_SHORT);
+    EXPECT_EQ(BookProbe(), CASTLE_WHITE_SHORT);
     ASSERT_TRUE(SetFen("8/P7/8/8/8/8/k1K5/8 w - -"));
     BookMaker promotion;
     promotion.AddRaw(BookKey1(Board.hash1, WHITE), static_cast<std::int32_t>(Board.hash2),
                      std::string("\x01\x30\x38\x00\x00", 5));
     Open(promotion.Image());
-    EXPECT_EQ(BookMove(), MakeWord(A7, A8, PAWN, EMPTY));
+    EXPECT_EQ(BookProbe(), MakeWord(A7, A8, PAWN, EMPTY));
 }
 
 // Offsets, counts and squares that lie: nothing is found, nothing is read out of bounds.
@@ -201,10 +201,10 @@ TEST_F(BookTest, DamagedBooksYieldNothing) {
     const std::string good = maker.Image();
     PlayFromStart("");
     Open(good);
-    ASSERT_NE(BookMove(), NO_MOVE);
+    ASSERT_NE(BookProbe(), NO_MOVE);
     BookRecord record;
-    ASSERT_TRUE(FindBookRecord(Book, BookKey1(Board.hash1, WHITE),
-                               static_cast<std::int32_t>(Board.hash2), record));
+    ASSERT_TRUE(BookFind(Book, BookKey1(Board.hash1, WHITE),
+                         static_cast<std::int32_t>(Board.hash2), record));
     ASSERT_TRUE(ReadBookRecord(Book, 0, record));
     const std::size_t recordAt = record.key1 == BookKey1(Board.hash1, WHITE) ? 36 : 48;
 
@@ -214,24 +214,24 @@ TEST_F(BookTest, DamagedBooksYieldNothing) {
     const std::string noMoves = "No moves from current pos in book\n";
     for (const std::uint32_t offset : {0u, 36u, 59u, 1000u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
         Open(with(recordAt + 8, Bytes32(offset)));
-        EXPECT_EQ(BookMove(), NO_MOVE) << offset;
+        EXPECT_EQ(BookProbe(), NO_MOVE) << offset;
         EXPECT_EQ(Listing(), noMoves) << offset;
     }
     for (std::size_t size = 36; size < good.size(); ++size) {
         Open(good.substr(0, size));
-        const Move m = BookMove();
+        const Move m = BookProbe();
         EXPECT_TRUE(m == NO_MOVE || LegalMove(TextOf(m)) == m);
         Listing();
     }
     for (const std::uint32_t nodes : {1u, 3u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
         Open(with(32, Bytes32(nodes)));
-        BookMove();
+        BookProbe();
         Listing();
     }
     const std::size_t list = good.size() - 9 - 5 + (recordAt == 36 ? 0 : 5);
     ASSERT_EQ(good[list], 2);
-    EXPECT_EQ((Open(with(list, "\xFF")), BookMove()), NO_MOVE);
-    EXPECT_EQ((Open(with(list + 1, "\xFF\xFF\x01\x01\x40\x01")), BookMove()), NO_MOVE);
+    EXPECT_EQ((Open(with(list, "\xFF")), BookProbe()), NO_MOVE);
+    EXPECT_EQ((Open(with(list + 1, "\xFF\xFF\x01\x01\x40\x01")), BookProbe()), NO_MOVE);
 }
 
 // Any bytes at all behind a good header.
@@ -246,7 +246,7 @@ TEST_F(BookTest, RandomBytesYieldLegalMovesOrNone) {
                 static_cast<char>(RandomNumber());
         PlayFromStart("");
         Open(image);
-        const Move m = BookMove();
+        const Move m = BookProbe();
         EXPECT_TRUE(m == NO_MOVE || LegalMove(TextOf(m)) == m);
         Listing();
     }

@@ -63,7 +63,7 @@ TEST_F(BookLearnTest, OwnMovesOfTheGameAreCredited) {
         Open(maker);
         PlayFromStart(c.game);
         const auto before = Board;
-        LearnBook(c.outcome);
+        BookLearn(c.outcome);
         EXPECT_EQ(BookLearnedThisGame, 1);
         EXPECT_EQ(before.GamePly, Board.GamePly);
         EXPECT_EQ(before.hash1, Board.hash1);
@@ -87,7 +87,7 @@ TEST_F(BookLearnTest, TheBoardSurvivesSidesThatWereSwitched) {
     Board.SideToMove = BLACK;
     char before[kEpdSize], after[kEpdSize];
     WriteEpd(before);
-    LearnBook(kGameWon);
+    BookLearn(kGameWon);
     WriteEpd(after);
     EXPECT_STREQ(after, before);
     EXPECT_EQ(Words(""), std::vector<int>{Word(2, 0)});
@@ -115,7 +115,7 @@ TEST_F(BookLearnTest, CountsShrinkBeforeTheyOverflow) {
                        {"b2b3", Word(1, 0)}});
         Open(maker);
         PlayFromStart("e2e4 e7e5");
-        LearnBook(c.outcome);
+        BookLearn(c.outcome);
         const bool shrunk = c.after != Word(254, 30) && c.after != 0xFFFF;
         EXPECT_EQ(Words(""), (std::vector<int>{0xFFFF, c.after, 0,
                                                shrunk ? Word(66, 1) : Word(100, 2),
@@ -130,7 +130,7 @@ TEST_F(BookLearnTest, GamesLongerThanTheHistoryStack) {
     Open(maker);
     PlayFromStart("");
     for (int i = 0; i < 500; ++i) PlayMoves("g1f3 g8f6 f3g1 f6g8");
-    LearnBook(kGameDrawn);
+    BookLearn(kGameDrawn);
     EXPECT_EQ(Board.GamePly + ArchivedPlies(), 2000);
     // The start position came 500 times with the move: the counts have shrunk on the way.
     EXPECT_EQ(MoveScore({0, 0, static_cast<std::uint16_t>(Words("")[0])}), 500);
@@ -143,7 +143,7 @@ TEST_F(BookLearnTest, BooksWithoutResultsStayAsTheyAre) {
         maker.Add("", {{"e2e4", 0}});
         Open(maker);
         PlayFromStart("e2e4 e7e5");
-        LearnBook(kGameWon);
+        BookLearn(kGameWon);
         EXPECT_EQ(scratch.Read("book"), maker.Image());
     }
 }
@@ -163,13 +163,13 @@ TEST_F(BookLearnTest, AFullDiskIsSaidInOneLine) {
     testing::internal::CaptureStdout();
     {
         const FileSizeLimit full(5000);
-        LearnBook(kGameWon);
+        BookLearn(kGameWon);
     }
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "# The book cannot be written: this game's result is lost\n");
     EXPECT_EQ(scratch.Read("book"), maker.Image());
     PlayFromStart("e2e4 e7e5 g1f3 g8f6");
-    LearnBook(kGameWon);
+    BookLearn(kGameWon);
     EXPECT_EQ(Words(""), std::vector<int>{2});
 }
 
@@ -206,7 +206,7 @@ TEST_F(BookLearnTest, NothingIsLostWhenKilled) {
     for (int round = 0; round < 200 && !HasFailure(); ++round) {
         ListWords before[2] = {read(0), read(1)};
         PlayFromStart("e2e4 e7e5 g1f3 b8c6");
-        const int calls = CallsUntilKilled([](int n) { LearnBook(n % 3); }, random);
+        const int calls = CallsUntilKilled([](int n) { BookLearn(n % 3); }, random);
         learned += calls;
         for (int i = 0; i < 2; ++i) {
             ListWords words = before[i];

@@ -33,7 +33,7 @@ struct Game {
         recent[2] = recent[1];
         recent[1] = recent[0];
         recent[0] = {Board.hash1, Board.hash2, score, fromBook ? 1 : 0};
-        LearnPosition(score, depth, recent);
+        PositionLearnAfterMove(score, depth, recent);
     }
     OwnMove recent[3] = {};
 };
@@ -44,11 +44,11 @@ protected:
         before = std::filesystem::current_path();
         std::filesystem::current_path(scratch.directory);
         BuildTables();
-        ASSERT_TRUE(OpenLearning("Learn.vl1"));
+        ASSERT_TRUE(OpenLearningFile("Learn.vl1"));
         LogLearningIntoFile = 1;
     }
     void TearDown() override {
-        CloseLearning();
+        CloseLearningFile();
         LogLearningIntoFile = 0;
         std::filesystem::current_path(before);
     }
@@ -188,7 +188,7 @@ TEST_F(PositionLearnTest, SidesMaySwitchBetweenTheEnginesMoves) {
 // Links that lead backwards, in circles, out of the file or into the wrong bucket;
 // records cut off; stored scores that no search returns.
 TEST_F(PositionLearnTest, DamagedFilesAreSurvived) {
-    CloseLearning();
+    CloseLearningFile();
     const std::string empty = "Veltramox learning file" + std::string(4 * 65536, '\0');
     const auto record = [](std::uint32_t hash1, std::uint32_t next,
                            std::uint32_t score = 5) {
@@ -218,12 +218,12 @@ TEST_F(PositionLearnTest, DamagedFilesAreSurvived) {
     };
     for (const auto& c : cases) {
         scratch.Write("damaged", c.content);
-        ASSERT_TRUE(OpenLearning("damaged"));
+        ASSERT_TRUE(OpenLearningFile("damaged"));
         int score, depth;
         EXPECT_EQ(LearnLookup(0x20001, 9, score, depth), c.found);
-        CloseLearning();
+        CloseLearningFile();
         // What is learned now can be found again.
-        FileHandle file = OpenLearnFile(scratch.Path("damaged").c_str());
+        FileHandle file = OpenOrCreateLearnFile(scratch.Path("damaged").c_str());
         LearnRecord r;
         const LearnPlace place = FindLearnRecord(file, 0x20001, 9, r);
         EXPECT_TRUE(WriteLearnRecord(file, place, {60, -7, 0, 0x20001, 9, 0}));
@@ -232,7 +232,7 @@ TEST_F(PositionLearnTest, DamagedFilesAreSurvived) {
         CloseFile(file);
     }
     testing::internal::CaptureStdout();
-    EXPECT_FALSE(OpenLearning(scratch.directory.string().c_str()));
+    EXPECT_FALSE(OpenLearningFile(scratch.directory.string().c_str()));
     EXPECT_NE(testing::internal::GetCapturedStdout(), "");
 }
 
@@ -253,11 +253,11 @@ TEST_F(PositionLearnTest, AFullDiskIsSaidInOneLine) {
     testing::internal::CaptureStdout();
     {
         const FileSizeLimit full(100000);
-        EXPECT_FALSE(OpenLearning("other.vl1"));
+        EXPECT_FALSE(OpenLearningFile("other.vl1"));
     }
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "# The learning file cannot be opened or written: no position learning\n");
-    EXPECT_TRUE(OpenLearning("other.vl1"));
+    EXPECT_TRUE(OpenLearningFile("other.vl1"));
     EXPECT_EQ(scratch.Read("other.vl1").size(), kEmptySize);
 }
 
@@ -317,7 +317,7 @@ TEST_F(PositionLearnTest, NothingIsLostWhenKilled) {
         FileHandle file = nullptr;
         const int calls = CallsUntilKilled(
             [&](int n) {
-                if (file == nullptr) file = OpenLearnFile(name.c_str());
+                if (file == nullptr) file = OpenOrCreateLearnFile(name.c_str());
                 if (!learn(file, target(n), 1000 * round + n)) pause();
             },
             random);

@@ -288,7 +288,7 @@ TEST_F(ToolTest, CheckingTriesEveryWayToAPosition) {
 class LearnToolTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        file = OpenLearnFile(scratch.Path("learn").c_str());
+        file = OpenOrCreateLearnFile(scratch.Path("learn").c_str());
         for (std::uint32_t n = 1; n <= 5; ++n) Add(n << 16 | 3, n);
         Add(0xABCD0004, 9);
         CloseFile(file);

@@ -71,6 +71,6 @@ std::uint32_t LegalEntry(const BookEntry& entry) {
 }
 
 bool FindPosition(const BookFile& book, std::uint32_t& index, BookRecord& record) {
-    return FindBookRecord(book, BookKey1(Board.hash1, Board.SideToMove),
-                          static_cast<std::int32_t>(Board.hash2), record, &index);
+    return BookFind(book, BookKey1(Board.hash1, Board.SideToMove),
+                    static_cast<std::int32_t>(Board.hash2), record, &index);
 }

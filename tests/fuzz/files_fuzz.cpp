@@ -56,7 +56,7 @@ void ReadBook(const char* name) {
     SetStartPosition();
     OpenBook(name);
     for (const char* move : {"e2e4", "e7e5", "g1f3", "b8c6"}) {
-        const Move m = BookMove();
+        const Move m = BookProbe();
         if (m != NO_MOVE) {
             bool legal = false;
             GenerateLegalMoves(kUserMoveStart);
@@ -64,10 +64,10 @@ void ReadBook(const char* name) {
                 legal |= (MoveStack[i] & 0x3FFFF) == m;
             if (!legal) std::abort();
         }
-        WriteBookMoves();
+        BookListMoves();
         Play(move);
     }
-    for (const int outcome : {kGameLost, kGameWon, kGameDrawn}) LearnBook(outcome);
+    for (const int outcome : {kGameLost, kGameWon, kGameDrawn}) BookLearn(outcome);
     CloseBook();
     CheckBook(name, false);
     DumpBook(name, "", true);
@@ -103,7 +103,7 @@ std::vector<std::uint8_t> LearningFrom(const std::vector<std::uint8_t>& input) {
 constexpr int kNone = -100000;
 
 std::vector<int> LearnedScores(const char* name) {
-    FileHandle file = OpenLearnFile(name);
+    FileHandle file = OpenOrCreateLearnFile(name);
     if (file == nullptr) std::abort();
     std::vector<int> scores;
     for (std::uint32_t hash = 0; hash < kFuzzedBuckets; ++hash) {
@@ -120,7 +120,7 @@ void ReadLearning(const char* name) {
     static const Scratch scratch;
     CheckLearning(name, false);
     DumpLearning(name, true);
-    FileHandle file = OpenLearnFile(name);
+    FileHandle file = OpenOrCreateLearnFile(name);
     if (file == nullptr) std::abort();
     for (std::uint32_t hash = 0; hash < kFuzzedBuckets; hash += 5) {
         LearnRecord record, found;
