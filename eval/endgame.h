@@ -4,8 +4,9 @@
 #include "board/board.h"
 #include "eval/endgametables.h"
 
-// What the recognisers say of a position. Win and Loss are the side to move's.
-enum class Verdict { None, Draw, Win, Loss, Score };
+// What the recognisers say of a position. Loss is the side to move's; that it wins is
+// left to the search.
+enum class Verdict { None, Draw, Loss, Score };
 
 struct EndingVerdict {
     Verdict verdict = Verdict::None;

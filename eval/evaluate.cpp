@@ -28,15 +28,12 @@ constexpr int kMaterialMargin = 600;  // of the first lazy exit, centipawns
 int ForMover(int score) { return Board.SideToMove == WHITE ? score : -score; }
 
 // True when the recognisers settled the score; alpha then says it.
-bool SettleEnding(const EndingVerdict& verdict, int& alpha, int beta) {
+bool SettleEnding(const EndingVerdict& verdict, int& alpha) {
     switch (verdict.verdict) {
         case Verdict::None:
             return false;
         case Verdict::Draw:
             alpha = std::max(alpha, 0);
-            return true;
-        case Verdict::Win:
-            alpha = beta;
             return true;
         case Verdict::Loss:
             return true;
@@ -49,14 +46,14 @@ bool SettleEnding(const EndingVerdict& verdict, int& alpha, int beta) {
 
 // Little material on a side: recognisers of known endings, then the drive of a king to
 // the edge and the kings' own placement. False when alpha already holds the result.
-bool StartEndgame(Terms& t, int balance, int& score, int& alpha, int beta) {
+bool StartEndgame(Terms& t, int balance, int& score, int& alpha) {
     if (Board.MatingFlagsValid == 0) UpdateMatingFlags();
     if (Board.NoMatingMaterial[WHITE] != 0 && Board.NoMatingMaterial[BLACK] != 0) {
         alpha = std::max(alpha, 0);
         return false;
     }
     const EndingVerdict verdict = RecogniseEnding();
-    if (SettleEnding(verdict, alpha, beta)) return false;
+    if (SettleEnding(verdict, alpha)) return false;
     t.ending[WHITE] = IsEnding(WHITE);
     t.ending[BLACK] = IsEnding(BLACK);
     score = balance + ForMover(verdict.bonus) + MatingHelp(t.ending) +
@@ -117,7 +114,7 @@ void Evaluate(int& alpha, int beta) {
     t.endgame = IsEndgame();
     const int balance = MaterialBalanceForWhite();
     int start = 0;
-    if (!(t.endgame ? StartEndgame(t, balance, start, alpha, beta)
+    if (!(t.endgame ? StartEndgame(t, balance, start, alpha)
                     : StartMiddlegame(t, balance, start, alpha, beta)))
         return;
     int score = ForMover(start + CheapTerms(t));

@@ -52,8 +52,6 @@ std::string Recognised() {
             return v.bonus == 0 ? "none" : "none" + std::to_string(v.bonus);
         case Verdict::Draw:
             return "draw";
-        case Verdict::Win:
-            return "win";
         case Verdict::Loss:
             return "loss";
         case Verdict::Score:

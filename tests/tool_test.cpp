@@ -285,6 +285,29 @@ TEST_F(ToolTest, CheckingTriesEveryWayToAPosition) {
     }
 }
 
+// The whole report for other programs, of a file whose name needs escapes.
+TEST_F(ToolTest, DamageAsJson) {
+    const std::string name = scratch.Path("a \"book\"\n");
+    const std::string escaped = scratch.Path("a \\\"book\\\"\\u000a");
+    BookMaker maker;
+    maker.Add("", {{"e2e4", 0}, {"e2e4", 0}});
+    scratch.Write("a \"book\"\n", maker.Image());
+    EXPECT_EQ(OutputOf([&] { return CheckBook(name, true); }),
+              "1 {\n  \"file\": \"" + escaped +
+                  "\",\n  \"good\": false,\n  \"positions\": 1,\n  \"moves\": 2,\n"
+                  "  \"reached\": 1,\n  \"problemCount\": 1,\n  \"problems\": [\n    {\n"
+                  "      \"offset\": 53,\n"
+                  "      \"problem\": \"move listed before in the same list\"\n"
+                  "    }\n  ]\n}\n");
+    scratch.Write("a \"book\"\n", kLearnMagic + std::string(10, '\0'));
+    EXPECT_EQ(OutputOf([&] { return CheckLearning(name, true); }),
+              "1 {\n  \"file\": \"" + escaped +
+                  "\",\n  \"good\": false,\n  \"records\": 0,\n"
+                  "  \"unreachableBytes\": 0,\n  \"problemCount\": 1,\n"
+                  "  \"problems\": [\n    {\n      \"offset\": 33,\n"
+                  "      \"problem\": \"the buckets are cut off\"\n    }\n  ]\n}\n");
+}
+
 class LearnToolTest : public ::testing::Test {
 protected:
     void SetUp() override {
