@@ -92,6 +92,12 @@ inline std::uint32_t CastleFlags() {
                                       8 * Board.A1 + 16 * Board.H8 + 32 * Board.A8);
 }
 
+// A side has not yet lost its right to castle, on whichever wing.
+inline bool CastlingRightsLeft() {
+    return (Board.WK == 0 && (Board.A1 == 0 || Board.H1 == 0)) ||
+           (Board.BK == 0 && (Board.A8 == 0 || Board.H8 == 0));
+}
+
 // Exactly one king a side stands on the board. Without that no move is legal, and nothing
 // may be searched or evaluated.
 inline bool HasBothKings() {

@@ -28,11 +28,6 @@ constexpr int kEvenUnits = 11;     // pieces alone, equal: less than this
 constexpr int kHopelessUnits = 6;  // against clearly more: less than this
 constexpr int kClearLead = 4;
 
-bool RightsLeft() {
-    return (Board.WK == 0 && (Board.A1 == 0 || Board.H1 == 0)) ||
-           (Board.BK == 0 && (Board.A8 == 0 || Board.H8 == 0));
-}
-
 // No pawns of `weak`, and too little against the other side's pieces.
 bool IsOutclassed(int weak) {
     const int strong = ChangeSide(weak);
@@ -80,7 +75,7 @@ bool IsProbeNode() {
     if (TbMaxPieces == 0) return false;
     const Move last = LastMove();
     if (Ply > kAlwaysProbedPly && IsQuiet(last)) return false;
-    return PopCount(AllOccupied()) <= TbMaxPieces && !RightsLeft() &&
+    return PopCount(AllOccupied()) <= TbMaxPieces && !CastlingRightsLeft() &&
            !(Ply > RootDepth >> 1 && IsLeftToEvaluation(last));
 }
 
@@ -90,7 +85,7 @@ int ScoreOf(int value) {
     if (value < 0) score = 2 * value + kLossOffset;
     if (std::abs(score) > kTableMate) score += score > 0 ? 1 - Ply : Ply;
     if (score != 0) return score;
-    // A draw is worth a point to the side with more, whoever is to move.
+    // Not turned to the side to move's view: the sign is White's lead.
     const int lead = Board.Material[WHITE] - Board.Material[BLACK];
     return lead > 0 ? 1 : lead < 0 ? -1 : 0;
 }

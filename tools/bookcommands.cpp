@@ -1,5 +1,6 @@
 #include "tools/bookcommands.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 
@@ -321,11 +322,4 @@ bool OpenForReading(OpenedBook& book, const std::string& name) {
             Fail(name + " is not a book");
             return false;
     }
-}
-
-int Fail(const std::string& reason) {
-    FlushOutput();
-    EndProgress();
-    std::fprintf(stderr, "veltramox-tool: %s\n", reason.c_str());
-    return 1;
 }

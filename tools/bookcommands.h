@@ -28,5 +28,3 @@ struct OpenedBook : BookFile {
 };
 // Opens a book whose header is good; otherwise says why not.
 bool OpenForReading(OpenedBook& book, const std::string& name);
-// Reports an error on standard error: "veltramox-tool: ...". Returns the exit status 1.
-int Fail(const std::string& reason);

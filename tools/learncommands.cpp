@@ -10,9 +10,9 @@
 #include "book/learnfile.h"
 #include "platform/bytes.h"
 #include "platform/output.h"
-#include "tools/bookcommands.h"
 #include "tools/findings.h"
 #include "tools/json.h"
+#include "tools/progress.h"
 
 namespace {
 

@@ -42,6 +42,7 @@ void AddInput(CLI::App* command, const char* name, const char* help) {
         ->check(CLI::ExistingFile);
 }
 
+// ---- The commands: each says what it needs and runs when the line has been read ----
 void AddBookBuild(CLI::App* book) {
     CLI::App* build = book->add_subcommand(
         "build", "Build a book from games, whose results count, and from opening lines");
@@ -66,7 +67,6 @@ void AddBookBuild(CLI::App* book) {
     });
 }
 
-// ---- The commands: each says what it needs and runs when the line has been read ----
 void AddBook(CLI::App& app) {
     CLI::App* book = app.add_subcommand("book", "Opening books")->require_subcommand(1);
     AddBookBuild(book);
@@ -192,8 +192,6 @@ int main(int count, char** words) {
     } catch (const std::bad_alloc&) {
         return Fail("not enough memory");
     } catch (const std::exception& error) {
-        EndProgress();
-        FlushOutput();
         return Fail(error.what());
     }
     FlushOutput();

@@ -8,9 +8,9 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <string>
 
 #include "platform/clock.h"
+#include "platform/output.h"
 
 namespace {
 
@@ -48,4 +48,11 @@ void ShowProgress(const char* what, std::uint64_t done, std::uint64_t whole) {
 void EndProgress() {
     if (Shown) std::fprintf(stderr, "\r\x1B[K");
     Shown = false;
+}
+
+int Fail(const std::string& reason) {
+    FlushOutput();
+    EndProgress();
+    std::fprintf(stderr, "veltramox-tool: %s\n", reason.c_str());
+    return 1;
 }

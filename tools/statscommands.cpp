@@ -10,8 +10,8 @@
 #include "platform/bytes.h"
 #include "platform/files.h"
 #include "platform/output.h"
-#include "tools/bookcommands.h"
 #include "tools/json.h"
+#include "tools/progress.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include "board/generate.h"
 #include "egtb/tablebase.h"
 #include "platform/output.h"
-#include "tools/bookcommands.h"
 #include "tools/json.h"
+#include "tools/progress.h"
 #include "tools/sanwriter.h"
 
 namespace {
@@ -21,11 +21,6 @@ bool ValueHere(int& value) {
     value = 0;
     if (HasBothKings() && PopCount(AllOccupied()) == 2) return true;
     return ProbeTablebase(ChangeSide(Board.SideToMove), value);
-}
-
-bool CastlingIsPossible() {
-    return (Board.WK == 0 && (Board.A1 == 0 || Board.H1 == 0)) ||
-           (Board.BK == 0 && (Board.A8 == 0 || Board.H8 == 0));
 }
 
 // The move that leaves the opponent worst off, with the opponent's value after it;
@@ -124,7 +119,7 @@ void WriteJson(const TableAnswer& answer) {
 TableAnswer AskTables() {
     TableAnswer answer;
     int value;
-    if (CastlingIsPossible() || !ValueHere(value)) return answer;
+    if (CastlingRightsLeft() || !ValueHere(value)) return answer;
     if (value == 0) {
         answer.verdict = TableVerdict::Draw;
         return answer;
@@ -136,11 +131,11 @@ TableAnswer AskTables() {
 }
 
 int ProbeTables(const std::string& directory, const std::string& fen, bool json) {
-    if (!SetFen(fen)) return Fail("\"" + fen + "\" is no position");
+    if (!SetFen(fen)) return Fail("not a position: " + fen);
     std::uint64_t ramUsed;
     if (InitTablebases(directory.c_str(), ramUsed) == 0)
         return Fail("there are no tables in " + (directory.empty() ? "." : directory));
-    if (!SetUpTablebaseCache(kCacheLog2)) return Fail("no memory");
+    if (!SetUpTablebaseCache(kCacheLog2)) return Fail("not enough memory");
     const TableAnswer answer = AskTables();
     if (json)
         WriteJson(answer);
