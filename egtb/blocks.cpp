@@ -1,12 +1,11 @@
 #include "egtb/blocks.h"
 
-#include <algorithm>
 #include <cstring>
 #include <new>
 
 namespace {
 
-std::unique_ptr<std::uint8_t[]> decodeBuffer;
+std::unique_ptr<std::uint8_t[]> DecodeBuffer;
 
 // The checksum's step for each byte value. The polynomial is applied when the low bit is
 // clear, the other way round than usual.
@@ -81,36 +80,10 @@ int ReadHeader(FileHandle file, CompressedTable& table) {
 std::size_t MatchLength(BitReader& reader, int lengthClass) {
     if (lengthClass <= kLastPlainLength) return static_cast<std::size_t>(lengthClass) + 1;
     const int extra = lengthClass - kLastPlainLength;
-    return (std::size_t{1} << extra) + 14 + reader.Read(extra);
+    return (std::size_t{1} << extra) + kLastPlainLength + reader.Read(extra);
 }
 
-}  // namespace
-
-std::uint32_t HeaderChecksum(const std::uint8_t* data, std::size_t size) {
-    std::uint32_t c = 0;
-    for (std::size_t i = 0; i < size; ++i)
-        c = (c >> 8) ^ kChecksumTable[(c ^ data[i]) & 255];
-    return c;
-}
-
-int OpenCompressedTable(FileHandle file, std::unique_ptr<CompressedTable>& table) {
-    table.reset();
-    try {
-        auto opened = std::make_unique<CompressedTable>();
-        const int error = ReadHeader(file, *opened);
-        if (error == 0) table = std::move(opened);
-        return error;
-    } catch (const std::bad_alloc&) {
-        return kBlockOutOfMemory;
-    }
-}
-
-int AllocateDecodeBuffer() {
-    if (!decodeBuffer)
-        decodeBuffer.reset(new (std::nothrow) std::uint8_t[kDecodeBufferSize]);
-    return decodeBuffer ? 0 : kBlockOutOfMemory;
-}
-
+// Decodes the bits of one block to exactly `length` bytes; 0 or an error code.
 int DecodeBlock(const CompressedTable& table, const std::uint8_t* data, std::size_t size,
                 std::uint8_t* destination, std::size_t length) {
     if (table.decoder.empty) return kBlockBroken;
@@ -136,6 +109,33 @@ int DecodeBlock(const CompressedTable& table, const std::uint8_t* data, std::siz
     return reader.Overrun() ? kBlockBroken : 0;
 }
 
+}  // namespace
+
+std::uint32_t HeaderChecksum(const std::uint8_t* data, std::size_t size) {
+    std::uint32_t c = 0;
+    for (std::size_t i = 0; i < size; ++i)
+        c = (c >> 8) ^ kChecksumTable[(c ^ data[i]) & 255];
+    return c;
+}
+
+int OpenCompressedTable(FileHandle file, std::unique_ptr<CompressedTable>& table) {
+    table.reset();
+    try {
+        auto opened = std::make_unique<CompressedTable>();
+        const int error = ReadHeader(file, *opened);
+        if (error == 0) table = std::move(opened);
+        return error;
+    } catch (const std::bad_alloc&) {
+        return kBlockOutOfMemory;
+    }
+}
+
+int AllocateDecodeBuffer() {
+    if (!DecodeBuffer)
+        DecodeBuffer.reset(new (std::nothrow) std::uint8_t[kDecodeBufferSize]);
+    return DecodeBuffer ? 0 : kBlockOutOfMemory;
+}
+
 int ReadCompressedBlock(const CompressedTable& table, FileHandle file,
                         std::uint32_t block, std::uint8_t* destination) {
     if (block >= table.blocks || table.blockSize != kBlockSize) return kBlockBroken;
@@ -143,10 +143,10 @@ int ReadCompressedBlock(const CompressedTable& table, FileHandle file,
     const std::uint64_t start = table.offset[block];
     const std::size_t size = static_cast<std::size_t>(table.offset[block + 1] - start);
     const std::size_t length = block + 1 == table.blocks ? table.lastLength : kBlockSize;
-    if (!ReadAt(file, static_cast<std::int64_t>(start), decodeBuffer.get(), size))
+    if (!ReadAt(file, static_cast<std::int64_t>(start), DecodeBuffer.get(), size))
         return kBlockReadError;
     if (size != length)
-        return DecodeBlock(table, decodeBuffer.get(), size, destination, length);
-    std::memcpy(destination, decodeBuffer.get(), length);
+        return DecodeBlock(table, DecodeBuffer.get(), size, destination, length);
+    std::memcpy(destination, DecodeBuffer.get(), length);
     return 0;
 }

@@ -81,7 +81,3 @@ int AllocateDecodeBuffer();
 // for one. 0 or an error code.
 int ReadCompressedBlock(const CompressedTable& table, FileHandle file,
                         std::uint32_t block, std::uint8_t* destination);
-
-// Decodes the bits of one block to exactly `length` bytes; 0 or an error code.
-int DecodeBlock(const CompressedTable& table, const std::uint8_t* data, std::size_t size,
-                std::uint8_t* destination, std::size_t length);

@@ -175,6 +175,7 @@ int CachedByte(int entry, int side, std::uint32_t block, std::size_t offset) {
 
 // Seven losses in 127 moves, one more than a byte can say: kppkp, Black to move.
 constexpr int kLongestEntry = 36;
+static_assert(TablebaseList[kLongestEntry].name == "kppkp");
 constexpr std::uint32_t kLongestLosses[] = {56802428, 56811076, 56849992, 56858640,
                                             59592489, 67775659, 71071628};
 constexpr int kLossIn127 = -32639;

@@ -1,7 +1,6 @@
 #include "egtb/indextables.h"
 
 #include <map>
-#include <utility>
 #include <vector>
 
 #include "board/types.h"

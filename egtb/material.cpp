@@ -14,12 +14,12 @@ struct MaterialNode {
     std::int16_t child[kMostAlike + 1] = {};
 };
 
-std::vector<MaterialNode> nodes;  // the root first
+std::vector<MaterialNode> Nodes;  // the root first
 
 // The child that leads along one count, the node made if it is missing.
 std::int16_t& ChildSlot(std::size_t node, int count) {
-    if (count > nodes[node].limit) nodes[node].limit = count;
-    return nodes[node].child[count];
+    if (count > Nodes[node].limit) Nodes[node].limit = count;
+    return Nodes[node].child[count];
 }
 
 void SetLeaf(const MenCounts& counts, int value) {
@@ -27,8 +27,8 @@ void SetLeaf(const MenCounts& counts, int value) {
     for (std::size_t level = 0; level + 1 < counts.size(); ++level) {
         std::int16_t next = ChildSlot(node, counts[level]);
         if (next == 0) {
-            next = static_cast<std::int16_t>(nodes.size());
-            nodes.emplace_back();
+            next = static_cast<std::int16_t>(Nodes.size());
+            Nodes.emplace_back();
             ChildSlot(node, counts[level]) = next;
         }
         node = static_cast<std::size_t>(next);
@@ -38,11 +38,11 @@ void SetLeaf(const MenCounts& counts, int value) {
 
 }  // namespace
 
-void ClearMaterial() { nodes.clear(); }
+void ClearMaterial() { Nodes.clear(); }
 
 bool EnterMaterial(int entry) {
     try {
-        if (nodes.empty()) nodes.emplace_back();
+        if (Nodes.empty()) Nodes.emplace_back();
         const MenCounts counts = CountsOf(ShapeOf(entry));
         if (!ShapeOf(entry).symmetric) SetLeaf(Exchanged(counts), -entry);
         SetLeaf(counts, entry);
@@ -53,10 +53,10 @@ bool EnterMaterial(int entry) {
 }
 
 int MaterialIndex(const MenCounts& counts) {
-    if (nodes.empty()) return 0;
+    if (Nodes.empty()) return 0;
     int node = 0;
     for (std::size_t level = 0; level < counts.size(); ++level) {
-        const MaterialNode& here = nodes[static_cast<std::size_t>(node)];
+        const MaterialNode& here = Nodes[static_cast<std::size_t>(node)];
         if (counts[level] > here.limit) return 0;
         node = here.child[counts[level]];
         if (node == 0) return 0;

@@ -1,7 +1,6 @@
 #include "egtb/registry.h"
 
 #include <cstdlib>
-#include <new>
 #include <string_view>
 #include <vector>
 

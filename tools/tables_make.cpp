@@ -1,8 +1,7 @@
 // Retrograde analysis. Every position of a table is a node; its distance to mate grows
 // out of the mates backwards, one half-move at a time:
 //   - a position from which a lost one can be reached is won, one half-move later;
-//   - a position all of whose moves lead to won ones is lost, once the last of its moves
-//   is
+//   - a position all of whose moves lead to won ones is lost, once the last of them is
 //     known: each node counts the moves that are still open.
 // Captures and promotions lead into smaller tables, which are there already; what they
 // are worth is put down before the analysis starts and takes effect when its distance
@@ -14,6 +13,7 @@
 // one.
 #include "tools/tables_make.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstring>
@@ -136,8 +136,8 @@ struct Analysis {
     int jobs;
     std::string name;
     SideNodes side[2] = {};
-    std::vector<EnPassantNode> enPassant[2] =
-        {};  // [side to move], in the order of the nodes
+    // [side to move], in the order of the nodes.
+    std::vector<EnPassantNode> enPassant[2] = {};
     std::mutex enPassantMutex = {};
     std::atomic<int> longest{0};  // of all distances put down so far
 };
@@ -460,12 +460,12 @@ void FillEnPassantRange(Analysis& a, int side, std::vector<std::uint8_t>& file) 
         if (!IsLegalPosition(men, position)) continue;
         const int stands = placement.enPassant + (side == WHITE ? -8 : 8);
         const Node node = a.space.NodeOf(position.square);
-        const int file0 = stands ^ a.space.MaskOf(position.square[0]);
+        const int victim = stands ^ a.space.MaskOf(position.square[0]);
         const auto found = std::find_if(
             std::lower_bound(nodes.begin(), nodes.end(), node,
                              [](const EnPassantNode& e, Node n) { return e.node < n; }),
             nodes.end(), [&](const EnPassantNode& e) {
-                return e.node != node || a.space.SquareOf(node, e.victim) == file0;
+                return e.node != node || a.space.SquareOf(node, e.victim) == victim;
             });
         if (found == nodes.end() || found->node != node)
             throw std::runtime_error(a.name + ": an en passant position is missing");

@@ -34,7 +34,7 @@ struct MatchClass {
 
 MatchClass ClassOf(std::size_t length) {
     if (length <= kLastPlainLength + 1) return {static_cast<int>(length) - 1, 0, 0};
-    const auto rest = static_cast<std::uint32_t>(length - 14);
+    const auto rest = static_cast<std::uint32_t>(length - kLastPlainLength);
     const int bits = static_cast<int>(std::bit_width(rest)) - 1;
     return {kLastPlainLength + bits, bits, rest - (1u << bits)};
 }
@@ -198,15 +198,16 @@ struct Parser {
     }
 
     // All plain lengths of short matches; of long ones the longest of each class, which
-    // almost always wins.
+    // almost always wins: 2^(e + 1) + kOffset with e bits after the symbol.
     void TryMatches(std::size_t i, std::size_t d, std::size_t longest) {
         const std::size_t plain = std::min<std::size_t>(longest, kLastPlainLength + 1);
         const std::size_t shortest = longest > 2 * plain ? plain : 1;
         for (std::size_t length = plain; length >= shortest; --length)
             TryMatch(i, d, length);
-        for (std::size_t top = 17; longest > kLastPlainLength + 1; top = 2 * top - 13) {
-            TryMatch(i, d, std::min(top, longest));
-            if (top >= longest) break;
+        constexpr std::size_t kOffset = kLastPlainLength - 1;
+        for (std::size_t power = 4; longest > kLastPlainLength + 1; power *= 2) {
+            TryMatch(i, d, std::min(power + kOffset, longest));
+            if (power + kOffset >= longest) break;
         }
     }
 

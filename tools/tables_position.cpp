@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+namespace {
+
+// Piece code of a kind of men, and the other way round.
 int CodeOfType(ManType type) {
     constexpr int codes[kManTypes] = {PAWN, PAWN, KNIGHT, BISHOP, ROOK, QUEEN};
     return codes[type];
@@ -12,6 +15,8 @@ ManType TypeOfCode(int code) {
                                   kPawn, kRook, kBishop, kQueen};
     return types[code];
 }
+
+}  // namespace
 
 TableMen MenOfTable(int entry) {
     TableMen men{};

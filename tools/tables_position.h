@@ -24,9 +24,6 @@ struct TableMen {
 };
 
 TableMen MenOfTable(int entry);
-// Piece code of a kind of men, and the other way round.
-int CodeOfType(ManType type);
-ManType TypeOfCode(int code);
 
 struct TablePosition {
     std::uint8_t square[kMostMen];  // in the order of TableMen
