@@ -1,7 +1,6 @@
 #include "board/generate.h"
 
 #include <cstdlib>
-#include <utility>
 
 #include "board/attacks.h"
 
@@ -318,9 +317,9 @@ void GenerateKingEvasions() {
 template <int S>
 int GenerateEvasionStage(int stage) {
     const int start = MoveStackTop;
-    if (stage >= 5) FindCheckers<S>();
+    if (stage >= kFirstStage) FindCheckers<S>();
     const int checker = CheckerSquare[Ply];
-    if (stage >= 4 && checker != kSeveralCheckers) {
+    if (stage > kCaptureStage && checker != kSeveralCheckers) {
         GenerateCheckerCaptures<S>();
         if (MoveStackTop > start) return kCaptureStage;
     }
@@ -340,9 +339,9 @@ int GenerateEvasionStage(int stage) {
 
 SquareSet QuiesceTargets(int threshold, int O) {
     SquareSet targets = Board.Queens[O] | Board.Kings[O];
-    if (threshold < 501) targets |= Board.Rooks[O];
-    if (threshold < 301) targets |= Board.Bishops[O] | Board.Knights[O];
-    if (threshold < 101) targets |= Board.Pawns[O];
+    if (threshold <= PieceValue[ROOK]) targets |= Board.Rooks[O];
+    if (threshold <= PieceValue[BISHOP]) targets |= Board.Bishops[O] | Board.Knights[O];
+    if (threshold <= PieceValue[PAWN]) targets |= Board.Pawns[O];
     return targets;
 }
 

@@ -30,15 +30,15 @@ bool SetPlayableFen(std::string_view fen);
 
 // A new game from the start position or a FEN; false leaves the game as it was.
 bool StartGame(std::string_view fen = kStartFen);
-// Plays a legal move, typed in either case; false leaves the game as it was. NO_MOVE's
-// counterpart for a text: see LegalMove.
+// Plays the move if LegalMove knows it; false leaves the game as it was.
 bool PlayMove(std::string_view text);
 void TakeBackMove();
 // The whole game at once; false, with the text in `fault`, leaves the old one.
 bool ReplaceGame(std::string_view fen, const std::vector<std::string>& moves,
                  std::string& fault);
 
-// The legal move of the current position that the text names, NO_MOVE if there is none.
+// The legal move of the current position that the text, in either case, names ("e2e4",
+// "E7E8Q"); NO_MOVE if there is none.
 Move LegalMove(std::string_view text);
 std::string MoveText(Move m);
 std::vector<Move> AllLegalMoves();

@@ -1,7 +1,6 @@
 // The bridge: today's protocols outside, the engine's own inside.
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -15,7 +14,6 @@
 #include "bridge/gamefolder.h"
 #include "bridge/lines.h"
 #include "bridge/session.h"
-#include "driver/settings.h"
 #include "platform/process.h"
 
 namespace {
@@ -83,7 +81,6 @@ int main(int count, char** arguments) {
             Usage(argument == "--help" ? EXIT_SUCCESS : EXIT_FAILURE);
     }
     PrepareSignals();
-    std::signal(SIGPIPE, SIG_IGN);
     BuildTables();
     if (bench) return RunBench(depth);
     EndWithTerminal();

@@ -170,16 +170,16 @@ std::vector<Purpose> Purposes(const Target& target) {
     const int S = target.placement.toMove, O = ChangeSide(S);
     const bool ownLoss = Rights(S) != target.rights[S];
     const bool otherLoss = Rights(O) != target.rights[O];
-    const auto or_tempo = [](bool needed) {
+    const auto orTempo = [](bool needed) {
         return needed ? Purpose::LoseRights : Purpose::Tempo;
     };
     std::vector<Purpose> purposes;
     if (target.passed >= 0) {
         purposes = {Purpose::DoubleStep};
-        if (ownLoss || otherLoss) purposes.push_back(or_tempo(ownLoss));
+        if (ownLoss || otherLoss) purposes.push_back(orTempo(ownLoss));
         if (otherLoss) purposes.push_back(Purpose::LoseRights);
     } else {
-        if (ownLoss || otherLoss) purposes = {or_tempo(otherLoss)};
+        if (ownLoss || otherLoss) purposes = {orTempo(otherLoss)};
         if (ownLoss) purposes.push_back(Purpose::LoseRights);
     }
     return purposes;

@@ -1,6 +1,6 @@
 #include "bridge/uci.h"
 
-#include <cstdlib>
+#include <algorithm>
 
 #include "bridge/game.h"
 #include "bridge/lines.h"
