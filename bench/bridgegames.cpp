@@ -13,7 +13,6 @@
 
 #include "bench/engineprocess.h"
 #include "bench/enginestate.h"
-#include "bench/positions.h"
 #include "bridge/game.h"
 #include "search/control.h"
 #include "search/search.h"

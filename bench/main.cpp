@@ -10,7 +10,6 @@
 #include "bench/tables.h"
 #include "board/fen.h"
 #include "platform/clock.h"
-#include "search/control.h"
 #include "search/search.h"
 
 namespace {

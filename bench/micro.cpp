@@ -7,7 +7,6 @@
 #include <iterator>
 #include <limits>
 #include <utility>
-#include <vector>
 
 #include "bench/positions.h"
 #include "board/attacks.h"

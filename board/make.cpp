@@ -1,6 +1,5 @@
 // Making and unmaking moves: every form of the board is updated by a few bit operations,
 // and what is dear to undo is saved on the history stack.
-#include <utility>
 
 #include "board/board.h"
 

@@ -1,7 +1,7 @@
 #include "board/tables.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cstdlib>
 
 SquareSet KnightAttacks[64];
 SquareSet KingAttacks[64];
@@ -223,8 +223,8 @@ void BuildWingTables() {
 // With the pawn j - 1 steps down its file, the knight's company is every square k within
 // j knight moves of the pawn, or j + 1 when a first jump from n leads there in time.
 void BuildKnightCatch() {
-    static SquareSet ball[64]
-                         [kKnightDistanceMax + 1];  // squares within so many knight moves
+    // [square][n]: the squares within n knight moves.
+    static SquareSet ball[64][kKnightDistanceMax + 1];
     for (int s = 0; s < 64; ++s)
         for (int t = 0; t < 64; ++t)
             for (int d = KnightDistance[s][t]; d <= kKnightDistanceMax; ++d)

@@ -3,7 +3,6 @@
 // geometry is one indexed load.
 #pragma once
 
-#include <array>
 #include <cstdint>
 
 #include "board/types.h"
@@ -19,8 +18,8 @@ constexpr int RisingIndex(int square) { return 7 + FileOf(square) - RankOf(squar
 // ---- Attacks ----
 extern SquareSet KnightAttacks[64];
 extern SquareSet KingAttacks[64];
-extern SquareSet PawnAttacks[2]
-                            [64];  // [colour]: the squares a pawn of it attacks from here
+// [colour]: the squares that a pawn of it attacks from here.
+extern SquareSet PawnAttacks[2][64];
 // Sliding attacks along one line, up to and including the first man met in each
 // direction, by the line's occupancy byte. The bit of the square itself does not matter.
 extern SquareSet RankAttacks[8][8][256];      // [file][rank][occupancy]
@@ -30,8 +29,8 @@ extern SquareSet RisingAttacks[8][16][256];   // [rank][RisingIndex][occupancy]
 
 // ---- Lines between squares ----
 extern SquareSet Between[64][64];  // strictly between, on a common line; else empty
-extern std::int8_t Direction[64]
-                            [64];  // [a][b]: the unit step from b towards a; 0 if none
+// [a][b]: the unit step from b towards a; 0 if none.
+extern std::int8_t Direction[64][64];
 extern SquareSet RayTable[19][64];
 // The squares reached from a square by repeating the step (+-1, +-7, +-8, +-9).
 inline SquareSet RayFrom(int step, int square) { return RayTable[step + 9][square]; }
@@ -63,13 +62,13 @@ extern SquareSet KnightCatch[64][64];
 extern std::uint8_t FromHigh8[256];  // file of the leftmost member; 8 when empty
 extern std::uint8_t FromLow8[256];   // file of the rightmost member; 8 when empty
 extern std::uint8_t PopCount8[256];
-extern std::uint8_t
-    AdjacentPair8[256];               // 7 - i for the lowest i with bits i, i + 1; else 0
+// 7 - i for the lowest i with bits i and i + 1 set; else 0.
+extern std::uint8_t AdjacentPair8[256];
 extern std::uint8_t WidestGap8[256];  // longest run of clear bits between set bits
-// [own file set * 256 + other file set]
-extern std::uint8_t
-    OutsideWings[65536];  // wings where the own outermost file lies further out
-extern std::uint8_t ReachWings[65536];  // wings where it lies at least nearly as far out
+// [own file set * 256 + other file set]: the wings, 0 to 2, where the own outermost file
+// lies further out, and those where it lies at least nearly as far out.
+extern std::uint8_t OutsideWings[65536];
+extern std::uint8_t ReachWings[65536];
 
 // ---- Fixed sets ----
 inline constexpr SquareSet LightSquares = 0x55AA55AA55AA55AA;

@@ -3,8 +3,8 @@
 //
 //   offset  size      field (little-endian)
 //        0  23        "Veltramox learning file"
-//       23  4 x 65536 bucket b: offset of the first record with (hash1 & 0xFFFF) = b, or
-//       0
+//       23  4 x 65536 bucket b: offset of the first record with (hash1 & 0xFFFF) = b;
+//                     0: none
 //   262167  24 each   records: depth, score, move, hash1, hash2, offset of the bucket's
 //                     next record or 0
 //

@@ -11,12 +11,12 @@ inline constexpr int kFullWindow = 32700;
 extern int RootSide;                 // side to move at the root; written by the search
 extern int Aggressivity, Cowardice;  // percent; written by the settings
 
-// ---- Adaptive margins, centipawns; raised by Evaluate, decayed at each search's start
-// ----
-extern int
-    PositionalMargin;   // largest difference seen between score and material balance
-extern int LazyMargin;  // largest share seen of the terms behind the second lazy exit
-void ResetMargins();    // for a new game
+// ---- Adaptive margins, centipawns ----
+// Raised by Evaluate, decayed at each search's start: the largest difference seen between
+// score and material balance, and the largest share seen of the terms behind the second
+// lazy exit.
+extern int PositionalMargin, LazyMargin;
+void ResetMargins();  // for a new game
 
 // Scores the position for the side to move, in centipawns. On return alpha is the larger
 // of its entry value and the score; a lazy exit that proves the score to be at least beta

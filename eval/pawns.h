@@ -26,12 +26,11 @@ struct PawnEntry {
 };
 static_assert(sizeof(PawnEntry) == 22);
 
-// Flags of the pawn ending, [colour].
-inline constexpr int kOutsidePasser[2] = {1,
-                                          4};  // a passer out of the other pawns' reach
-inline constexpr int kOutsidePassers[2] = {2, 8};  // two of them, or one on either wing
-inline constexpr int kWiderSpread[2] = {16,
-                                        32};  // passers farther apart than the other's
+// Flags of the pawn ending, [colour]: a passer out of the other pawns' reach; two of
+// them, or one on either wing; passers farther apart than the other's.
+inline constexpr int kOutsidePasser[2] = {1, 4};
+inline constexpr int kOutsidePassers[2] = {2, 8};
+inline constexpr int kWiderSpread[2] = {16, 32};
 constexpr int EndingFlagsOf(int c) {
     return kOutsidePasser[c] | kOutsidePassers[c] | kWiderSpread[c];
 }

@@ -2,6 +2,7 @@
 // move, singular-move test, extensions, futility pruning, reductions of late quiet moves
 // and staged move generation.
 #include <algorithm>
+#include <cstdlib>
 
 #include "egtb/tablebase.h"
 #include "eval/evaluate.h"

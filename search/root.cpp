@@ -1,6 +1,7 @@
 // Iterative deepening: every iteration searches the root moves inside a narrow window
 // around the last score, keeps the best move in front and reports it.
 #include <algorithm>
+#include <cstdlib>
 
 #include "eval/evaluate.h"
 #include "search/control.h"

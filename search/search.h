@@ -23,8 +23,8 @@ extern int RootMoveIndex;  // the root move being searched
 extern int RootDepth;      // plies of the current iteration; shown to the user plus one
 extern int DepthLimit;     // plies; kTimedDepthLimit for a search by the clock
 extern int RootGamePly;    // GamePly at the root
-extern int
-    PreviousScore;  // RootScore of the last completed search that was no ponder search
+// RootScore of the last completed search that was no ponder search.
+extern int PreviousScore;
 extern int BookMovePlayed;  // the move came from the opening book
 extern std::int64_t NodeCount;
 

@@ -4,10 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <numeric>
 #include <random>
-#include <string>
 
 #include "egtb/tablefile.h"
 #include "tools/bitwriter.h"

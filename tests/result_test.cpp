@@ -1,8 +1,6 @@
 // The end of the game, and the root move list that the same check leaves.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "board/attacks.h"
 #include "search/hash.h"
 #include "search/outward.h"

@@ -1,7 +1,6 @@
 // The settings file: what every line does to the settings, and what it must leave alone.
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <string>

@@ -2,12 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <map>
 #include <random>
-#include <set>
 
-#include "board/attacks.h"
-#include "board/fen.h"
 #include "board/generate.h"
 #include "egtb/registry.h"
 #include "tests/tables.h"

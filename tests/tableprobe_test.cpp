@@ -9,7 +9,6 @@
 
 #include "board/attacks.h"
 #include "board/fen.h"
-#include "driver/input.h"
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/search.h"
