@@ -1,7 +1,5 @@
 #include "driver/settings.h"
 
-#include <cstdint>
-
 #include "driver/state.h"
 #include "platform/output.h"
 #include "search/control.h"

@@ -6,9 +6,8 @@
 
 // Table sizes as powers of two: entries, entries, bytes.
 extern int TranspositionSize, PawnHashSize, EGTBHashSize;
-extern int
-    ResignValue;  // centipawns; the engine resigns after ResignTimes moves below it
-extern int ResignTimes;
+// The engine resigns after ResignTimes moves below ResignValue centipawns.
+extern int ResignValue, ResignTimes;
 extern int UseEGTB;
 extern int UseBookWeights, UseBookLearning;
 extern int BookLearningMode;   // 0: KILL, otherwise DISCOVER

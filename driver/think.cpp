@@ -1,6 +1,7 @@
 #include "driver/think.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "book/book.h"
 #include "book/booklearn.h"

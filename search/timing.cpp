@@ -2,6 +2,7 @@
 // search.
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 
 #include "eval/evaluate.h"

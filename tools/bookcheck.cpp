@@ -1,14 +1,13 @@
 // Checking a book: everything that the engine relies on, and where it does not hold.
 #include <algorithm>
-#include <cstdio>
 
+#include "board/board.h"
 #include "platform/output.h"
 #include "tools/bookcommands.h"
 #include "tools/bookwalk.h"
 #include "tools/findings.h"
 #include "tools/json.h"
 #include "tools/progress.h"
-#include "tools/sanwriter.h"
 
 namespace {
 

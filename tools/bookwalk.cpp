@@ -58,7 +58,7 @@ std::vector<bool> WalkBook(const BookFile& book, const BookVisitor& visit) {
     return walk.visited;
 }
 
-std::uint32_t LegalEntry(const BookEntry& entry) {
+Move LegalEntry(const BookEntry& entry) {
     if (entry.from > 63 || entry.to > 63) return NO_MOVE;
     const int top = MoveStackTop;
     Move found = NO_MOVE;

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "board/types.h"
 #include "book/bookfile.h"
 
 struct BookPosition {
@@ -23,6 +24,6 @@ using BookVisitor = std::function<bool(const BookPosition&)>;
 std::vector<bool> WalkBook(const BookFile& book, const BookVisitor& visit);
 // The entry as a legal move of the current position, promotions to a queen; NO_MOVE when
 // it is none.
-std::uint32_t LegalEntry(const BookEntry& entry);
+Move LegalEntry(const BookEntry& entry);
 // Index of the current position's record; false when the book has none.
 bool FindPosition(const BookFile& book, std::uint32_t& index, BookRecord& record);
