@@ -111,6 +111,18 @@ inline Move LastMove() {
     return Board.GamePly > 0 ? Board.MoveHistory[Board.GamePly - 1] : NO_MOVE;
 }
 
+// The square that the last move's pawn has passed over in a double step; kNoSquare
+// otherwise.
+inline constexpr int kNoSquare = -1;
+inline int PassedSquare() {
+    const Move last = LastMove();
+    const bool doubleStep = Moving(last) == PAWN && (From(last) ^ To(last)) == 16;
+    return doubleStep ? (From(last) + To(last)) / 2 : kNoSquare;
+}
+
+// FiftyCounter from which on the game is drawn.
+inline constexpr int kFiftyMoves = 100;
+
 // ---- Text of a move, coordinate notation. Both write a terminating NUL. ----
 inline constexpr int kMoveTextSize = 6;
 void MoveToText(char (&text)[kMoveTextSize], Move m);                  // "e2e4", "e7e8q"

@@ -41,9 +41,7 @@ char* AppendCastling(char* text) {
 
 // The square behind a pawn that has just made its double step.
 char* AppendEnPassant(char* text) {
-    const Move last = LastMove();
-    if (Moving(last) == PAWN && (From(last) ^ To(last)) == 16) {
-        const int passed = (From(last) + To(last)) / 2;
+    if (const int passed = PassedSquare(); passed != kNoSquare) {
         *text++ = static_cast<char>('a' + FileOf(passed));
         *text++ = static_cast<char>('1' + RankOf(passed));
     } else {

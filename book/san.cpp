@@ -162,13 +162,6 @@ SquareSet Reaching(int piece, int to, bool enPassant) {
     return SquareMask(S == WHITE ? behind - 8 : behind + 8) & Board.Pawns[S];
 }
 
-// The square that a pawn has just passed over in a double step; kNone otherwise.
-int PassedSquare() {
-    const Move last = LastMove();
-    const bool doubleStep = Moving(last) == PAWN && (From(last) ^ To(last)) == 16;
-    return doubleStep ? (From(last) + To(last)) / 2 : kNone;
-}
-
 // The squares that agree with what is given of the from-square.
 SquareSet GivenOrigin(const San& san) {
     SquareSet squares = ~SquareSet{0};

@@ -5,64 +5,25 @@
 #include "board/attacks.h"
 #include "board/fen.h"
 #include "board/generate.h"
+#include "book/epd.h"
 #include "driver/usermove.h"
 
 GameRecord Game;
 
 namespace {
 
-constexpr int kFiftyMoves = 100;  // half-moves
 constexpr SquareSet kOuterRanks = 0xFF000000000000FF;
 
-std::string Placement() {
-    constexpr char kLetters[] = "?KNP?RBQ";
-    std::string text;
-    for (int rank = 7; rank >= 0; --rank) {
-        int empty = 0;
-        const auto flush = [&] {
-            if (empty > 0) text += std::to_string(empty);
-            empty = 0;
-        };
-        for (int file = 0; file < 8; ++file) {
-            const int square = SquareAt(file, rank);
-            if (Board.Piece[square] == EMPTY) {
-                ++empty;
-                continue;
-            }
-            flush();
-            const char letter = kLetters[Board.Piece[square]];
-            const bool black = (Board.Occupied[BLACK] & SquareMask(square)) != 0;
-            text += black ? ToLower(letter) : letter;
-        }
-        flush();
-        if (rank > 0) text += '/';
-    }
-    return text;
-}
-
-std::string Rights() {
-    std::string text;
-    if (Board.WK == 0 && Board.H1 == 0) text += 'K';
-    if (Board.WK == 0 && Board.A1 == 0) text += 'Q';
-    if (Board.BK == 0 && Board.H8 == 0) text += 'k';
-    if (Board.BK == 0 && Board.A8 == 0) text += 'q';
-    return text.empty() ? "-" : text;
-}
-
-std::string EnPassant() {
-    for (const Move m : AllLegalMoves())
-        if (IsEnPassant(m)) {
-            const int square = To(m);
-            return {static_cast<char>('a' + FileOf(square)),
-                    static_cast<char>('1' + RankOf(square))};
-        }
-    return "-";
-}
-
-// Placement, side to move, castling and en passant: what repetition goes by.
+// Placement, side to move, castling and en passant: what repetition goes by. A pawn that
+// can be taken in passing is one that may be.
 std::string PositionText() {
-    return Placement() + (Board.SideToMove == WHITE ? " w " : " b ") + Rights() + ' ' +
-           EnPassant();
+    char epd[kEpdSize];
+    std::string text(epd, WriteEpd(epd));
+    text.resize(text.rfind(' ', text.size() - 2) + 1);  // what it says of the pawn
+    const int passed = EnPassantTarget();
+    if (passed == kNoSquare) return text + '-';
+    return text + static_cast<char>('a' + FileOf(passed)) +
+           static_cast<char>('1' + RankOf(passed));
 }
 
 bool InCheck(int colour) {
@@ -154,6 +115,12 @@ std::vector<Move> AllLegalMoves() {
     const std::vector<Move> moves(MoveStack + kUserMoveStart, MoveStack + MoveStackTop);
     MoveStackTop = top;
     return moves;
+}
+
+int EnPassantTarget() {
+    for (const Move m : AllLegalMoves())
+        if (IsEnPassant(m)) return To(m);
+    return kNoSquare;
 }
 
 const char* GameResult() {

@@ -42,6 +42,8 @@ bool ReplaceGame(std::string_view fen, const std::vector<std::string>& moves,
 Move LegalMove(std::string_view text);
 std::string MoveText(Move m);
 std::vector<Move> AllLegalMoves();
+// Where a pawn may legally be taken in passing; kNoSquare when there is no such move.
+int EnPassantTarget();
 
 // "1-0 {White mates}" and its like when the rules end the game here, nullptr when it goes
 // on.

@@ -201,12 +201,6 @@ std::string EditCommands(const Placement& p) {
     return text + ".\n";
 }
 
-int PassedSquare() {
-    for (const Move m : AllLegalMoves())
-        if (IsEnPassant(m)) return To(m);
-    return -1;
-}
-
 // Half-moves of the one side alone, the other side's turns left out by command: for
 // positions that no moves in turn lead to. Takes back what the purpose asks for, if that
 // can be; the way so far follows.
@@ -263,7 +257,8 @@ SetUpPlan PlanSetUp(const std::string& fen) {
     if (fen == kStartFen) return {"new\nforce\n", 0, ""};
     SetPlayableFen(fen);
     const bool counter = Board.FiftyCounter > 0;
-    const Target target = {FromBoard(), {Rights(WHITE), Rights(BLACK)}, PassedSquare()};
+    const Target target = {
+        FromBoard(), {Rights(WHITE), Rights(BLACK)}, EnPassantTarget()};
     Placement start = target.placement;
     std::vector<BackStep> path;
     SetUpPlan plan;

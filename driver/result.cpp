@@ -13,7 +13,6 @@
 namespace {
 
 constexpr int kBareMaterial = 3;  // in Material's centipawns: nothing at all
-constexpr int kFiftyMoves = 100;  // half-moves
 
 // Where GameOverCheck has moves generated before the legal ones go to the root list.
 constexpr int kRootScratch = kMaxMoves;

@@ -34,11 +34,8 @@ void ListSquares(const MenSets& men, int king, std::uint8_t* list) {
 // The square that a pawn has just stepped over, when an enemy pawn stands beside it and
 // may take it there: such positions have indices of their own.
 int EnPassantSquare(int sideToMove) {
-    const Move last = LastMove();
-    if (Moving(last) != PAWN) return kNoEnPassant;
-    const int from = From(last), to = To(last);
-    if (to - from != 16 && from - to != 16) return kNoEnPassant;
-    const int passed = (from + to) / 2;
+    const int passed = PassedSquare();
+    if (passed == kNoSquare) return kNoEnPassant;
     // Takers stand where a pawn of the other colour would attack from the passed square.
     const SquareSet takers =
         PawnAttacks[1 - sideToMove][passed] & Board.Pawns[sideToMove];

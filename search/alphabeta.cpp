@@ -62,7 +62,6 @@ constexpr int kPawnlessUneven = 3;
 constexpr int kLopsidedCut = 20;
 constexpr int kLopsided = 6;
 
-constexpr int kFiftyMoves = 100;
 constexpr int kHopelessUnits = 6;  // less than this and no mating material: cannot win
 constexpr int kBareMaterial = 6;
 
