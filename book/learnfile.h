@@ -50,8 +50,9 @@ LearnPlace FindLearnRecord(FileHandle file, std::uint32_t hash1, std::uint32_t h
                            LearnRecord& record);
 // Overwrites all but the link of the record at the place, or appends the record and then
 // links it. Each is one write, so that a program killed in between leaves whole records.
-// Only where the 20 bytes being overwritten cross a page of the file can a kill cut the
-// write: the system copies page by page.
+// Only where bytes cross a page of the file can a kill cut their write, for the system
+// copies page by page: an overwritten record may then be half old and half new, and a cut
+// link ends its chain, where the next record is linked.
 bool WriteLearnRecord(FileHandle file, const LearnPlace& place,
                       const LearnRecord& record);
 // The 24 bytes of a record.
