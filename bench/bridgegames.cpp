@@ -15,7 +15,8 @@
 #include "bench/enginestate.h"
 #include "bridge/game.h"
 #include "search/control.h"
-#include "search/search.h"
+#include "search/history.h"
+#include "search/root.h"
 
 namespace {
 
@@ -147,7 +148,7 @@ std::string OpponentMove(std::mt19937& random, int ply) {
     const std::vector<Move> moves = AllLegalMoves();
     if (ply < kRandomPlies) return MoveText(moves[random() % moves.size()]);
     AgeHistoryAndKillers();
-    StopSearch = 0;
+    Control.StopSearch = 0;
     return MoveText(Search(kOpponentDepth, false) ? moves[0] : RootMoves[0]);
 }
 

@@ -6,7 +6,8 @@
 #include "driver/state.h"
 #include "search/control.h"
 #include "search/hash.h"
-#include "search/search.h"
+#include "search/history.h"
+#include "search/root.h"
 
 bool PrepareEngine() {
     SetEarlyDefaults();
@@ -24,9 +25,9 @@ bool FreshState() {
         return false;
     ClearHistoryAndKillers();
     ResetMargins();
-    PreviousScore = 0;
-    StopSearch = 0;
-    TimeBudget = kUnlimitedBudget;
-    PollInterval = kLongPollInterval;
+    Result.PreviousScore = 0;
+    Control.StopSearch = 0;
+    Control.TimeBudget = kUnlimitedBudget;
+    Control.PollInterval = kLongPollInterval;
     return true;
 }

@@ -9,8 +9,8 @@
 #include "bench/searchbench.h"
 #include "bench/tables.h"
 #include "board/fen.h"
+#include "board/generate.h"
 #include "platform/clock.h"
-#include "search/search.h"
 
 namespace {
 
@@ -37,11 +37,11 @@ void BenchSearch(int depth) {
 // Counts the leaves by the legal generator; the moves above them are made and taken back.
 std::int64_t Perft(int depth, int start) {
     GenerateLegalMoves(start);
-    const int end = MoveStackTop;
+    const int end = Generated.MoveStackTop;
     if (depth <= 1) return end - start;
     std::int64_t leaves = 0;
     for (int i = start; i < end; ++i) {
-        MakeMove(MoveStack[i]);
+        MakeMove(Generated.MoveStack[i]);
         leaves += Perft(depth - 1, end);
         UnmakeMove();
     }
@@ -54,14 +54,14 @@ void BenchPerft(int depth, const char* fen, bool divide) {
     const double start = UserSeconds();
     std::int64_t leaves = 0;
     GenerateLegalMoves(0);
-    const int end = MoveStackTop;
+    const int end = Generated.MoveStackTop;
     for (int i = 0; i < end; ++i) {
-        MakeMove(MoveStack[i]);
+        MakeMove(Generated.MoveStack[i]);
         const std::int64_t below = depth == 1 ? 1 : Perft(depth - 1, end);
         UnmakeMove();
         leaves += below;
         char text[kMoveTextSize];
-        MoveToText(text, MoveStack[i]);
+        MoveToText(text, Generated.MoveStack[i]);
         if (divide) std::printf("%s %lld\n", text, static_cast<long long>(below));
     }
     const double seconds = UserSeconds() - start;

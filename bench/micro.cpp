@@ -14,8 +14,9 @@
 #include "eval/evaluate.h"
 #include "platform/clock.h"
 #include "platform/input.h"
+#include "search/alphabeta.h"
 #include "search/control.h"
-#include "search/search.h"
+#include "search/root.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ void OverPositions(benchmark::State& state, Operation operation) {
         state.PauseTiming();
         if (!SetFen(kBenchPositions[next])) std::abort();
         next = (next + 1) % std::size(kBenchPositions);
-        MoveStackTop = 0;
+        Generated.MoveStackTop = 0;
         state.ResumeTiming();
         for (int i = 0; i < kRepeats; ++i) operations += operation();
     }
@@ -46,7 +47,7 @@ void MicroEvaluate(benchmark::State& state) {
 
 void MicroGenerateCaptures(benchmark::State& state) {
     OverPositions(state, [] {
-        MoveStackTop = 0;
+        Generated.MoveStackTop = 0;
         GenerateCaptures(Board.Occupied[ChangeSide(Board.SideToMove)]);
         return 1;
     });
@@ -54,7 +55,7 @@ void MicroGenerateCaptures(benchmark::State& state) {
 
 void MicroGenerateQuiet(benchmark::State& state) {
     OverPositions(state, [] {
-        MoveStackTop = 0;
+        Generated.MoveStackTop = 0;
         GenerateQuiet();
         return 1;
     });
@@ -63,24 +64,24 @@ void MicroGenerateQuiet(benchmark::State& state) {
 void MicroMakeUnmake(benchmark::State& state) {
     OverPositions(state, [] {
         GenerateLegalMoves(0);
-        for (int i = 0; i < MoveStackTop; ++i) {
-            MakeMove(MoveStack[i]);
+        for (int i = 0; i < Generated.MoveStackTop; ++i) {
+            MakeMove(Generated.MoveStack[i]);
             UnmakeMove();
         }
-        return MoveStackTop;
+        return Generated.MoveStackTop;
     });
 }
 
 // Captures of the position, each exchanged out.
 void MicroStaticExchange(benchmark::State& state) {
     OverPositions(state, [] {
-        MoveStackTop = 0;
+        Generated.MoveStackTop = 0;
         GenerateCaptures(Board.Occupied[ChangeSide(Board.SideToMove)]);
         int exchanges = 0;
-        for (int i = 0; i < MoveStackTop; ++i) {
-            if (!CapturesOrPromotes(MoveStack[i])) continue;
+        for (int i = 0; i < Generated.MoveStackTop; ++i) {
+            if (!CapturesOrPromotes(Generated.MoveStack[i])) continue;
             benchmark::DoNotOptimize(
-                StaticExchange(To(MoveStack[i]), From(MoveStack[i])));
+                StaticExchange(To(Generated.MoveStack[i]), From(Generated.MoveStack[i])));
             ++exchanges;
         }
         return exchanges;
@@ -101,11 +102,11 @@ void MicroIsAttacked(benchmark::State& state) {
 void MicroPollPoint(benchmark::State& state) {
     int ends[2];
     if (pipe(ends) != 0 || dup2(ends[0], STDIN_FILENO) < 0) std::abort();
-    StopSearch = 0;
-    DepthLimit = kTimedDepthLimit;
-    RootMoveIndex = 1;
-    TimeBudget = EngineClock = std::numeric_limits<int>::max() / 8;
-    SearchStartTime = ClockMilliseconds();
+    Control.StopSearch = 0;
+    Control.DepthLimit = kTimedDepthLimit;
+    Root.RootMoveIndex = 1;
+    Control.TimeBudget = GameClock.EngineClock = std::numeric_limits<int>::max() / 8;
+    Control.SearchStartTime = ClockMilliseconds();
     // Benchmarks ignore input, so the question to the operating system is put here.
     for (auto _ : state)
         if (InputWaiting() != 0 || PollPoint()) std::abort();

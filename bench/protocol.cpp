@@ -13,10 +13,11 @@
 #include "bench/enginestate.h"
 #include "bench/positions.h"
 #include "board/fen.h"
-#include "board/generate.h"
+#include "board/legalmoves.h"
 #include "driver/usermove.h"
 #include "search/control.h"
-#include "search/search.h"
+#include "search/history.h"
+#include "search/root.h"
 
 namespace {
 
@@ -81,14 +82,14 @@ void Latency(const char* program, int trials) {
 
 // ---- Games on the clock ----
 
-struct Control {
+struct TimeControl {
     const char* name;
     const char* level;  // the front end's command
     int base;           // ms
     int increment;      // ms
     int movesPerControl;
 };
-constexpr Control kControls[] = {
+constexpr TimeControl kControls[] = {
     {"1 s + 10 ms", "level 0 0:01 0.01\n", 1000, 10, 0},
     {"5 s", "level 0 0:05 0\n", 5000, 0, 0},
     {"40 moves in 10 s", "level 40 0:10 0\n", 10000, 0, 40},
@@ -104,18 +105,18 @@ struct Tally {
 };
 
 Move OpponentMove(std::mt19937& random, int ply) {
-    GenerateLegalMoves(0);
-    const int count = MoveStackTop;
-    if (count == 0) return NO_MOVE;
-    if (ply < kRandomPlies) return MoveStack[random() % static_cast<unsigned>(count)];
+    const LegalMoves legal;
+    if (legal.count == 0) return NO_MOVE;
+    if (ply < kRandomPlies)
+        return legal.moves[random() % static_cast<unsigned>(legal.count)];
     AgeHistoryAndKillers();
-    StopSearch = 0;
+    ClearRequests();
     return Search(kOpponentDepth, false) ? NO_MOVE : RootMoves[0];
 }
 
 // The engine's answer; NO_MOVE when the game is over or it lost on time.
-Move EngineMove(EngineProcess& engine, const Control& control, double& clock, int& played,
-                Tally& tally) {
+Move EngineMove(EngineProcess& engine, const TimeControl& control, double& clock,
+                int& played, Tally& tally) {
     const auto start = BenchClock::now();
     const std::string line = WaitForLine(engine, "", kPatience);
     std::string answer = line;
@@ -144,7 +145,8 @@ Move EngineMove(EngineProcess& engine, const Control& control, double& clock, in
     return m;
 }
 
-void PlayGame(EngineProcess& engine, const Control& control, int number, Tally& tally) {
+void PlayGame(EngineProcess& engine, const TimeControl& control, int number,
+              Tally& tally) {
     std::mt19937 random(static_cast<unsigned>(number) + 1);
     const int engineSide = number & 1;
     double clock = control.base;
@@ -177,7 +179,7 @@ void PlayGame(EngineProcess& engine, const Control& control, int number, Tally& 
 
 void ClockGames(const char* program, int games) {
     Tally all;
-    for (const Control& control : kControls) {
+    for (const TimeControl& control : kControls) {
         EngineProcess engine = StartEngine(program);
         Tally tally;
         for (int i = 0; i < games; ++i) PlayGame(engine, control, i, tally);

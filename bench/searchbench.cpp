@@ -7,7 +7,7 @@
 #include "bench/positions.h"
 #include "board/fen.h"
 #include "platform/clock.h"
-#include "search/search.h"
+#include "search/root.h"
 
 SearchBench SearchBenchPositions(int depth) {
     SearchBench bench;
@@ -17,11 +17,11 @@ SearchBench SearchBenchPositions(int depth) {
         const double start = UserSeconds();
         Search(depth, false);
         bench.seconds += UserSeconds() - start;
-        bench.nodes += NodeCount;
+        bench.nodes += Result.NodeCount;
         char text[kMoveTextSize];
         MoveToText(text, RootMoves[0]);
         std::printf("%2d %-5s %6d %10lld  %s\n", ++number, text, RootScore,
-                    static_cast<long long>(NodeCount), fen);
+                    static_cast<long long>(Result.NodeCount), fen);
     }
     return bench;
 }

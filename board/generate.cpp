@@ -4,14 +4,9 @@
 
 #include "board/attacks.h"
 
-Move MoveStack[kMoveStackSize];
-std::int32_t MoveScores[kMoveStackSize];
-int MoveStackTop;
-int Ply;
-std::uint8_t InCheckAt[kMaxPly];
-Move Killer1[2][kMaxPly], Killer2[2][kMaxPly];
-std::int32_t HistoryTable[4096 * 2];
-std::uint8_t CheckerSquare[kMaxPly];
+GeneratedMoves Generated;
+SearchLine Line;
+MoveOrdering Ordering;
 
 namespace {
 
@@ -48,7 +43,7 @@ inline int TakePawn(SquareSet& pawns) {
     return S == WHITE ? TakeLowest(pawns) : TakeHighest(pawns);
 }
 
-inline void Append(Move m) { MoveStack[MoveStackTop++] = m; }
+inline void Append(Move m) { Generated.MoveStack[Generated.MoveStackTop++] = m; }
 
 inline void AppendTo(int from, int piece, SquareSet targets) {
     while (targets != 0) {
@@ -220,13 +215,13 @@ bool KillerIsValid(Move m) {
 // Ordering score of the capture at `i` of a list that began at `start`. Captures of one
 // man by like men score alike, which saves exchange evaluations.
 std::int32_t CaptureScore(int i, int start, Move hashMove) {
-    const Move m = MoveStack[i];
+    const Move m = Generated.MoveStack[i];
     if (m == hashMove) return kHashMoveScore;
     if (i > start) {
-        const Move previous = MoveStack[i - 1];
+        const Move previous = Generated.MoveStack[i - 1];
         if (To(m) == To(previous) &&
             OrderClass[Moving(m)] == OrderClass[Moving(previous)])
-            return MoveScores[i - 1];
+            return Generated.MoveScores[i - 1];
     }
     const std::int32_t victim = PieceValue[Captured(m)] * kScoreUnit;
     const std::int32_t attacker = PieceValue[Moving(m)] * kScoreUnit;
@@ -248,13 +243,13 @@ void FindCheckers() {
         checker = TakeLowest(checkers);
         if (checkers != 0) checker = kSeveralCheckers;
     }
-    CheckerSquare[Ply] = static_cast<std::uint8_t>(checker);
+    Line.CheckerSquare[Line.Ply] = static_cast<std::uint8_t>(checker);
 }
 
 template <int S>
 void GenerateCheckerCaptures() {
     using Geometry = PawnGeometry<S>;
-    const int c = CheckerSquare[Ply];
+    const int c = Line.CheckerSquare[Line.Ply];
     const SquareSet target = SquareMask(c);
     const Move last = LastMove();
     if (Board.Piece[c] == PAWN && RankOf(c) == Geometry::fifthRank && To(last) == c &&
@@ -282,7 +277,7 @@ void GenerateCheckerCaptures() {
 template <int S>
 void GenerateInterpositions() {
     using Geometry = PawnGeometry<S>;
-    const SquareSet between = Between[CheckerSquare[Ply]][Board.KingSquare[S]];
+    const SquareSet between = Between[Line.CheckerSquare[Line.Ply]][Board.KingSquare[S]];
     if (between == 0) return;
     for (SquareSet pawns = Board.Pawns[S]; pawns != 0;) {
         const int from = TakeLowest(pawns);
@@ -310,27 +305,28 @@ template <int S>
 void GenerateKingEvasions() {
     const int king = Board.KingSquare[S];
     SquareSet targets = KingAttacks[king] & ~Board.Occupied[S];
-    if (CheckerSquare[Ply] != kSeveralCheckers) targets &= ClearMask(CheckerSquare[Ply]);
+    if (Line.CheckerSquare[Line.Ply] != kSeveralCheckers)
+        targets &= ClearMask(Line.CheckerSquare[Line.Ply]);
     AppendTo(king, KING, targets);
 }
 
 template <int S>
 int GenerateEvasionStage(int stage) {
-    const int start = MoveStackTop;
+    const int start = Generated.MoveStackTop;
     if (stage >= kFirstStage) FindCheckers<S>();
-    const int checker = CheckerSquare[Ply];
+    const int checker = Line.CheckerSquare[Line.Ply];
     if (stage > kCaptureStage && checker != kSeveralCheckers) {
         GenerateCheckerCaptures<S>();
-        if (MoveStackTop > start) return kCaptureStage;
+        if (Generated.MoveStackTop > start) return kCaptureStage;
     }
     if (stage >= kCaptureStage) {
         GenerateKingEvasions<S>();
-        if (MoveStackTop > start) return kKillerStage;
+        if (Generated.MoveStackTop > start) return kKillerStage;
     }
     if (stage >= kKillerStage && checker != kSeveralCheckers &&
         IsSlider(Board.Piece[checker])) {
         GenerateInterpositions<S>();
-        if (MoveStackTop > start) return kQuietStage;
+        if (Generated.MoveStackTop > start) return kQuietStage;
     }
     return kNoMoreStages;
 }
@@ -374,7 +370,7 @@ struct LastExchange {
 
 template <bool inner>
 bool GenerateQuiesce(int threshold, Move hashMove) {
-    const int start = MoveStackTop;
+    const int start = Generated.MoveStackTop;
     const int O = ChangeSide(Board.SideToMove);
     GenerateCaptures(QuiesceTargets(threshold, O));
     if (Board.SideToMove == WHITE)
@@ -385,12 +381,12 @@ bool GenerateQuiesce(int threshold, Move hashMove) {
     LastExchange last;
     int kept = start;
     const auto keep = [&kept](Move m, int score) {
-        MoveStack[kept] = m;
-        MoveScores[kept] = score;
+        Generated.MoveStack[kept] = m;
+        Generated.MoveScores[kept] = score;
         ++kept;
     };
-    for (int i = start; i < MoveStackTop; ++i) {
-        const Move m = MoveStack[i];
+    for (int i = start; i < Generated.MoveStackTop; ++i) {
+        const Move m = Generated.MoveStack[i];
         if (!inner && m == hashMove) continue;
         if (Captured(m) == KING) return true;
         const bool enPassant = !CapturesOrPromotes(m);
@@ -407,7 +403,7 @@ bool GenerateQuiesce(int threshold, Move hashMove) {
             keep(m, gain);
         }
     }
-    MoveStackTop = kept;
+    Generated.MoveStackTop = kept;
     if (kept - start > 1) SortMoves(start, kept);
     return false;
 }
@@ -458,11 +454,12 @@ bool IsLegalOutOfCheck(Move m, int S, SquareSet pinned) {
 using ScoredMove = std::int64_t;
 
 inline ScoredMove Load(int i) {
-    return static_cast<ScoredMove>(MoveScores[i]) * (ScoredMove{1} << 32) + MoveStack[i];
+    return static_cast<ScoredMove>(Generated.MoveScores[i]) * (ScoredMove{1} << 32) +
+           Generated.MoveStack[i];
 }
 inline void Store(int i, ScoredMove entry) {
-    MoveStack[i] = static_cast<Move>(entry);
-    MoveScores[i] = static_cast<std::int32_t>(entry >> 32);
+    Generated.MoveStack[i] = static_cast<Move>(entry);
+    Generated.MoveScores[i] = static_cast<std::int32_t>(entry >> 32);
 }
 
 // What a pass does at each entry: it takes the entry along when its score is strictly
@@ -518,28 +515,31 @@ bool FitsPosition(Move m) {
 }
 
 int GenerateStage(int stage, Move hashMove) {
-    const int start = MoveStackTop;
+    const int start = Generated.MoveStackTop;
     const int S = Board.SideToMove;
-    if (InCheckAt[Ply] != 0)
+    if (Line.InCheckAt[Line.Ply] != 0)
         return S == WHITE ? GenerateEvasionStage<WHITE>(stage)
                           : GenerateEvasionStage<BLACK>(stage);
     if (stage > kCaptureStage) {
         GenerateCaptures(Board.Occupied[ChangeSide(S)]);
-        for (int i = start; i < MoveStackTop; ++i)
-            MoveScores[i] = CaptureScore(i, start, hashMove);
-        if (MoveStackTop > start) return kCaptureStage;
+        for (int i = start; i < Generated.MoveStackTop; ++i)
+            Generated.MoveScores[i] = CaptureScore(i, start, hashMove);
+        if (Generated.MoveStackTop > start) return kCaptureStage;
     }
     if (stage >= kCaptureStage) {
-        if (Killer1[S][Ply] != 0) AddKillerIfValid(Killer1[S][Ply]);
-        if (Killer2[S][Ply] != 0) AddKillerIfValid(Killer2[S][Ply]);
-        if (MoveStackTop > start) return kKillerStage;
+        if (Ordering.Killer1[S][Line.Ply] != 0)
+            AddKillerIfValid(Ordering.Killer1[S][Line.Ply]);
+        if (Ordering.Killer2[S][Line.Ply] != 0)
+            AddKillerIfValid(Ordering.Killer2[S][Line.Ply]);
+        if (Generated.MoveStackTop > start) return kKillerStage;
     }
     if (stage >= kKillerStage) {
         GenerateQuiet();
-        for (int i = start; i < MoveStackTop; ++i)
-            MoveScores[i] =
-                HistoryTable[FromTo(MoveStack[i]) * 2 + static_cast<std::size_t>(S)];
-        if (MoveStackTop > start) return kQuietStage;
+        for (int i = start; i < Generated.MoveStackTop; ++i)
+            Generated.MoveScores[i] =
+                Ordering.HistoryTable[FromTo(Generated.MoveStack[i]) * 2 +
+                                      static_cast<std::size_t>(S)];
+        if (Generated.MoveStackTop > start) return kQuietStage;
     }
     return kNoMoreStages;
 }
@@ -553,7 +553,7 @@ bool GenerateQuiesceCapturesInner(int threshold) {
 }
 
 void GenerateLegalMoves(int start) {
-    MoveStackTop = start;
+    Generated.MoveStackTop = start;
     if (!HasBothKings()) return;
     const int S = Board.SideToMove, O = ChangeSide(S);
     const bool inCheck = IsAttacked(O, Board.KingSquare[S]);
@@ -565,13 +565,13 @@ void GenerateLegalMoves(int start) {
         GenerateQuietOf<BLACK>(!inCheck);
     const SquareSet pinned = inCheck ? 0 : PinnedMen(S);
     int kept = start;
-    for (int i = start; i < MoveStackTop; ++i) {
-        const Move m = MoveStack[i];
+    for (int i = start; i < Generated.MoveStackTop; ++i) {
+        const Move m = Generated.MoveStack[i];
         if (Captured(m) == KING) continue;
         if (inCheck ? LeavesKingSafe(m, S) : IsLegalOutOfCheck(m, S, pinned))
-            MoveStack[kept++] = m;
+            Generated.MoveStack[kept++] = m;
     }
-    MoveStackTop = kept;
+    Generated.MoveStackTop = kept;
 }
 
 void SelectMoves(int first, int end) {

@@ -7,27 +7,41 @@
 
 #include "board/board.h"
 
-inline constexpr int kMoveStackSize = 16448;
-// From here on: the moves that a line typed during a search is matched against.
-inline constexpr int kMatchListStart = 14384;
-// Where the check of a typed move builds its list.
-inline constexpr int kUserMoveStart = 5000;
 // No position has more moves than this, not even an edited one full of queens.
 inline constexpr int kMaxMoves = 2064;
+// The search goes no deeper once the stack is filled up to here: above it there is room
+// for the moves of the node at hand and for one list of legal moves.
+inline constexpr int kSearchStackEnd = 12320;
+inline constexpr int kMoveStackSize = kSearchStackEnd + 2 * kMaxMoves;
 // Search plies that per-ply arrays hold.
 inline constexpr int kMaxPly = 128;
 
-extern Move MoveStack[kMoveStackSize];
-extern std::int32_t MoveScores[kMoveStackSize];  // ordering scores, parallel to MoveStack
-extern int MoveStackTop;                         // the next free entry
+// What the generators have written. Every ply of the search owns the entries above its
+// parent's and resets MoveStackTop when it is done with them.
+struct GeneratedMoves {
+    Move MoveStack[kMoveStackSize];
+    std::int32_t MoveScores[kMoveStackSize];  // ordering scores, parallel to MoveStack
+    int MoveStackTop;                         // the next free entry
+};
+extern GeneratedMoves Generated;
 
-// ---- Inputs of the staged generator; written by the search ----
-extern int Ply;                          // distance from the root
-extern std::uint8_t InCheckAt[kMaxPly];  // the side to move at that ply is in check
-extern Move Killer1[2][kMaxPly], Killer2[2][kMaxPly];  // [colour][ply], 0 = empty
-extern std::int32_t HistoryTable[4096 * 2];            // [FromTo(m) * 2 + colour]
-// ---- Output of the evasion stages ----
-extern std::uint8_t CheckerSquare[kMaxPly];  // the single checking man; 64: several
+// The line from the root to the node at hand. Written by the search, CheckerSquare by the
+// evasion stages; [ply].
+struct SearchLine {
+    int Ply;                              // distance from the root
+    std::uint8_t InCheckAt[kMaxPly];      // the side to move at that ply is in check
+    std::uint8_t ExtFlags[kMaxPly];       // why the move that led there was extended
+    std::uint8_t CheckerSquare[kMaxPly];  // the single checking man, or kSeveralCheckers
+};
+extern SearchLine Line;
+
+// Quiet moves that did well, which order the staged generator's output. Written by
+// search/history.cpp alone.
+struct MoveOrdering {
+    Move Killer1[2][kMaxPly], Killer2[2][kMaxPly];  // [colour][ply], 0 = empty
+    std::int32_t HistoryTable[4096 * 2];            // [FromTo(m) * 2 + colour]
+};
+extern MoveOrdering Ordering;
 
 inline constexpr int kSeveralCheckers = 64;
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "board/generate.h"
+#include "board/legalmoves.h"
 #include "driver/settings.h"
 #include "platform/output.h"
 
@@ -57,19 +57,6 @@ const BookEntry& Choose(const BookList& list, int usable) {
     if (Book.version == 0) return ChooseAny(list, usable);
     if (BookLearningMode != 0) return ChooseLeastPlayed(list);
     return UseBookWeights != 0 ? ChooseByScore(list) : ChooseAny(list, usable);
-}
-
-// The entry as a move of the current position; NO_MOVE when it is not a legal one.
-Move LegalMoveOf(const BookEntry& entry) {
-    if (entry.from > 63 || entry.to > 63) return NO_MOVE;
-    const int top = MoveStackTop;
-    GenerateLegalMoves(kUserMoveStart);
-    bool legal = false;
-    for (int i = kUserMoveStart; i < MoveStackTop; ++i)
-        legal |= From(MoveStack[i]) == entry.from && To(MoveStack[i]) == entry.to;
-    MoveStackTop = top;
-    if (!legal) return NO_MOVE;
-    return MakeWord(entry.from, entry.to, Board.Piece[entry.from], Board.Piece[entry.to]);
 }
 
 // The four characters of a move; squares beyond the board, in a damaged book, give ranks
@@ -153,6 +140,12 @@ Move BookProbe() {
         std::count_if(list.entries, list.entries + list.count,
                       [](const BookEntry& e) { return !IsRemoved(Book, e); });
     return usable == 0 ? NO_MOVE : LegalMoveOf(Choose(list, static_cast<int>(usable)));
+}
+
+Move LegalMoveOf(const BookEntry& entry) {
+    for (const Move m : LegalMoves())  // of promotions the queen comes first
+        if (From(m) == entry.from && To(m) == entry.to) return m;
+    return NO_MOVE;
 }
 
 void BookListMoves() {

@@ -19,9 +19,11 @@ bool OpenBook(const char* name);
 void CloseBook();
 
 // The move that the book chooses in the current position; NO_MOVE when it yields none.
-// Only ever a legal move. Without promotion: a pawn that reaches the last rank is the
-// caller's to promote.
+// Only ever a legal move, promotions to a queen.
 Move BookProbe();
+// The entry as a legal move of the current position, promotions to a queen; NO_MOVE when
+// it is none.
+Move LegalMoveOf(const BookEntry& entry);
 // The list of book moves in the current position, as text on standard output.
 void BookListMoves();
 

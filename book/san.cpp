@@ -3,7 +3,7 @@
 #include "book/san.h"
 
 #include "board/attacks.h"
-#include "board/generate.h"
+#include "board/legalmoves.h"
 
 namespace {
 
@@ -196,11 +196,8 @@ int ResolveToSquare(const San& san, Move& move) {
 // Texts that leave the to-square open, and castling written as a king's move: all legal
 // moves are compared.
 int ResolveByList(const San& san, Move& move) {
-    const int top = MoveStackTop;
-    GenerateLegalMoves(kUserMoveStart);
     int count = 0;
-    for (int i = kUserMoveStart; i < MoveStackTop; ++i) {
-        const Move m = MoveStack[i];
+    for (const Move m : LegalMoves()) {
         if (Moving(m) != san.piece ||
             (san.promotion != EMPTY && Promotion(m) != san.promotion) ||
             (GivenOrigin(san) & SquareMask(From(m))) == 0 ||
@@ -211,7 +208,6 @@ int ResolveByList(const San& san, Move& move) {
         move = m;
         ++count;
     }
-    MoveStackTop = top;
     return count;
 }
 

@@ -4,7 +4,7 @@
 
 #include "board/attacks.h"
 #include "board/fen.h"
-#include "board/generate.h"
+#include "board/legalmoves.h"
 #include "book/epd.h"
 #include "driver/usermove.h"
 
@@ -110,11 +110,8 @@ std::string MoveText(Move m) {
 }
 
 std::vector<Move> AllLegalMoves() {
-    const int top = MoveStackTop;
-    GenerateLegalMoves(kUserMoveStart);
-    const std::vector<Move> moves(MoveStack + kUserMoveStart, MoveStack + MoveStackTop);
-    MoveStackTop = top;
-    return moves;
+    const LegalMoves legal;
+    return {legal.begin(), legal.end()};
 }
 
 int EnPassantTarget() {

@@ -6,21 +6,18 @@
 #include "driver/commands.h"
 #include "driver/input.h"
 #include "driver/usermove.h"
-#include "platform/clock.h"
 #include "platform/output.h"
 #include "search/control.h"
-#include "search/search.h"
+#include "search/root.h"
 
 namespace {
 
 constexpr int kAnalysisDepth = 100;
 
 void SearchWithoutLimit() {
-    SearchStartTime = ClockMilliseconds();
-    TimeBudget = kUnlimitedBudget;
-    PollInterval = kLongPollInterval;
-    StopSearch = NewGameRequested = ExitAnalysis = UndoRequested = 0;
-    PendingMove = NO_MOVE;
+    StartSearchClock();
+    SetUnlimitedBudget();
+    ClearRequests();
     BuildMatchList();
     Search(kAnalysisDepth, false);
 }
@@ -57,7 +54,7 @@ void WaitForLine() {
                              InputLine[3])) {
         PlayTypedMove();
     } else if (Begins("exit")) {
-        ExitAnalysis = 1;
+        RequestExit();
     } else if (Begins("new")) {
         NewGame();
     } else if (Begins("undo")) {
@@ -68,12 +65,12 @@ void WaitForLine() {
 }
 
 void PlayPendingMove() {
-    if (IsLegalUserMove(PendingMove)) {
-        PlayGameMove(PendingMove);
+    if (IsLegalUserMove(Request.PendingMove)) {
+        PlayGameMove(Request.PendingMove);
         return;
     }
     char text[kMoveTextSize];
-    MoveToText(text, PendingMove);
+    MoveToText(text, Request.PendingMove);
     WriteIllegal(text);
 }
 
@@ -82,13 +79,14 @@ void PlayPendingMove() {
 void Analyze() {
     do {
         SearchWithoutLimit();
-        if (PendingMove != NO_MOVE)
+        if (Request.PendingMove != NO_MOVE)
             PlayPendingMove();
-        else if (NewGameRequested != 0)
+        else if (Request.NewGameRequested != 0)
             NewGame();
-        else if (ExitAnalysis == 0 && UndoRequested != 0 && Board.GamePly > 0)
+        else if (Request.ExitAnalysis == 0 && Request.UndoRequested != 0 &&
+                 Board.GamePly > 0)
             TakeBackGameMove();
-        else if (ExitAnalysis == 0)
+        else if (Request.ExitAnalysis == 0)
             WaitForLine();
-    } while (ExitAnalysis == 0);
+    } while (Request.ExitAnalysis == 0);
 }

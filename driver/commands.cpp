@@ -20,7 +20,9 @@
 #include "platform/output.h"
 #include "search/control.h"
 #include "search/hash.h"
-#include "search/search.h"
+#include "search/history.h"
+#include "search/quiesce.h"
+#include "search/root.h"
 
 int ForceMode;
 int PostThinking;
@@ -57,9 +59,9 @@ void NoPost() { PostThinking = 0; }
 void Force() { ForceMode = 1; }
 void White() { Board.SideToMove = WHITE; }
 void Black() { Board.SideToMove = BLACK; }
-void Easy() { PonderAllowed = 0; }
+void Easy() { AllowPondering(false); }
 void Hard() {
-    if (Pondering == 1) PonderAllowed = 1;
+    if (Pondering == 1) AllowPondering(true);
 }
 void Time() { SetEngineClock(InputLine); }
 
@@ -69,13 +71,13 @@ void Time() { SetEngineClock(InputLine); }
 void Level() {
     const char* moves = InputLine + std::min(std::strlen(InputLine), std::size_t{5});
     while (*moves == ' ') ++moves;
-    MovesPerControl = LeadingNumber(moves);
+    GameClock.MovesPerControl = LeadingNumber(moves);
 
     const char* end = InputLine + std::strlen(InputLine);
     while (end > InputLine && end[-1] == ' ') --end;
     const char* field = end;
     while (field > InputLine && field[-1] != ' ' && field[-1] != ':') --field;
-    Increment = LeadingNumber(field);
+    GameClock.Increment = LeadingNumber(field);
 }
 
 // "sd N": one or two digits, a third is not looked at.
@@ -127,15 +129,15 @@ void TestCaptures() {
 
 // The engine against itself, until a call of Think makes no move.
 void Demo() {
-    const int ponderAllowed = PonderAllowed;
-    PonderAllowed = 0;
+    const bool ponderAllowed = Ponder.PonderAllowed != 0;
+    AllowPondering(false);
     NewGame();
     int length;
     do {
         length = Board.GamePly + ArchivedPlies();
         Think();
     } while (Board.GamePly + ArchivedPlies() != length);
-    PonderAllowed = ponderAllowed;
+    AllowPondering(ponderAllowed);
 }
 
 void WriteBookInformation() {
@@ -188,7 +190,7 @@ constexpr Command kCommands[] = {
 // A new game right after the engine's move, with the score at zero: the players agreed to
 // a draw. The engine's own last move is taken back, so that the side to move is its own.
 void LearnAbandonedDraw() {
-    const bool searched = RootDepth != 0;
+    const bool searched = Root.RootDepth != 0;
     if (UseBookLearning == 0 || Book.file == nullptr || BookLearnedThisGame != 0 ||
         !searched || RootScore != 0 || Board.SideToMove == RootSide || Board.GamePly == 0)
         return;
@@ -216,7 +218,7 @@ void SetEngineClock(const char* line) {
     constexpr long long kMost = std::numeric_limits<int>::max();
     const char* number = std::strlen(line) > 5 ? line + 5 : "";
     const long long value = std::strtoll(number, nullptr, 10);
-    EngineClock = static_cast<int>(std::clamp(value, -kMost, kMost));
+    GameClock.EngineClock = static_cast<int>(std::clamp(value, -kMost, kMost));
 }
 
 void NewGame() {

@@ -6,7 +6,7 @@
 #include "driver/input.h"
 #include "platform/output.h"
 #include "search/hash.h"
-#include "search/search.h"
+#include "search/history.h"
 
 namespace {
 

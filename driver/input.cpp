@@ -13,7 +13,7 @@
 #include "platform/output.h"
 #include "search/control.h"
 #include "search/outward.h"
-#include "search/search.h"
+#include "search/root.h"
 
 char InputLine[kInputLineSize];
 char PendingInput[kPendingInputSize];
@@ -122,15 +122,9 @@ namespace {
 
 enum class After { Return, NextLine };
 
-void EndPondering() {
-    if (PonderSearch == 0) return;
-    PendingMove = NO_MOVE;
-    PonderMiss = 1;
-}
-
 After StopAndReturn() {
-    EndPondering();
-    StopSearch = 1;
+    MissPondering();
+    Control.StopSearch = 1;
     return After::Return;
 }
 
@@ -138,33 +132,33 @@ After MoveNow(const char*) { return StopAndReturn(); }
 
 After AnalysisStatus(const char*) {
     char text[kMoveTextSize];
-    MoveToText(text, Board.MoveHistory[RootGamePly]);
+    MoveToText(text, Board.MoveHistory[Root.RootGamePly]);
     Write("stat01: %lld %lld %d %d %d %s\n",
           static_cast<long long>(ElapsedMilliseconds() / 10),
-          static_cast<long long>(NodeCount), RootDepth + 1, RootMoveCount - RootMoveIndex,
-          RootMoveCount + 1, text);
+          static_cast<long long>(Result.NodeCount), Root.RootDepth + 1,
+          Root.RootMoveCount - Root.RootMoveIndex, Root.RootMoveCount + 1, text);
     FlushOutput();
     return After::Return;
 }
 
 After Undo(const char*) {
-    UndoRequested = 1;
-    StopSearch = 1;
+    RequestUndo();
+    Control.StopSearch = 1;
     return After::Return;
 }
 
 After Exit(const char*) {
-    ExitAnalysis = 1;
-    StopSearch = 1;
+    RequestExit();
+    Control.StopSearch = 1;
     return After::Return;
 }
 
 After NewGameNow(const char*) {
-    NewGameRequested = 1;
+    RequestNewGame();
     return StopAndReturn();
 }
 
-After Result(const char*) { return StopAndReturn(); }
+After GameResult(const char*) { return StopAndReturn(); }
 
 After Post(const char*) {
     PostThinking = 1;
@@ -184,40 +178,31 @@ After Force(const char*) {
 }
 
 After Hard(const char*) {
-    if (Pondering == 1) PonderAllowed = 1;
+    if (Pondering == 1) AllowPondering(true);
     return StopAndReturn();
 }
 
 After Easy(const char*) {
-    PonderAllowed = 0;
+    AllowPondering(false);
     return StopAndReturn();
 }
 
 After Time(const char* line) {
     SetEngineClock(line);
-    if (PonderSearch != 0) return After::NextLine;
-    StopSearch = 1;
+    if (Ponder.PonderSearch != 0) return After::NextLine;
+    Control.StopSearch = 1;
     return After::Return;
 }
 
-// The predicted move turns the ponder search into the real one; any other ends it. During
-// the engine's own search a move only ends the search early.
+// A move of the match list, or an illegal one.
 After TypedMove(char* line) {
     if (line[4] < 'a') line[4] = '\0';
-    PendingMove = MatchListMove(line);
-    if (PendingMove == NO_MOVE) {
+    const Move m = MatchListMove(line);
+    if (m == NO_MOVE) {
         Write("Illegal move: %s\n", line);
         FlushOutput();
-        PonderMiss = 1;
-        StopSearch = 1;
-    } else if (PonderSearch == 0) {
-        StopSearch = 1;
-    } else if (PendingMove == PonderMove) {
-        PonderSearch = 0;
-    } else {
-        PonderMiss = 1;
-        StopSearch = 1;
     }
+    MeetTypedMove(m);
     return After::Return;
 }
 
@@ -228,9 +213,9 @@ struct SearchCommand {
 
 // In this order; the first whose prefix begins the line acts.
 constexpr SearchCommand kSearchCommands[] = {
-    {"?", MoveNow},      {".", AnalysisStatus}, {"undo", Undo}, {"exit", Exit},
-    {"new", NewGameNow}, {"result", Result},    {"post", Post}, {"nopost", NoPost},
-    {"q", QuitNow},      {"force", Force},      {"hard", Hard}, {"easy", Easy},
+    {"?", MoveNow},      {".", AnalysisStatus},  {"undo", Undo}, {"exit", Exit},
+    {"new", NewGameNow}, {"result", GameResult}, {"post", Post}, {"nopost", NoPost},
+    {"q", QuitNow},      {"force", Force},       {"hard", Hard}, {"easy", Easy},
     {"time", Time},
 };
 

@@ -8,14 +8,10 @@
 #include "platform/output.h"
 #include "search/hash.h"
 #include "search/outward.h"
-#include "search/search.h"
 
 namespace {
 
 constexpr int kBareMaterial = 3;  // in Material's centipawns: nothing at all
-
-// Where GameOverCheck has moves generated before the legal ones go to the root list.
-constexpr int kRootScratch = kMaxMoves;
 
 void WriteResult(const char* line) {
     Write("%s\n", line);
@@ -43,57 +39,6 @@ const char* DrawInPosition() {
     return nullptr;
 }
 
-// The table's move, when it knows the position exactly; its score becomes RootScore.
-Move TableRootMove() {
-    HashHit hit;
-    RootScore = PreviousScore;
-    if (!HashProbe(hit) || hit.boundType != kExact) return NO_MOVE;
-    RootScore = ScoreFromTable(hit.score);
-    return hit.move;
-}
-
-void AppendRootMove(Move m, int S) {
-    Move* end = RootMoves + RootMoveCount;
-    // Killers come again among the quiet moves. A king that could be taken, which only
-    // editing sets up, stays on the board.
-    if (Captured(m) == KING || std::find(RootMoves, end, m) != end) return;
-    const int O = ChangeSide(S);
-    MakeMove(m);
-    const bool legal = !IsAttacked(O, Board.KingSquare[S]);
-    const bool givesCheck = legal && IsAttacked(S, Board.KingSquare[O]);
-    UnmakeMove();
-    if (!legal) return;
-    RootMoves[RootMoveCount] = m;
-    RootGivesCheck[RootMoveCount] = givesCheck ? 1 : 0;
-    ++RootMoveCount;
-}
-
-void BuildRootMoves(Move hashMove) {
-    const int S = Board.SideToMove;
-    RootMoveCount = 0;
-    int stage = kFirstStage;
-    do {
-        MoveStackTop = kRootScratch;
-        stage = GenerateStage(stage, hashMove);
-        if (InCheckAt[Ply] == 0 && stage != kKillerStage)
-            SortMoves(kRootScratch, MoveStackTop);
-        const int end = MoveStackTop;
-        for (int i = kRootScratch; i < end; ++i) AppendRootMove(MoveStack[i], S);
-    } while (stage != kNoMoreStages);
-    MoveStackTop = RootMoveCount;
-}
-
-// Brings the move to the front of the list; false when it is not in it.
-bool PutFirst(Move m) {
-    Move* end = RootMoves + RootMoveCount;
-    Move* found = std::find(RootMoves, end, m);
-    if (found == end) return false;
-    const auto index = found - RootMoves;
-    std::rotate(RootMoves, found, found + 1);
-    std::rotate(RootGivesCheck, RootGivesCheck + index, RootGivesCheck + index + 1);
-    return true;
-}
-
 }  // namespace
 
 bool IsRepetition() {
@@ -109,33 +54,20 @@ bool IsRepetition() {
     return matches >= 2;
 }
 
-bool GameOverCheck() {
-    if (const char* draw = DrawInPosition()) {
-        LearnDraw();
-        WriteResult(draw);
-        return true;
+bool AnnounceDraw() {
+    const char* draw = DrawInPosition();
+    if (draw == nullptr) return false;
+    LearnDraw();
+    WriteResult(draw);
+    return true;
+}
+
+void AnnounceNoMoves(bool inCheck) {
+    if (inCheck) {
+        WriteResult(Board.SideToMove == BLACK ? "1-0 {White mates}"
+                                              : "0-1 {Black mates}");
+        return;
     }
-    Move hashMove = TableRootMove();
-    if (hashMove == NULL_MOVE) hashMove = NO_MOVE;
-    RootDepth = 2;
-    const int S = Board.SideToMove;
-    const bool inCheck = IsAttacked(ChangeSide(S), Board.KingSquare[S]);
-    InCheckAt[Ply] = inCheck ? 1 : 0;
-    BuildRootMoves(hashMove);
-    const bool hashMoveFirst = hashMove != NO_MOVE && PutFirst(hashMove);
-    if (RootMoveCount == 0) {
-        if (inCheck) {
-            WriteResult(S == BLACK ? "1-0 {White mates}" : "0-1 {Black mates}");
-        } else {
-            LearnDraw();
-            WriteResult("1/2-1/2 {Stalemate}");
-        }
-        return true;
-    }
-    if (hashMoveFirst) {
-        RootDepth = 1;
-        ThinkingLine(true);
-        FlushOutput();
-    }
-    return false;
+    LearnDraw();
+    WriteResult("1/2-1/2 {Stalemate}");
 }

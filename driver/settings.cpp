@@ -34,8 +34,9 @@ void WriteSwitch(const char* name, int on) {
 void SetEarlyDefaults() {
     EgtbPath[0] = '\0';
     UseLearning = UseLearningData = LogLearningIntoFile = 0;
-    MovesPerControl = Increment = 0;
-    Pondering = PonderAllowed = UseEGTB = 1;
+    GameClock.MovesPerControl = GameClock.Increment = 0;
+    Pondering = UseEGTB = 1;
+    AllowPondering(true);
 }
 
 void SetLateDefaults() {

@@ -152,5 +152,5 @@ void ReadSettingsFile(const char* name) {
     }
     apply();
     CloseFile(file);
-    if (Pondering == 0) PonderAllowed = 0;
+    if (Pondering == 0) AllowPondering(false);
 }

@@ -60,9 +60,9 @@ void StartUp() {
     SeedRandom(CalendarSeconds());
     OpenBook("Book.vlx");
     if (UseLearningData != 0 || UseLearning != 0)
-        LearnedScoresUsed = OpenLearningFile() && UseLearningData != 0 ? 1 : 0;
+        Control.LearnedScoresUsed = OpenLearningFile() && UseLearningData != 0 ? 1 : 0;
     PostThinking = 1;
-    EngineClock = -1;
+    GameClock.EngineClock = -1;
     OpenTablebases();
     NewGame();
     FlushOutput();

@@ -11,11 +11,11 @@
 #include "driver/state.h"
 #include "driver/thinking.h"
 #include "driver/usermove.h"
-#include "platform/clock.h"
 #include "platform/output.h"
 #include "search/control.h"
 #include "search/hash.h"
-#include "search/search.h"
+#include "search/history.h"
+#include "search/root.h"
 
 namespace {
 
@@ -26,11 +26,11 @@ OwnMove ComputerMoveHistory[kRemembered];
 void RememberMove() {
     // The only move says nothing about the position: the last score stands.
     const int score =
-        RootMoveCount == 1 ? ComputerMoveHistory[kRemembered - 1].score : RootScore;
+        Root.RootMoveCount == 1 ? ComputerMoveHistory[kRemembered - 1].score : RootScore;
     std::copy(ComputerMoveHistory + 1, ComputerMoveHistory + kRemembered,
               ComputerMoveHistory);
     ComputerMoveHistory[kRemembered - 1] = {Board.hash1, Board.hash2, score,
-                                            BookMovePlayed};
+                                            Result.BookMovePlayed};
 }
 
 // The remembered move led to the game's position at that ply, which exists.
@@ -56,7 +56,7 @@ bool Resigns() {
 // The score passed the bound at which the game counts as decided: the book's moves in it
 // are credited, once a game.
 void LearnDecidedGame() {
-    if (UseBookLearning == 0 || Book.file == nullptr || BookMovePlayed != 0 ||
+    if (UseBookLearning == 0 || Book.file == nullptr || Result.BookMovePlayed != 0 ||
         BookLearnedThisGame != 0 || std::abs(RootScore) <= BookLearningBound)
         return;
     BookLearn(RootScore < 0 ? kGameLost : kGameWon);
@@ -66,24 +66,18 @@ void LearnFromSearch() {
     if (UseLearning == 0) return;
     constexpr int kNewest = kRemembered - 1;
     PositionLearnAfterMove(
-        RootScore, RootDepth,
+        RootScore, Root.RootDepth,
         {ComputerMoveHistory[kNewest], ComputerMoveHistory[kNewest - 1],
          ComputerMoveHistory[kNewest - 2]});
 }
 
-void ClearRequests() {
-    StopSearch = NewGameRequested = UndoRequested = ExitAnalysis = 0;
-    PendingMove = NO_MOVE;
-}
-
 // Searches the current position; true when there is nothing to move.
 bool SearchPosition() {
-    SearchStartTime = ClockMilliseconds();
+    StartSearchClock();
     AgeHistoryAndKillers();
     ClearRequests();
-    if (EngineClock == -1) {
-        TimeBudget = kUnlimitedBudget;
-        PollInterval = kLongPollInterval;
+    if (GameClock.EngineClock == -1) {
+        SetUnlimitedBudget();
         return Search(MaxDepth, true);
     }
     ComputeTimeBudget();
@@ -92,9 +86,9 @@ bool SearchPosition() {
 
 // Writes and makes the engine's move; false when a new game was asked for instead.
 bool PlayBestMove() {
-    PreviousScore = RootScore;
-    if (BookMovePlayed == 0) FinalThinkingLine();
-    if (NewGameRequested != 0) return false;
+    Result.PreviousScore = RootScore;
+    if (Result.BookMovePlayed == 0) FinalThinkingLine();
+    if (Request.NewGameRequested != 0) return false;
     LearnDecidedGame();
     const Move best = RootMoves[0];
     PlayGameMove(best);
@@ -113,22 +107,23 @@ enum class Next { Search, Finish };
 
 // The opponent's real move came: it is made, and answered outside force mode.
 Next AnswerPendingMove() {
-    PonderSearch = 0;
-    PlayGameMove(PendingMove);
+    LeavePondering();
+    PlayGameMove(Request.PendingMove);
     return ForceMode != 0 ? Next::Finish : Next::Search;
 }
 
 // An "undo" that ended the pondering takes back one ply, as the command loop would.
 Next FinishPondering() {
-    if (UndoRequested != 0 && Board.GamePly > 0) TakeBackGameMove();
+    if (Request.UndoRequested != 0 && Board.GamePly > 0) TakeBackGameMove();
     return Next::Finish;
 }
 
 // The search on the predicted move ended without a hit: the move is taken back.
 Next EndPonderSearch() {
-    PonderSearch = 0;
+    LeavePondering();
     TakeBackGameMove();
-    if (PonderMiss != 0 && PendingMove != NO_MOVE) return AnswerPendingMove();
+    if (Ponder.PonderMiss != 0 && Request.PendingMove != NO_MOVE)
+        return AnswerPendingMove();
     return FinishPondering();
 }
 
@@ -137,21 +132,20 @@ Next EndPonderSearch() {
 bool ProbePonderMove(Next& next) {
     const int post = PostThinking;
     PostThinking = 0;
-    PonderProbe = 1;
+    BeginPonderProbe();
     ClearRequests();
-    SearchStartTime = ClockMilliseconds();
+    StartSearchClock();
     const bool over = Search(kTimedDepthLimit, true);
     PostThinking = post;
-    const bool ranOut = PonderProbe == 0;
-    PonderProbe = 0;
+    EndPonderProbe();
     next = Next::Finish;
-    if (over || NewGameRequested != 0) return false;
-    if (PonderMiss == 0 && ranOut) {
-        PonderMove = RootMoves[0];
+    if (over || Request.NewGameRequested != 0) return false;
+    if (Ponder.PonderMiss == 0 && Ponder.ProbeTimeUp != 0) {
+        BeginPondering(RootMoves[0]);
         return true;
     }
-    next = PonderMiss != 0 && PendingMove != NO_MOVE ? AnswerPendingMove()
-                                                     : FinishPondering();
+    next = Ponder.PonderMiss != 0 && Request.PendingMove != NO_MOVE ? AnswerPendingMove()
+                                                                    : FinishPondering();
     return false;
 }
 
@@ -159,34 +153,32 @@ bool ProbePonderMove(Next& next) {
 Next StartPondering() {
     BuildMatchList();
     const Move tableMove = HashMove();
-    PonderMove = IsInMatchList(tableMove) ? tableMove : NO_MOVE;
-    PonderSearch = 1;
-    PonderMiss = 0;
+    BeginPondering(IsInMatchList(tableMove) ? tableMove : NO_MOVE);
     Next next = Next::Finish;
-    if (PonderMove == NO_MOVE && !ProbePonderMove(next)) return next;
-    if (PonderMove == NO_MOVE) return Next::Finish;
+    if (Ponder.PonderMove == NO_MOVE && !ProbePonderMove(next)) return next;
+    if (Ponder.PonderMove == NO_MOVE) return Next::Finish;
     char text[kMoveTextSize];
-    MoveToTextWithoutPromotion(text, PonderMove);
+    MoveToTextWithoutPromotion(text, Ponder.PonderMove);
     Write("Hint: %s\n", text);
     FlushOutput();
-    PlayGameMove(PonderMove);
+    PlayGameMove(Ponder.PonderMove);
     return Next::Search;
 }
 
 // One search and what follows from it.
 Next ThinkOnce() {
     const bool nothingToMove = SearchPosition();
-    if (PonderSearch != 0) return EndPonderSearch();
-    if (nothingToMove || !PlayBestMove() || PonderAllowed == 0) return Next::Finish;
+    if (Ponder.PonderSearch != 0) return EndPonderSearch();
+    if (nothingToMove || !PlayBestMove() || Ponder.PonderAllowed == 0)
+        return Next::Finish;
     return StartPondering();
 }
 
 }  // namespace
 
 void Think() {
-    PonderProbe = 0;
     while (ThinkOnce() == Next::Search) {
     }
-    PonderSearch = 0;
-    if (NewGameRequested != 0) NewGame();
+    LeavePondering();
+    if (Request.NewGameRequested != 0) NewGame();
 }

@@ -5,7 +5,8 @@
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/outward.h"
-#include "search/search.h"
+#include "search/root.h"
+#include "search/scores.h"
 
 namespace {
 
@@ -29,7 +30,7 @@ void WriteMove(Move m) {
 void WriteVariation() {
     int made = 0, written = 1;
     WriteMove(RootMoves[0]);
-    if (Board.GamePly == RootGamePly) {
+    if (Board.GamePly == Root.RootGamePly) {
         MakeMove(RootMoves[0]);
         ++made;
     }
@@ -46,9 +47,9 @@ void WriteVariation() {
 }  // namespace
 
 void FinalThinkingLine() {
-    Write("%d %d %lld %lld", RootDepth + 1, ShownScore(),
+    Write("%d %d %lld %lld", Root.RootDepth + 1, ShownScore(),
           static_cast<long long>(ElapsedMilliseconds() / 10),
-          static_cast<long long>(NodeCount));
+          static_cast<long long>(Result.NodeCount));
     WriteVariation();
     Write("\n");
     FlushOutput();
@@ -56,6 +57,6 @@ void FinalThinkingLine() {
 
 void ThinkingLine(bool force) {
     if (PostThinking == 0) return;
-    if (!force && NodeCount >= 1 && NodeCount <= kQuietNodes) return;
+    if (!force && Result.NodeCount >= 1 && Result.NodeCount <= kQuietNodes) return;
     FinalThinkingLine();
 }

@@ -2,11 +2,15 @@
 
 #include <algorithm>
 
-#include "board/generate.h"
+#include "board/legalmoves.h"
 
 namespace {
 
-int MatchListEnd = kMatchListStart;
+// Moves of the position that a line typed during a search is matched against.
+struct {
+    Move moves[kMaxMoves];
+    int count;
+} MatchList;
 
 int PromotionCode(char letter) {
     switch (letter) {
@@ -46,34 +50,26 @@ Move ParseCoordinateMove(const char* text, char promotion) {
                     PromotionCode(promotion));
 }
 
-bool IsLegalUserMove(Move m) {
-    const int top = MoveStackTop;
-    GenerateLegalMoves(kUserMoveStart);
-    Move* const end = MoveStack + MoveStackTop;
-    const bool found = std::find(MoveStack + kUserMoveStart, end, m) != end;
-    MoveStackTop = top;
-    return found && Captured(m) != KING;
-}
+bool IsLegalUserMove(Move m) { return LegalMoves().Contains(m) && Captured(m) != KING; }
 
 void BuildMatchList() {
-    const int top = MoveStackTop;
-    GenerateLegalMoves(kMatchListStart);
-    MatchListEnd = MoveStackTop;
-    MoveStackTop = top;
+    const LegalMoves legal;
+    std::copy(legal.begin(), legal.end(), MatchList.moves);
+    MatchList.count = legal.count;
 }
 
 Move MatchListMove(const char* text) {
     const int from = ParseSquare(text), to = from < 0 ? -1 : ParseSquare(text + 2);
     if (to < 0) return NO_MOVE;
     const int promotion = PromotionCode(text[4]);
-    for (int i = kMatchListStart; i < MatchListEnd; ++i) {
-        const Move m = MoveStack[i];
+    for (int i = 0; i < MatchList.count; ++i) {
+        const Move m = MatchList.moves[i];
         if (From(m) == from && To(m) == to && Promotion(m) == promotion) return m;
     }
     return NO_MOVE;
 }
 
 bool IsInMatchList(Move m) {
-    Move* const end = MoveStack + MatchListEnd;
-    return std::find(MoveStack + kMatchListStart, end, m) != end;
+    return std::find(MatchList.moves, MatchList.moves + MatchList.count, m) !=
+           MatchList.moves + MatchList.count;
 }

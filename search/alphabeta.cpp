@@ -1,17 +1,23 @@
 // The node of the alpha-beta search: a fail-soft principal-variation search with null
 // move, singular-move test, extensions, futility pruning, reductions of late quiet moves
 // and staged move generation.
+#include "search/alphabeta.h"
+
 #include <algorithm>
 #include <cstdlib>
 
 #include "egtb/tablebase.h"
 #include "eval/evaluate.h"
 #include "search/control.h"
+#include "search/extend.h"
 #include "search/hash.h"
+#include "search/history.h"
 #include "search/movewalk.h"
 #include "search/outward.h"
 #include "search/reduction.h"
-#include "search/search.h"
+#include "search/root.h"
+#include "search/scores.h"
+#include "search/singular.h"
 #include "search/tableprobe.h"
 
 namespace {
@@ -163,8 +169,8 @@ inline bool ProbeTable(Node& node, int& score) {
 // asked near the root, in the engine's own middlegames.
 inline bool LearnedScore(const Node& node, int& score) {
     constexpr int kMostGamePly = 120, kLeastUnits = 14, kMostFifty = 70;
-    if (LearnedScoresUsed == 0 || node.S != RootSide ||
-        Ply > std::max(RootDepth / 2, 2) ||
+    if (Control.LearnedScoresUsed == 0 || node.S != RootSide ||
+        Line.Ply > std::max(Root.RootDepth / 2, 2) ||
         Board.GamePly + ArchivedPlies() >= kMostGamePly ||
         Board.Units[node.S] <= kLeastUnits || Board.Units[node.O] <= kLeastUnits ||
         Board.FiftyCounter >= kMostFifty)
@@ -185,23 +191,23 @@ inline bool NullMoveAllowed(const Node& node) {
 // will. True when the node is settled (or the search stopped).
 bool TryNullMove(Node& node, int& score) {
     MakeNullMove();
-    InCheckAt[Ply + 1] = 0;
-    ExtFlags[Ply + 1] = 0;
+    Line.InCheckAt[Line.Ply + 1] = 0;
+    Line.ExtFlags[Line.Ply + 1] = 0;
     int v = node.alpha;
     if (node.depth > kNullPretestDepth)
         v = SearchChild(node.alpha - 1, node.alpha, 0, false);
-    if (StopSearch == 0 && v >= node.alpha)
+    if (Control.StopSearch == 0 && v >= node.alpha)
         v = SearchChild(node.beta - 1, node.beta, node.nullDepth, false);
     UnmakeNullMove();
     score = 0;
-    if (StopSearch != 0) return true;
+    if (Control.StopSearch != 0) return true;
     score = v;
     if (v >= node.beta) {
         HashStore(node.depth, v, NULL_MOVE, kLowerBound, node.mateThreat);
         return true;
     }
     // The opponent mates right after the pass.
-    if (v == Ply + 2 - MateScore) node.mateThreat = true;
+    if (v == Line.Ply + 2 - MateScore) node.mateThreat = true;
     return false;
 }
 
@@ -209,15 +215,16 @@ bool TryNullMove(Node& node, int& score) {
 inline void FindSingularMove(Node& node) {
     constexpr int kExtended = kExtCheck | kExtMateThreat | kExtPawnPush;
     const bool deep = node.depth > kSingularDepth;
-    if (!deep &&
-        (node.depth <= kSingularExtendedDepth || (ExtFlags[Ply] & kExtended) == 0))
+    if (!deep && (node.depth <= kSingularExtendedDepth ||
+                  (Line.ExtFlags[Line.Ply] & kExtended) == 0))
         return;
     Move m = NO_MOVE;
     if (SingularTest(node.alpha, node.depth / 2, node.hashMove, node.mateThreat,
                      node.fullExtensions, m) == 0)
         return;
     node.singularMove = m;
-    node.singularBonus = Ply > 4 * RootDepth ? kSingularBonusDeep : kSingularBonus;
+    node.singularBonus =
+        Line.Ply > 4 * Root.RootDepth ? kSingularBonusDeep : kSingularBonus;
 }
 
 // Depth change of the move just made.
@@ -240,11 +247,11 @@ bool SearchHashMove(Node& node, int& score) {
     const Move m = node.hashMove;
     MakeMove(m);
     PrefetchHashEntry();
-    const int child = node.depth + DepthChange(node, m) + HashMoveBonus;
+    const int child = node.depth + DepthChange(node, m) + Root.HashMoveBonus;
     const int v = SearchChild(node.alpha, node.beta, child, true);
     UnmakeMove();
     score = 0;
-    if (StopSearch != 0) return true;
+    if (Control.StopSearch != 0) return true;
     score = v;
     if (v >= node.beta) {
         CutOff(node, m, v);
@@ -280,7 +287,7 @@ inline void SetUpFutility(Node& node) {
 
 // The move just made gains too little to bring the score up to alpha.
 inline bool IsFutile(const Node& node, Move m) {
-    if (!node.futility || InCheckAt[Ply + 1] != 0) return false;
+    if (!node.futility || Line.InCheckAt[Line.Ply + 1] != 0) return false;
     if (Board.MatingFlagsValid == 0) UpdateMatingFlags();
     if (Board.NoMatingMaterial[WHITE] != 0 || Board.NoMatingMaterial[BLACK] != 0)
         return false;
@@ -291,7 +298,7 @@ inline bool IsFutile(const Node& node, Move m) {
 
 inline LateMoves SetUpReductions(const Node& node) {
     LateMoves late;
-    if (node.depth >= kReductionDepth && (ExtFlags[Ply] & ~kExtRecapture) == 0)
+    if (node.depth >= kReductionDepth && (Line.ExtFlags[Line.Ply] & ~kExtRecapture) == 0)
         late.SetUp(node.S, node.alpha);
     return late;
 }
@@ -303,21 +310,21 @@ inline bool FailsReduced(const Node& node, Move m, const MoveWalk& walk, LateMov
     if (!late.on || walk.stage != kQuietStage || node.inCheck) return false;
     ++late.quietCount;
     if (late.kingAttack && IsExemptFromReduction(m, node.S)) return false;
-    if (ExtFlags[Ply + 1] != 0) return false;
+    if (Line.ExtFlags[Line.Ply + 1] != 0) return false;
     if (late.quietCount <= std::max(2, walk.quietMoves / 8) && node.best <= node.alpha)
         return false;
-    ExtFlags[Ply + 1] = kExtReduced;
+    Line.ExtFlags[Line.Ply + 1] = kExtReduced;
     const int child = node.depth + late.Reduction(node.S, node.depth, delta, node.best);
     const int v = SearchChild(node.best, node.best + 1, child, true);
-    ExtFlags[Ply + 1] &= static_cast<std::uint8_t>(~kExtReduced);
-    return StopSearch != 0 || v <= node.best;
+    Line.ExtFlags[Line.Ply + 1] &= static_cast<std::uint8_t>(~kExtReduced);
+    return Control.StopSearch != 0 || v <= node.best;
 }
 
 // Null window first; when the move beats the best inside the node's window, once more
 // with the window opened.
 inline int SearchMove(const Node& node, int child) {
     const int v = SearchChild(node.best, node.scoutBeta, child, true);
-    if (StopSearch != 0 || v <= node.best || v >= node.beta ||
+    if (Control.StopSearch != 0 || v <= node.best || v >= node.beta ||
         node.scoutBeta >= node.beta)
         return v;
     return SearchChild(v, node.beta, child, true);
@@ -336,7 +343,7 @@ bool SearchMoves(Node& node, int& score) {
         const int v = pruned ? 0 : SearchMove(node, node.depth + delta);
         UnmakeMove();
         score = 0;
-        if (StopSearch != 0) return true;
+        if (Control.StopSearch != 0) return true;
         node.searchedAny = true;
         if (pruned) continue;
         if (v > node.best) {
@@ -355,7 +362,7 @@ bool SearchMoves(Node& node, int& score) {
 
 // No move cut off: the best score, mate or stalemate.
 inline int FinishNode(const Node& node) {
-    if (!node.searchedAny) return node.inCheck ? Ply - MateScore : 0;
+    if (!node.searchedAny) return node.inCheck ? Line.Ply - MateScore : 0;
     const Move m = node.bestMove;
     if (m != NO_MOVE && IsQuiet(m) && !node.inCheck) UpdateGoodMove(m, node.depth);
     if (!IsEnPassant(m))
@@ -368,23 +375,23 @@ inline int FinishNode(const Node& node) {
 
 bool PollPoint() {
     if (InputAvailable()) {
-        PollCountdown = PollInterval;
+        Control.PollCountdown = Control.PollInterval;
         CheckInput();
-        if (StopSearch != 0) return true;
+        if (Control.StopSearch != 0) return true;
     }
     return CheckClock();
 }
 
 int AlphaBeta(int alpha, int beta, int depth, bool nullAllowed) {
-    ++NodeCount;
-    if (--PollCountdown < 0 && PollPoint()) return 0;
+    ++Result.NodeCount;
+    if (--Control.PollCountdown < 0 && PollPoint()) return 0;
 
     Node node{.alpha = alpha,
               .beta = beta,
               .depth = depth,
               .S = Board.SideToMove,
               .O = ChangeSide(Board.SideToMove),
-              .inCheck = InCheckAt[Ply] != 0,
+              .inCheck = Line.InCheckAt[Line.Ply] != 0,
               .best = alpha,
               .scoutBeta = beta};
     int score = 0;
@@ -401,15 +408,15 @@ int AlphaBeta(int alpha, int beta, int depth, bool nullAllowed) {
         TryNullMove(node, score))
         return score;
 
-    node.fullExtensions = Ply <= 2 * RootDepth;
+    node.fullExtensions = Line.Ply <= 2 * Root.RootDepth;
     FindSingularMove(node);
-    if (StopSearch != 0) return 0;
+    if (Control.StopSearch != 0) return 0;
 
     if (node.hashMove != NO_MOVE && SearchHashMove(node, score)) return score;
 
     SetUpFutility(node);
-    const int top = MoveStackTop;
+    const int top = Generated.MoveStackTop;
     const bool settled = SearchMoves(node, score);
-    MoveStackTop = top;
+    Generated.MoveStackTop = top;
     return settled ? score : FinishNode(node);
 }

@@ -1,47 +1,86 @@
-// What the driver and the search tell each other: plain flags, limits and results. The
-// driver sets limits and clears the flags before a search; the input handler, which runs
-// at the search's poll points, sets flags; both read the results afterwards.
+// What the driver and the search tell each other: requests from the input, pondering, the
+// clock and the limits of the running search. Plain data, each struct with the one file
+// that writes it; all others read.
 #pragma once
 
 #include <cstdint>
 
 #include "board/types.h"
 
-// ---- Flags, 0 or 1 unless stated ----
-extern int StopSearch;        // unwind: the search returns and its last values are void
-extern Move PendingMove;      // a move typed during the search, NO_MOVE if none
-extern int NewGameRequested;  // "new" during the search
-extern int ExitAnalysis;      // "exit" during the search
-extern int UndoRequested;     // "undo" during the search
-extern int PonderSearch;  // the search runs on the predicted move, on the opponent's time
-extern Move PonderMove;   // the predicted move
-extern int PonderMiss;    // the ponder search was ended by anything but that move
-extern int PonderProbe;   // a short search only looks for a move to ponder on
+// ---- Requests: lines that came during a search. Written by search/control.cpp ----
+struct InputRequests {
+    Move PendingMove;      // a move typed during the search, NO_MOVE if none
+    int NewGameRequested;  // "new"
+    int ExitAnalysis;      // "exit"
+    int UndoRequested;     // "undo"
+};
+extern InputRequests Request;
 
-// 1: stored results of positions are consulted; their file is open.
-extern int LearnedScoresUsed;
+// Before every search: no requests, and nothing stops it.
+void ClearRequests();
+void RequestNewGame();
+void RequestExit();
+void RequestUndo();
 
-// ---- Clock, as the front end gave it ----
-extern int EngineClock;      // remaining time in centiseconds; -1: no clock given
-extern int MovesPerControl;  // 0: the whole game
-extern int Increment;        // seconds per move
-extern int PonderAllowed;
+// ---- Pondering. Written by search/control.cpp ----
+struct PonderState {
+    int PonderAllowed;  // "hard" and "easy"; "hard" needs the setting Pondering
+    int PonderSearch;   // the search runs on the predicted move, on the opponent's time
+    Move PonderMove;    // the predicted move
+    int PonderMiss;     // the ponder search was ended by anything but that move
+    int PonderProbe;    // a short search only looks for a move to ponder on
+    int ProbeTimeUp;    // that search has had its time
+};
+extern PonderState Ponder;
 
-// ---- Limits of the running search ----
-extern int TimeBudget;                // milliseconds
-extern int PollInterval;              // nodes between looks at input and clock
-extern int PollCountdown;             // nodes left until the next look
-extern std::int64_t SearchStartTime;  // on the millisecond clock
+void AllowPondering(bool allowed);
+// A ponder search begins; `predicted` is NO_MOVE as long as no move is known.
+void BeginPondering(Move predicted);
+// The short search for a move to ponder on.
+void BeginPonderProbe();
+void EndPonderProbe();
+// The search at hand is no ponder search, or no longer.
+void LeavePondering();
+// A ponder search, if one runs, has missed: what ends it is not the predicted move.
+void MissPondering();
+// A move was typed during the search, NO_MOVE for an illegal one. The predicted move
+// turns the ponder search into the engine's own; any other ends the search.
+void MeetTypedMove(Move m);
+
+// ---- Clock, as the front end gave it. Written by driver/commands.cpp ----
+struct ClockState {
+    int EngineClock;      // remaining time in centiseconds; -1: no clock given
+    int MovesPerControl;  // 0: the whole game
+    int Increment;        // seconds per move
+};
+extern ClockState GameClock;
+
+// ---- Limits of the running search. Written by search/timing.cpp, StopSearch by
+// whatever ends the search ----
+struct SearchControl {
+    int StopSearch;     // unwind: the search returns and its last values are void
+    int DepthLimit;     // plies; kTimedDepthLimit for a search by the clock
+    int TimeBudget;     // milliseconds
+    int PollInterval;   // nodes between looks at input and clock
+    int PollCountdown;  // nodes left until the next look; counted down by the search
+    std::int64_t SearchStartTime;  // on the millisecond clock
+    int LearnedScoresUsed;  // stored results of positions are consulted; set at start-up
+};
+extern SearchControl Control;
+
 inline constexpr int kUnlimitedBudget = 9999999;
 inline constexpr int kLongPollInterval = 20000;
 inline constexpr int kShortPollInterval = 300;
 inline constexpr int kTimedDepthLimit = 999;  // as depth limit: the clock ends the search
 
-// Milliseconds since SearchStartTime.
-std::int64_t ElapsedMilliseconds();
-
+// The clock of a search starts to run.
+void StartSearchClock();
+// TimeBudget and PollInterval of a search that the clock does not limit.
+void SetUnlimitedBudget();
 // Sets TimeBudget and PollInterval from the clock and the position.
 void ComputeTimeBudget();
+// Milliseconds since SearchStartTime.
+std::int64_t ElapsedMilliseconds();
 // At a poll point: resets PollCountdown and says whether time is up (StopSearch is then
 // set).
 bool CheckClock();

@@ -1,11 +1,10 @@
-// Extensions: which moves are searched deeper than one ply less, and the good-move
-// tables.
+#include "search/extend.h"
+
 #include <algorithm>
 
 #include "board/attacks.h"
-#include "search/search.h"
-
-std::uint8_t ExtFlags[kMaxPly];
+#include "board/generate.h"
+#include "search/scores.h"
 
 namespace {
 
@@ -26,7 +25,6 @@ constexpr Amount kHuntedPiece = {22, 45};
 
 constexpr int kPawnEndingCap = 60;
 constexpr int kAttackDepth = 2 * OnePly;  // attacks count only near the horizon
-constexpr std::int32_t kHistoryLimit = 1 << 30;
 
 inline bool PromotesToQueen(Move m) { return Promotion(m) == QUEEN; }
 
@@ -40,7 +38,7 @@ inline bool ReachesSeventh(Move m, int mover) {
 inline bool Recaptures(Move m, Move previous) {
     return To(m) == To(previous) &&
            OrderClass[Captured(m)] == OrderClass[Captured(previous)] &&
-           (ExtFlags[Ply] & kExtRecapture) == 0;
+           (Line.ExtFlags[Line.Ply] & kExtRecapture) == 0;
 }
 
 // What the moved man attacks from its new square, near the horizon.
@@ -116,45 +114,14 @@ int ExtendMove(int depth, bool mateThreat, bool fullExtensions) {
         flags |= kExtPawnPush;
     }
     const bool givesCheck = IsAttacked(mover, Board.KingSquare[victim]);
-    InCheckAt[Ply + 1] = givesCheck ? 1 : 0;
+    Line.InCheckAt[Line.Ply + 1] = givesCheck ? 1 : 0;
     if (givesCheck) {
         delta += kCheck.Of(fullExtensions);
         flags |= kExtCheck;
     }
-    ExtFlags[Ply + 1] = static_cast<std::uint8_t>(flags);
+    Line.ExtFlags[Line.Ply + 1] = static_cast<std::uint8_t>(flags);
     if (depth < kAttackDepth && delta < cap)
         delta += AttackExtension(m, victim, fullExtensions);
     if (HuntsLonePiece(m, victim)) delta += kHuntedPiece.Of(fullExtensions);
     return std::min(delta, cap);
-}
-
-void UpdateGoodMove(Move m, int depth) {
-    if (!IsQuiet(m)) return;
-    const int S = Board.SideToMove;
-    std::int32_t& counter = HistoryTable[FromTo(m) * 2 + static_cast<std::size_t>(S)];
-    counter += depth * depth;
-    if (counter > kHistoryLimit)
-        for (std::int32_t& entry : HistoryTable) entry >>= 1;
-    if (Killer1[S][Ply] == m) return;
-    Killer2[S][Ply] = Killer1[S][Ply];
-    Killer1[S][Ply] = m;
-}
-
-void ClearHistoryAndKillers() {
-    for (std::int32_t& entry : HistoryTable) entry = 0;
-    for (int c : {WHITE, BLACK})
-        for (int ply = 0; ply < kMaxPly; ++ply)
-            Killer1[c][ply] = Killer2[c][ply] = NO_MOVE;
-}
-
-void AgeHistoryAndKillers() {
-    // A move decision later the same positions stand two plies nearer to the root.
-    constexpr int kAgedBits = 8, kPliesPassed = 2;
-    for (std::int32_t& entry : HistoryTable) entry >>= kAgedBits;
-    for (int c : {WHITE, BLACK})
-        for (int ply = 0; ply < kMaxPly; ++ply) {
-            const bool inside = ply + kPliesPassed < kMaxPly;
-            Killer1[c][ply] = inside ? Killer1[c][ply + kPliesPassed] : NO_MOVE;
-            Killer2[c][ply] = inside ? Killer2[c][ply + kPliesPassed] : NO_MOVE;
-        }
 }

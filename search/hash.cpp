@@ -4,7 +4,7 @@
 
 #include "board/generate.h"
 #include "platform/memory.h"
-#include "search/search.h"
+#include "search/scores.h"
 
 std::int16_t TableAge;
 
@@ -79,8 +79,8 @@ int ReplacementValue(const HashEntry& entry) {
 int ScoreToTable(int score, int boundType) {
     switch (boundType) {
         case kExact:
-            return score > kMateBound    ? score + Ply
-                   : score < -kMateBound ? score - Ply
+            return score > kMateBound    ? score + Line.Ply
+                   : score < -kMateBound ? score - Line.Ply
                                          : score;
         case kLowerBound:
             return score > kMateBound ? kMateBound : score;
@@ -173,7 +173,7 @@ Move HashMove() {
 void PrefetchHashEntry() { __builtin_prefetch(&TranspositionTable[FirstSlot()]); }
 
 int ScoreFromTable(int score) {
-    if (score > kMateBound) return score - Ply;
-    if (score < -kMateBound) return score + Ply;
+    if (score > kMateBound) return score - Line.Ply;
+    if (score < -kMateBound) return score + Line.Ply;
     return score;
 }

@@ -30,31 +30,32 @@ private:
 inline MoveWalk::MoveWalk(Move hash)
     : hashMove(hash),
       S(Board.SideToMove),
-      inCheck(InCheckAt[Ply] != 0),
-      entryTop(MoveStackTop),
-      index(MoveStackTop),
-      end(MoveStackTop),
-      sorted(MoveStackTop),
+      inCheck(Line.InCheckAt[Line.Ply] != 0),
+      entryTop(Generated.MoveStackTop),
+      index(Generated.MoveStackTop),
+      end(Generated.MoveStackTop),
+      sorted(Generated.MoveStackTop),
       stage(kFirstStage) {}
 
 // Generates the next group above the current one; after the last, goes back to the losing
 // captures that were put off.
 inline bool MoveWalk::NextGroup() {
     if (stage == kNoMoreStages) return false;
-    index = sorted = MoveStackTop;
+    index = sorted = Generated.MoveStackTop;
     stage = GenerateStage(stage, hashMove);
-    end = MoveStackTop;
+    end = Generated.MoveStackTop;
     if (stage == kQuietStage) quietMoves = end - index;
     if (stage != kNoMoreStages) return true;
     if (deferredFrom < 0) return false;
     index = sorted = deferredFrom;
-    end = MoveStackTop = capturesEnd;
+    end = Generated.MoveStackTop = capturesEnd;
     return true;
 }
 
 inline bool MoveWalk::IsRepeat(Move m) const {
     if (m == hashMove) return true;
-    return InLateStages() && !inCheck && (m == Killer1[S][Ply] || m == Killer2[S][Ply]);
+    return InLateStages() && !inCheck &&
+           (m == Ordering.Killer1[S][Line.Ply] || m == Ordering.Killer2[S][Line.Ply]);
 }
 
 inline Move MoveWalk::Next() {
@@ -68,14 +69,14 @@ inline Move MoveWalk::Next() {
                 SelectMoves(index, end);
                 sorted = index + kSelectedAtOnce;
             }
-            if (stage == kCaptureStage && MoveScores[index] < 0) {
+            if (stage == kCaptureStage && Generated.MoveScores[index] < 0) {
                 deferredFrom = index;
                 capturesEnd = end;
                 if (!NextGroup()) return NO_MOVE;
                 continue;
             }
         }
-        const Move m = MoveStack[index++];
+        const Move m = Generated.MoveStack[index++];
         if (!IsRepeat(m)) return m;
     }
 }

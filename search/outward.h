@@ -12,9 +12,10 @@ bool InputAvailable();
 void CheckInput();
 
 // ---- driver/result.cpp ----
-// Writes the result line if the game has ended in this position and returns true.
-// Otherwise fills the root move list, the table's move first.
-bool GameOverCheck();
+// Writes the result line and returns true if the game is drawn in this position.
+bool AnnounceDraw();
+// Writes the result line of a position without legal moves: mate or stalemate.
+void AnnounceNoMoves(bool inCheck);
 
 // ---- driver/thinking.cpp ----
 // Writes the thinking line. Without `force` only after 10000 nodes.

@@ -2,10 +2,14 @@
 // material is settled. The entry uses the transposition table and writes its first level
 // out; deeper levels are plain. It does not know checks, and an illegal move
 // shows by the possibility of taking the king.
+#include "search/quiesce.h"
+
 #include "eval/evaluate.h"
+#include "search/alphabeta.h"
 #include "search/control.h"
 #include "search/hash.h"
-#include "search/search.h"
+#include "search/root.h"
+#include "search/scores.h"
 
 namespace {
 
@@ -18,10 +22,10 @@ constexpr int kCrowded = -1000000;
 bool QuiescenceAlone = false;
 
 inline void CountNode() {
-    ++NodeCount;
-    if (--PollCountdown >= kCrowded) return;
+    ++Result.NodeCount;
+    if (--Control.PollCountdown >= kCrowded) return;
     if (QuiescenceAlone)
-        StopSearch = 1;
+        Control.StopSearch = 1;
     else
         PollPoint();
 }
@@ -34,25 +38,25 @@ inline int GainThreshold(int alpha) {
 
 int QuiesceCaptures(int alpha, int beta) {
     CountNode();
-    if (StopSearch != 0) return alpha;
+    if (Control.StopSearch != 0) return alpha;
     Evaluate(alpha, beta);
     if (alpha >= beta || !SearchHasRoom()) return alpha;
-    const int top = MoveStackTop;
+    const int top = Generated.MoveStackTop;
     if (GenerateQuiesceCapturesInner(GainThreshold(alpha))) {
-        MoveStackTop = top;
+        Generated.MoveStackTop = top;
         return beta;
     }
-    const int end = MoveStackTop;
+    const int end = Generated.MoveStackTop;
     for (int i = top; i < end; ++i) {
-        MakeMove(MoveStack[i]);
+        MakeMove(Generated.MoveStack[i]);
         const int v = -QuiesceCaptures(-beta, -alpha);
         UnmakeMove();
-        if (StopSearch != 0) break;
+        if (Control.StopSearch != 0) break;
         if (v <= alpha) continue;
         alpha = v;
         if (alpha >= beta) break;
     }
-    MoveStackTop = top;
+    Generated.MoveStackTop = top;
     return alpha;
 }
 
@@ -63,20 +67,20 @@ int QuiesceChild(Move m, int alpha, int beta) {
     CountNode();
     int c = Evaluated(-beta, -alpha);
     if (c < -alpha && SearchHasRoom()) {
-        const int top = MoveStackTop;
+        const int top = Generated.MoveStackTop;
         if (GenerateQuiesceCapturesInner(GainThreshold(c))) {
             c = -alpha;  // the move was illegal
         } else {
-            const int end = MoveStackTop;
+            const int end = Generated.MoveStackTop;
             for (int i = top; i < end; ++i) {
-                MakeMove(MoveStack[i]);
+                MakeMove(Generated.MoveStack[i]);
                 const int r = -QuiesceCaptures(alpha, -c);
                 UnmakeMove();
                 if (r > c) c = r;
-                if (c >= -alpha || StopSearch != 0) break;
+                if (c >= -alpha || Control.StopSearch != 0) break;
             }
         }
-        MoveStackTop = top;
+        Generated.MoveStackTop = top;
     }
     UnmakeMove();
     return -c;
@@ -85,10 +89,10 @@ int QuiesceChild(Move m, int alpha, int beta) {
 }  // namespace
 
 void TestQuiescence() {
-    Ply = 0;
-    MoveStackTop = 0;
-    StopSearch = 0;
-    PollCountdown = 0;
+    Line.Ply = 0;
+    Generated.MoveStackTop = 0;
+    Control.StopSearch = 0;
+    Control.PollCountdown = 0;
     QuiescenceAlone = true;
     Quiesce(-MateScore, MateScore);
     QuiescenceAlone = false;
@@ -111,7 +115,7 @@ int Quiesce(int alpha, int beta) {
     Move best = NO_MOVE;
     if (hashMove != NO_MOVE) {
         const int v = QuiesceChild(hashMove, alpha, beta);
-        if (StopSearch != 0) return 0;
+        if (Control.StopSearch != 0) return 0;
         if (v >= beta) return v;
         if (v > alpha) {
             alpha = v;
@@ -119,18 +123,18 @@ int Quiesce(int alpha, int beta) {
         }
     }
 
-    const int top = MoveStackTop;
+    const int top = Generated.MoveStackTop;
     if (GenerateQuiesceCaptures(GainThreshold(alpha), hashMove)) {
-        MoveStackTop = top;
+        Generated.MoveStackTop = top;
         return beta;
     }
-    const int end = MoveStackTop;
+    const int end = Generated.MoveStackTop;
     if (end == top) return alpha;
     for (int i = top; i < end; ++i) {
-        const Move m = MoveStack[i];
+        const Move m = Generated.MoveStack[i];
         const int v = QuiesceChild(m, alpha, beta);
-        if (StopSearch != 0) {
-            MoveStackTop = top;
+        if (Control.StopSearch != 0) {
+            Generated.MoveStackTop = top;
             return 0;
         }
         if (v > alpha) {
@@ -139,11 +143,11 @@ int Quiesce(int alpha, int beta) {
         }
         if (v >= beta) {
             if (!IsEnPassant(m)) HashStore(0, v, m, kLowerBound, 0);
-            MoveStackTop = top;
+            Generated.MoveStackTop = top;
             return v;
         }
     }
-    MoveStackTop = top;
+    Generated.MoveStackTop = top;
     if (!IsEnPassant(best))
         HashStore(0, alpha, best, best != NO_MOVE ? kExact : kUpperBound, 0);
     return alpha;

@@ -2,7 +2,7 @@
 
 #include "board/attacks.h"
 #include "eval/evaluate.h"
-#include "search/search.h"
+#include "search/scores.h"
 
 namespace {
 

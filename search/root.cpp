@@ -1,25 +1,20 @@
 // Iterative deepening: every iteration searches the root moves inside a narrow window
 // around the last score, keeps the best move in front and reports it.
+#include "search/root.h"
+
 #include <algorithm>
 #include <cstdlib>
 
 #include "eval/evaluate.h"
+#include "search/alphabeta.h"
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/outward.h"
-#include "search/search.h"
+#include "search/rootmoves.h"
+#include "search/scores.h"
 
-int RootScores[kMaxMoves];
-std::uint8_t RootGivesCheck[kMaxMoves];
-int RootMoveCount;
-int RootMoveIndex;
-int RootDepth;
-int DepthLimit;
-int RootGamePly;
-int PreviousScore;
-int BookMovePlayed;
-std::int64_t NodeCount;
-int HashMoveBonus;
+RootList Root;
+SearchResult Result;
 
 namespace {
 
@@ -48,26 +43,19 @@ void CentreWindow(int score) {
     Beta = Clamp(score + kAspiration);
 }
 
-// A ponder search that cannot go on has predicted nothing that could be answered.
-void EndPondering() {
-    if (PonderSearch == 0) return;
-    PendingMove = NO_MOVE;
-    PonderMiss = 1;
-}
-
 void PrepareSearch(int depthLimit) {
     AdvanceTableAge(1);
     RootSide = Board.SideToMove;
-    RootGamePly = Board.GamePly;
-    PollCountdown = PollInterval;
-    NodeCount = 0;
+    Root.RootGamePly = Board.GamePly;
+    Control.PollCountdown = Control.PollInterval;
+    Result.NodeCount = 0;
     PositionalMargin = Decayed(PositionalMargin, kPositionalFloor);
     LazyMargin = Decayed(LazyMargin, kLazyFloor);
-    MoveStackTop = 0;
-    BookMovePlayed = 0;
-    DepthLimit = depthLimit;
-    Ply = 0;
-    RootMoveIndex = 0;
+    Generated.MoveStackTop = 0;
+    Result.BookMovePlayed = 0;
+    Control.DepthLimit = depthLimit;
+    Line.Ply = 0;
+    Root.RootMoveIndex = 0;
 }
 
 // The root move being searched, on the board.
@@ -84,7 +72,7 @@ struct RootMove {
 int SearchFirstMove(const RootMove& move) {
     const int s = RootScore;
     const int v = move.Search(s - 1, s + 1);
-    if (StopSearch != 0) return 0;
+    if (Control.StopSearch != 0) return 0;
     RootScore = v;
     ThinkingLine(false);
     RootScore = s;
@@ -110,7 +98,7 @@ int SettleFirstMove(const RootMove& move, int v) {
         v = std::min(v, ScoreBound);
         v = move.Search(v, ScoreBound);
     }
-    if (StopSearch != 0) return 0;
+    if (Control.StopSearch != 0) return 0;
     CentreWindow(v);
     RootScore = v;
     return v;
@@ -118,16 +106,16 @@ int SettleFirstMove(const RootMove& move, int v) {
 
 // A later move beat the best: it moves to the front and gets its exact score.
 int SettleNewBest(const RootMove& move, int v) {
-    RootScores[move.index] = v;
+    Root.RootScores[move.index] = v;
     PromoteRootMove(move.index);
     Beta = Clamp(RootScore + kAspiration);
     v = move.Search(v, Beta);
-    if (StopSearch != 0) return 0;
+    if (Control.StopSearch != 0) return 0;
     if (v >= Beta) {
         Beta = ScoreBound;
         RootScore = v;
         v = move.Search(v, ScoreBound);
-        if (StopSearch != 0) return 0;
+        if (Control.StopSearch != 0) return 0;
     }
     Beta = Clamp(v + kAspiration);
     RootScore = v;
@@ -137,17 +125,17 @@ int SettleNewBest(const RootMove& move, int v) {
 
 // Searches root move `index`; false when the search was stopped.
 bool SearchRootMove(int index) {
-    const bool givesCheck = RootGivesCheck[index] != 0;
+    const bool givesCheck = Root.RootGivesCheck[index] != 0;
     const RootMove move = {
-        index, RootDepth * OnePly + (givesCheck ? kRootCheckBonus : kRootBonus)};
+        index, Root.RootDepth * OnePly + (givesCheck ? kRootCheckBonus : kRootBonus)};
     MakeMove(RootMoves[index]);
-    InCheckAt[1] = givesCheck ? 1 : 0;
+    Line.InCheckAt[1] = givesCheck ? 1 : 0;
     bool bestChanged = false;
     const bool first = index == 0;
 
-    int v = first && RootDepth >= kFullWindowBefore ? SearchFirstMove(move)
-                                                    : move.Search(Alpha, Beta);
-    if (StopSearch == 0) {
+    int v = first && Root.RootDepth >= kFullWindowBefore ? SearchFirstMove(move)
+                                                         : move.Search(Alpha, Beta);
+    if (Control.StopSearch == 0) {
         if (first) {
             v = SettleFirstMove(move, v);
         } else if (v > Alpha && v < kMateBound) {
@@ -156,8 +144,8 @@ bool SearchRootMove(int index) {
         }
     }
     UnmakeMove();
-    if (StopSearch != 0) return false;
-    if (!bestChanged) RootScores[index] = v;
+    if (Control.StopSearch != 0) return false;
+    if (!bestChanged) Root.RootScores[index] = v;
     if (v > Alpha) {
         Alpha = v;
         if (!bestChanged) PromoteRootMove(index);
@@ -168,19 +156,19 @@ bool SearchRootMove(int index) {
 
 // One iteration; false when it was stopped.
 bool Iterate(int depth) {
-    RootMoveIndex = 0;
-    if (depth > kFirstIteration) PollCountdown = -1;
-    ++NodeCount;
-    HashMoveBonus = (OnePly + depth - 1) / depth;
+    Root.RootMoveIndex = 0;
+    if (depth > kFirstIteration) Control.PollCountdown = -1;
+    ++Result.NodeCount;
+    Root.HashMoveBonus = (OnePly + depth - 1) / depth;
     if (depth < kFullWindowBefore) {
         Alpha = -ScoreBound;
         Beta = ScoreBound;
     } else {
         CentreWindow(RootScore);
     }
-    RootDepth = depth;
-    for (int i = 0; i < RootMoveCount; ++i) {
-        RootMoveIndex = i;
+    Root.RootDepth = depth;
+    for (int i = 0; i < Root.RootMoveCount; ++i) {
+        Root.RootMoveIndex = i;
         if (!SearchRootMove(i)) return false;
     }
     return true;
@@ -189,41 +177,39 @@ bool Iterate(int depth) {
 // Plays by the book, if it knows the position: there is then nothing to search or to
 // ponder on.
 bool TakeBookMove() {
-    Move m = BookProbe();
+    const Move m = BookProbe();
     if (m == NO_MOVE) return false;
-    EndPondering();
-    const bool lastRank = RankOf(To(m)) == 0 || RankOf(To(m)) == 7;
-    if (Moving(m) == PAWN && lastRank)
-        m = MakeWord(From(m), To(m), PAWN, Captured(m), QUEEN);
+    MissPondering();
     RootMoves[0] = m;
     // The choice was not forced: the list counts as one of several moves.
-    MoveStackTop = RootMoveCount = 2;
+    Generated.MoveStackTop = Root.RootMoveCount = 2;
     RootScore = 0;
-    BookMovePlayed = 1;
-    RootDepth = 1;
+    Result.BookMovePlayed = 1;
+    Root.RootDepth = 1;
     return true;
 }
 
 void StoreRoot() {
     if (IsEnPassant(RootMoves[0])) return;
-    const int ply = Ply;
-    Ply = 0;
-    HashStore((RootDepth + 1) * OnePly + kRootBonus, RootScore, RootMoves[0], kExact, 0);
-    Ply = ply;
+    const int ply = Line.Ply;
+    Line.Ply = 0;
+    HashStore((Root.RootDepth + 1) * OnePly + kRootBonus, RootScore, RootMoves[0], kExact,
+              0);
+    Line.Ply = ply;
 }
 
 void Deepen() {
-    Ply = 1;
-    for (int depth = kFirstIteration; depth < DepthLimit; ++depth) {
+    Line.Ply = 1;
+    for (int depth = kFirstIteration; depth < Control.DepthLimit; ++depth) {
         if (depth == kIterationsEnd) {
-            RootDepth = kIterationsEnd;
-            EndPondering();
+            Root.RootDepth = kIterationsEnd;
+            MissPondering();
             return;
         }
         if (!Iterate(depth)) return;
         StoreRoot();
         if (std::abs(RootScore) > ScoreBound - depth) {
-            EndPondering();
+            MissPondering();
             return;
         }
     }
@@ -231,30 +217,45 @@ void Deepen() {
 
 }  // namespace
 
+bool GameOverCheck() {
+    if (AnnounceDraw()) return true;
+    const bool tableMoveLeads = BuildRootMoves();
+    if (Root.RootMoveCount == 0) {
+        AnnounceNoMoves(Line.InCheckAt[0] != 0);
+        return true;
+    }
+    if (tableMoveLeads) {
+        Root.RootDepth = 1;
+        ThinkingLine(true);
+    }
+    return false;
+}
+
 bool Search(int depthLimit, bool bookAllowed) {
     if (!HasBothKings()) return true;
     PrepareSearch(depthLimit);
     if (bookAllowed && BookLoaded != 0 && TakeBookMove()) return false;
-    ExtFlags[1] = 0;
+    Line.ExtFlags[1] = 0;
     if (GameOverCheck()) return true;
-    if (RootMoveCount < 2)
-        EndPondering();
+    if (Root.RootMoveCount < 2)
+        MissPondering();
     else
         Deepen();
-    Ply = 0;
+    Line.Ply = 0;
     return false;
 }
 
 void PromoteRootMove(int index) {
     const Move m = RootMoves[index];
-    const int score = RootScores[index];
-    const std::uint8_t givesCheck = RootGivesCheck[index];
+    const int score = Root.RootScores[index];
+    const std::uint8_t givesCheck = Root.RootGivesCheck[index];
     std::copy_backward(RootMoves, RootMoves + index, RootMoves + index + 1);
-    std::copy_backward(RootScores, RootScores + index, RootScores + index + 1);
-    std::copy_backward(RootGivesCheck, RootGivesCheck + index,
-                       RootGivesCheck + index + 1);
+    std::copy_backward(Root.RootScores, Root.RootScores + index,
+                       Root.RootScores + index + 1);
+    std::copy_backward(Root.RootGivesCheck, Root.RootGivesCheck + index,
+                       Root.RootGivesCheck + index + 1);
     RootMoves[0] = m;
-    RootScores[0] = score;
-    RootGivesCheck[0] = givesCheck;
+    Root.RootScores[0] = score;
+    Root.RootGivesCheck[0] = givesCheck;
     ThinkingLine(false);
 }

@@ -1,8 +1,13 @@
 // The singular-move test: at half depth, does one move alone keep the score near alpha?
+#include "search/singular.h"
+
+#include "search/alphabeta.h"
 #include "search/control.h"
+#include "search/extend.h"
 #include "search/hash.h"
 #include "search/movewalk.h"
-#include "search/search.h"
+#include "search/root.h"
+#include "search/scores.h"
 
 namespace {
 
@@ -19,24 +24,24 @@ inline bool Holds(int alpha, int child) {
 
 int SingularTest(int alpha, int halfDepth, Move hashMove, bool mateThreat,
                  bool fullExtensions, Move& singularMove) {
-    ++NodeCount;
-    --PollCountdown;
-    const int depth = halfDepth + (Ply == 1 && InCheckAt[1] != 0 ? OnePly : 0);
+    ++Result.NodeCount;
+    --Control.PollCountdown;
+    const int depth = halfDepth + (Line.Ply == 1 && Line.InCheckAt[1] != 0 ? OnePly : 0);
     const int S = Board.SideToMove;
     int count = 0;
     if (hashMove != NO_MOVE) {
         MakeMove(hashMove);
         const int delta = ExtendMove(depth, mateThreat, fullExtensions);
-        const bool holds = Holds(alpha, depth + delta + HashMoveBonus);
+        const bool holds = Holds(alpha, depth + delta + Root.HashMoveBonus);
         UnmakeMove();
-        if (StopSearch != 0) return 0;
+        if (Control.StopSearch != 0) return 0;
         if (holds) {
             count = 1;
             singularMove = hashMove;
         }
     }
     const SquareSet exposed = ExposedSquares(S);
-    const int top = MoveStackTop;
+    const int top = Generated.MoveStackTop;
     MoveWalk walk(hashMove);
     while (const Move m = walk.Next()) {
         if (!MakeIfLegal(m, S, exposed)) continue;
@@ -44,7 +49,7 @@ int SingularTest(int alpha, int halfDepth, Move hashMove, bool mateThreat,
         const int delta = ExtendMove(depth, mateThreat, fullExtensions);
         const bool holds = Holds(alpha, depth + delta);
         UnmakeMove();
-        if (StopSearch != 0 || (holds && count == 1)) {
+        if (Control.StopSearch != 0 || (holds && count == 1)) {
             count = 0;
             break;
         }
@@ -52,6 +57,6 @@ int SingularTest(int alpha, int halfDepth, Move hashMove, bool mateThreat,
         count = 1;
         singularMove = m;
     }
-    MoveStackTop = top;
+    Generated.MoveStackTop = top;
     return count;
 }

@@ -5,7 +5,7 @@
 #include "board/board.h"
 #include "egtb/tablebase.h"
 #include "search/hash.h"
-#include "search/search.h"
+#include "search/root.h"
 
 namespace {
 
@@ -68,22 +68,23 @@ bool IsLeftToEvaluation(Move last) {
     const bool underPromotion = Promotion(last) != EMPTY && Promotion(last) != QUEEN;
     if (IsPawnAgainstBishop(WHITE) || IsPawnAgainstBishop(BLACK) || underPromotion)
         return true;
-    return Ply >= RootDepth && (IsPawnAgainstPieces(WHITE) || IsPawnAgainstPieces(BLACK));
+    return Line.Ply >= Root.RootDepth &&
+           (IsPawnAgainstPieces(WHITE) || IsPawnAgainstPieces(BLACK));
 }
 
 bool IsProbeNode() {
     if (TbMaxPieces == 0) return false;
     const Move last = LastMove();
-    if (Ply > kAlwaysProbedPly && IsQuiet(last)) return false;
+    if (Line.Ply > kAlwaysProbedPly && IsQuiet(last)) return false;
     return PopCount(AllOccupied()) <= TbMaxPieces && !CastlingRightsLeft() &&
-           !(Ply > RootDepth >> 1 && IsLeftToEvaluation(last));
+           !(Line.Ply > Root.RootDepth >> 1 && IsLeftToEvaluation(last));
 }
 
 int ScoreOf(int value) {
     int score = 0;
     if (value > 0) score = 2 * value - kWinOffset;
     if (value < 0) score = 2 * value + kLossOffset;
-    if (std::abs(score) > kTableMate) score += score > 0 ? 1 - Ply : Ply;
+    if (std::abs(score) > kTableMate) score += score > 0 ? 1 - Line.Ply : Line.Ply;
     if (score != 0) return score;
     // Not turned to the side to move's view: the sign is White's lead.
     const int lead = Board.Material[WHITE] - Board.Material[BLACK];

@@ -8,26 +8,16 @@
 #include "eval/evaluate.h"
 #include "platform/clock.h"
 #include "search/control.h"
-#include "search/search.h"
+#include "search/root.h"
 
-int StopSearch;
-Move PendingMove;
-int NewGameRequested;
-int ExitAnalysis;
-int UndoRequested;
-int PonderSearch;
-Move PonderMove;
-int PonderMiss;
-int PonderProbe;
-int LearnedScoresUsed;
-int EngineClock = -1;
-int MovesPerControl;
-int Increment;
-int PonderAllowed = 1;
-int TimeBudget = kUnlimitedBudget;
-int PollInterval = kLongPollInterval;
-int PollCountdown;
-std::int64_t SearchStartTime;
+ClockState GameClock = {.EngineClock = -1, .MovesPerControl = 0, .Increment = 0};
+SearchControl Control = {.StopSearch = 0,
+                         .DepthLimit = 0,
+                         .TimeBudget = kUnlimitedBudget,
+                         .PollInterval = kLongPollInterval,
+                         .PollCountdown = 0,
+                         .SearchStartTime = 0,
+                         .LearnedScoresUsed = 0};
 
 namespace {
 
@@ -58,8 +48,10 @@ int Narrowed(std::int64_t value) {
 // In quarter moves: the engine spends more than an even share early.
 std::int64_t MovesToGo() {
     const int gamePly = Board.GamePly + ArchivedPlies();
-    if (MovesPerControl == 0) return std::max(kMovesToGo - gamePly, kLeastMovesToGo);
-    const std::int64_t left = MovesPerControl - gamePly / 2 % MovesPerControl;
+    if (GameClock.MovesPerControl == 0)
+        return std::max(kMovesToGo - gamePly, kLeastMovesToGo);
+    const std::int64_t left =
+        GameClock.MovesPerControl - gamePly / 2 % GameClock.MovesPerControl;
     return left * 4 + 2;
 }
 
@@ -85,35 +77,45 @@ std::int64_t WithKingSafety(std::int64_t budget) {
 
 }  // namespace
 
-std::int64_t ElapsedMilliseconds() { return ClockMilliseconds() - SearchStartTime; }
+std::int64_t ElapsedMilliseconds() {
+    return ClockMilliseconds() - Control.SearchStartTime;
+}
+
+void StartSearchClock() { Control.SearchStartTime = ClockMilliseconds(); }
+
+void SetUnlimitedBudget() {
+    Control.TimeBudget = kUnlimitedBudget;
+    Control.PollInterval = kLongPollInterval;
+}
 
 void ComputeTimeBudget() {
-    std::int64_t share = EngineClock / MovesToGo();
-    if (PonderAllowed != 0) share = share * 5 / 2;
-    std::int64_t budget =
-        share * kMillisecondsPerCentisecond + std::int64_t{Increment} * kIncrementShare;
-    if (PreviousScore < kLowScore && budget < kBudgetCap) budget += budget / 4;
-    TimeBudget = Narrowed(HasBothKings() ? WithKingSafety(budget) : budget);
-    PollInterval = TimeBudget < kShortBudget ? kShortPollInterval : kLongPollInterval;
+    std::int64_t share = GameClock.EngineClock / MovesToGo();
+    if (Ponder.PonderAllowed != 0) share = share * 5 / 2;
+    std::int64_t budget = share * kMillisecondsPerCentisecond +
+                          std::int64_t{GameClock.Increment} * kIncrementShare;
+    if (Result.PreviousScore < kLowScore && budget < kBudgetCap) budget += budget / 4;
+    Control.TimeBudget = Narrowed(HasBothKings() ? WithKingSafety(budget) : budget);
+    Control.PollInterval =
+        Control.TimeBudget < kShortBudget ? kShortPollInterval : kLongPollInterval;
 }
 
 bool CheckClock() {
-    if (PonderSearch != 0 && PonderProbe != 0 &&
+    if (Ponder.PonderSearch != 0 && Ponder.PonderProbe != 0 &&
         ElapsedMilliseconds() > kProbeMilliseconds) {
-        StopSearch = 1;
-        PonderProbe = 0;
+        Control.StopSearch = 1;
+        Ponder.ProbeTimeUp = 1;
         return true;
     }
-    PollCountdown = PollInterval;
-    if (DepthLimit != kTimedDepthLimit || PonderSearch != 0) return false;
+    Control.PollCountdown = Control.PollInterval;
+    if (Control.DepthLimit != kTimedDepthLimit || Ponder.PonderSearch != 0) return false;
     const std::int64_t elapsed = ElapsedMilliseconds();
-    const std::int64_t halfClock = std::int64_t{kHalfClock} * EngineClock;
-    if (RootMoveIndex != 0 &&
-        elapsed <= std::min(std::int64_t{kHardBudgets} * TimeBudget, halfClock))
+    const std::int64_t halfClock = std::int64_t{kHalfClock} * GameClock.EngineClock;
+    if (Root.RootMoveIndex != 0 &&
+        elapsed <= std::min(std::int64_t{kHardBudgets} * Control.TimeBudget, halfClock))
         return false;
-    std::int64_t limit =
-        std::max(std::int64_t{TimeBudget}, std::int64_t{kIncrementShare} * Increment);
-    const int fall = PreviousScore - RootScore;
+    std::int64_t limit = std::max(std::int64_t{Control.TimeBudget},
+                                  std::int64_t{kIncrementShare} * GameClock.Increment);
+    const int fall = Result.PreviousScore - RootScore;
     for (const ScoreFall& step : kScoreFalls)
         if (fall > step.above) {
             limit *= step.factor;
@@ -121,6 +123,6 @@ bool CheckClock() {
         }
     limit = std::min(limit, halfClock);
     if (elapsed < limit) return false;
-    StopSearch = 1;
+    Control.StopSearch = 1;
     return true;
 }

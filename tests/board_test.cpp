@@ -79,8 +79,8 @@ TEST(Board, RandomGamesKeepAllForms) {
          {kStart, kCastlings, kRookEnding, kPromotions, kKnightFork, kMiddlegame})
         for (int game = 0; game < 10; ++game) {
             Position(fen);
-            for (int ply = 0; ply < 120 && !LegalMoves().empty(); ++ply) {
-                const std::vector<Move> moves = LegalMoves();
+            for (int ply = 0; ply < 120 && LegalMoves().count != 0; ++ply) {
+                const std::vector<Move> moves = LegalMoveList();
                 const BoardRecord before = Board;
                 for (const Move m : moves) {
                     MakeMove(m);
@@ -148,7 +148,7 @@ TEST(Board, LongGamesAreTakenBackWhole) {
     Random random(7);
     while (seen.size() < 2000) {
         seen.push_back(now());
-        const std::vector<Move> legal = LegalMoves();
+        const std::vector<Move> legal = LegalMoveList();
         ASSERT_FALSE(legal.empty());
         std::vector<Move> calm;  // the game must not run out of men
         for (const Move m : legal)

@@ -190,7 +190,7 @@ TEST_F(BookTest, SpecialMovesComeAsTheirWords) {
     promotion.AddRaw(BookKey1(Board.hash1, WHITE), static_cast<std::int32_t>(Board.hash2),
                      std::string("\x01\x30\x38\x00\x00", 5));
     Open(promotion.Image());
-    EXPECT_EQ(BookProbe(), MakeWord(A7, A8, PAWN, EMPTY));
+    EXPECT_EQ(BookProbe(), MakeWord(A7, A8, PAWN, EMPTY, QUEEN));
 }
 
 // Offsets, counts and squares that lie: nothing is found, nothing is read out of bounds.

@@ -10,7 +10,7 @@
 
 #include "board/attacks.h"
 #include "board/fen.h"
-#include "board/generate.h"
+#include "board/legalmoves.h"
 #include "eval/rookpawn.h"
 
 namespace {
@@ -82,11 +82,6 @@ bool LegalPawnEnding(int p, int t, int wk, int bk) {
            (t == 1 || (PawnAttacks[WHITE][p] & SquareMask(bk)) == 0);
 }
 
-std::vector<Move> LegalMoves() {
-    MoveStackTop = 0;
-    GenerateLegalMoves(0);
-    return {MoveStack, MoveStack + MoveStackTop};
-}
 bool InCheck(int colour) {
     return IsAttacked(ChangeSide(colour), Board.KingSquare[colour]);
 }
@@ -120,12 +115,10 @@ private:
     }
     static bool NewQueenWins(int queen, int wk, int bk) {
         SetUpBoard(BLACK, {{wk, WHITE, KING}, {bk, BLACK, KING}, {queen, WHITE, QUEEN}});
-        MoveStackTop = 0;
-        GenerateLegalMoves(0);
+        const LegalMoves legal;
         const auto takes = [](Move m) { return Captured(m) != EMPTY; };
-        return MoveStackTop == 0
-                   ? InCheck(BLACK)
-                   : std::none_of(MoveStack, MoveStack + MoveStackTop, takes);
+        return legal.count == 0 ? InCheck(BLACK)
+                                : std::none_of(legal.begin(), legal.end(), takes);
     }
     bool CanWin(int p, int wk, int bk) const {
         for (SquareSet steps = KingAttacks[wk] & ~SquareMask(p); steps != 0;) {
@@ -240,8 +233,8 @@ bool RookWinsByMoves(int pawnColour) {
     bool wins = false;
     for (const Move m : LegalMoves()) {
         MakeMove(m);
-        const std::vector<Move> replies = LegalMoves();
-        bool lost = !replies.empty() || InCheck(pawnColour);
+        const LegalMoves replies;
+        bool lost = replies.count != 0 || InCheck(pawnColour);
         for (const Move reply : replies) {
             MakeMove(reply);
             const bool pawnGone = Board.PawnCount[pawnColour] == 0;

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <initializer_list>
 
-#include "board/generate.h"
+#include "board/legalmoves.h"
 #include "eval/drawish.h"
 #include "eval/endgame.h"
 #include "eval/king.h"
@@ -213,9 +213,9 @@ template <typename Check>
 void PlayOut(Random& random, const char* fen, int moves, Check& check) {
     ASSERT_TRUE(SetFen(fen));
     for (int i = 0; i < moves; ++i) {
-        GenerateLegalMoves(0);
-        if (MoveStackTop == 0) return;
-        MakeMove(MoveStack[Below(random, MoveStackTop)]);
+        const LegalMoves legal;
+        if (legal.count == 0) return;
+        MakeMove(legal.moves[Below(random, legal.count)]);
         if (Below(random, 4) == 0) check();
     }
 }

@@ -12,11 +12,11 @@ namespace {
 
 std::int64_t Perft(int depth, int start) {
     GenerateLegalMoves(start);
-    const int end = MoveStackTop;
+    const int end = Generated.MoveStackTop;
     if (depth == 1) return end - start;
     std::int64_t leaves = 0;
     for (int i = start; i < end; ++i) {
-        MakeMove(MoveStack[i]);
+        MakeMove(Generated.MoveStack[i]);
         leaves += Perft(depth - 1, end);
         UnmakeMove();
     }
@@ -69,29 +69,30 @@ std::vector<Move> OnlyLegal(const std::vector<Move>& moves) {
 // among them; the walk that the search takes gives each move but the table's once.
 void ExpectStagesComplete(const std::vector<Move>& legal, Move hashMove) {
     const int S = Board.SideToMove;
-    InCheckAt[0] = IsAttacked(ChangeSide(S), Board.KingSquare[S]) ? 1 : 0;
+    Line.InCheckAt[0] = IsAttacked(ChangeSide(S), Board.KingSquare[S]) ? 1 : 0;
     std::vector<Move> staged, killers, quiet, expectedKillers;
-    MoveStackTop = 0;
+    Generated.MoveStackTop = 0;
     for (int stage = kFirstStage; stage != kNoMoreStages;) {
-        const int first = MoveStackTop;
+        const int first = Generated.MoveStackTop;
         stage = GenerateStage(stage, hashMove);
-        const std::vector<Move> group(MoveStack + first, MoveStack + MoveStackTop);
-        const bool isKillers = stage == kKillerStage && InCheckAt[0] == 0;
+        const std::vector<Move> group(Generated.MoveStack + first,
+                                      Generated.MoveStack + Generated.MoveStackTop);
+        const bool isKillers = stage == kKillerStage && Line.InCheckAt[0] == 0;
         if (isKillers) killers = group;
         if (stage == kQuietStage) quiet = group;
         if (!isKillers) staged.insert(staged.end(), group.begin(), group.end());
     }
     ASSERT_EQ(Sorted(OnlyLegal(staged)), legal);
-    for (const Move m : {Killer1[S][0], Killer2[S][0]})
-        if (InCheckAt[0] == 0 && Contains(quiet, m)) expectedKillers.push_back(m);
+    for (const Move m : {Ordering.Killer1[S][0], Ordering.Killer2[S][0]})
+        if (Line.InCheckAt[0] == 0 && Contains(quiet, m)) expectedKillers.push_back(m);
     ASSERT_EQ(killers, expectedKillers);
 
     std::vector<Move> walked;
     if (hashMove != NO_MOVE) walked.push_back(hashMove);
-    MoveStackTop = 0;
+    Generated.MoveStackTop = 0;
     MoveWalk walk(hashMove);
     while (const Move m = walk.Next()) walked.push_back(m);
-    MoveStackTop = 0;
+    Generated.MoveStackTop = 0;
     ASSERT_EQ(Sorted(OnlyLegal(walked)), legal);
 }
 
@@ -107,11 +108,12 @@ TEST(Generate, StagesAreComplete) {
         Position(c.fen);
         Move lately[2] = {NO_MOVE, NO_MOVE};  // quiet moves of other nodes
         WalkTree(c.depth, [&] {
-            const std::vector<Move> legal = Sorted(LegalMoves());
+            const std::vector<Move> legal = Sorted(LegalMoveList());
             if (HasFatalFailure() || legal.empty()) return;
             const int S = Board.SideToMove;
-            if (Killer1[S][0] != lately[S]) Killer2[S][0] = Killer1[S][0];
-            Killer1[S][0] = lately[S];
+            if (Ordering.Killer1[S][0] != lately[S])
+                Ordering.Killer2[S][0] = Ordering.Killer1[S][0];
+            Ordering.Killer1[S][0] = lately[S];
             const Move any = random.Of(legal);
             ExpectStagesComplete(legal, IsEnPassant(any) ? NO_MOVE : any);
             if (IsQuiet(any)) lately[S] = any;
@@ -151,7 +153,7 @@ TEST(Generate, Orders) {
         Position(c.fen);
         GenerateCaptures(c.captures ? Board.Occupied[ChangeSide(Board.SideToMove)] : 0);
         EXPECT_EQ(TextsFrom(0), c.expected) << c.fen;
-        MoveStackTop = 0;
+        Generated.MoveStackTop = 0;
         GenerateQuiet();
         EXPECT_EQ(TextsFrom(0).find(c.quiet), 0u) << c.fen << '\n' << TextsFrom(0);
     }
@@ -160,17 +162,17 @@ TEST(Generate, Orders) {
 TEST(Generate, CaptureScores) {
     Position("4k3/2p5/3p1r2/4P3/4N3/8/8/3QK3 w - -");
     ASSERT_EQ(GenerateStage(kFirstStage, NO_MOVE), kCaptureStage);
-    SortMoves(0, MoveStackTop);
+    SortMoves(0, Generated.MoveStackTop);
     EXPECT_EQ(TextsFrom(0), "e5f6 e4f6 e5d6 e4d6 d1d6");
     const int scores[] = {(500 - 100) * 65536, (500 - 300) * 65536, 100, -100, -700};
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(MoveScores[i], scores[i]) << i;
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(Generated.MoveScores[i], scores[i]) << i;
 }
 
 TEST(Generate, Evasions) {
     // In double check the king alone moves; promotions have an order of their own.
     Position("4k3/8/8/8/1b6/8/2n5/4K3 w - -");
     EXPECT_EQ(GenerateStage(kFirstStage, NO_MOVE), kKillerStage);
-    EXPECT_EQ(CheckerSquare[0], kSeveralCheckers);
+    EXPECT_EQ(Line.CheckerSquare[0], kSeveralCheckers);
     EXPECT_EQ(TextsFrom(0), "e1d1 e1f1 e1d2 e1e2 e1f2");
     Position("k2r4/2P5/8/8/8/8/8/3K4 w - -");
     EXPECT_EQ(GenerateStage(kFirstStage, NO_MOVE), kCaptureStage);
@@ -204,13 +206,14 @@ TEST(Generate, QuiescenceCaptures) {
             EXPECT_FALSE(inner ? GenerateQuiesceCapturesInner(c.threshold)
                                : GenerateQuiesceCaptures(c.threshold, NO_MOVE));
             EXPECT_EQ(TextsFrom(0), c.move) << c.fen << ' ' << c.threshold;
-            if (MoveStackTop > 0) {
-                EXPECT_EQ(MoveScores[0], c.score) << c.fen << ' ' << c.threshold;
+            if (Generated.MoveStackTop > 0) {
+                EXPECT_EQ(Generated.MoveScores[0], c.score)
+                    << c.fen << ' ' << c.threshold;
             }
         }
     Position(rook);
     EXPECT_FALSE(GenerateQuiesceCaptures(0, MoveOf("d1a4")));
-    EXPECT_EQ(MoveStackTop, 0);
+    EXPECT_EQ(Generated.MoveStackTop, 0);
     Position("4k3/4R3/8/8/8/8/8/4K3 w - -");  // the king can be taken
     EXPECT_TRUE(GenerateQuiesceCapturesInner(5000));
 }
@@ -224,8 +227,8 @@ TEST(Generate, ExchangeSortKeepsItsOrderAmongEquals) {
         std::vector<std::pair<int, Move>> plain;
         for (int i = 0; i < count; ++i) {
             plain.push_back({random.Below(scores) - 3, static_cast<Move>(i)});
-            MoveScores[i] = plain.back().first;
-            MoveStack[i] = plain.back().second;
+            Generated.MoveScores[i] = plain.back().first;
+            Generated.MoveStack[i] = plain.back().second;
         }
         for (std::size_t i = 0; i < plain.size(); ++i)
             for (std::size_t j = i + 1; j < plain.size(); ++j)
@@ -236,7 +239,7 @@ TEST(Generate, ExchangeSortKeepsItsOrderAmongEquals) {
                 SelectMoves(i, count);
                 sorted = i + kSelectedAtOnce;
             }
-            ASSERT_EQ(MoveStack[i], plain[static_cast<std::size_t>(i)].second);
+            ASSERT_EQ(Generated.MoveStack[i], plain[static_cast<std::size_t>(i)].second);
         }
     }
 }

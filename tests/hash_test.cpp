@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "search/hash.h"
-#include "search/search.h"
 #include "tests/support.h"
 
 namespace {
@@ -94,10 +93,10 @@ TEST_F(HashTable, MatesAreCountedFromTheNode) {
     };
     for (const auto& c : cases) {
         Board.hash2 += 0x100;
-        Ply = c.storedAt;
+        Line.Ply = c.storedAt;
         HashStore(60, c.score, kMove, c.bound, 0);
         EXPECT_EQ(Entry()[1], c.stored) << c.score;
-        Ply = c.readAt;
+        Line.Ply = c.readAt;
         EXPECT_EQ(ScoreFromTable(Entry()[1]), c.fromTable) << c.score;
     }
 }

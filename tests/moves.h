@@ -7,7 +7,7 @@
 #include <string>
 
 #include "board/board.h"
-#include "board/generate.h"
+#include "board/legalmoves.h"
 
 inline std::string TextOf(Move m) {
     char text[kMoveTextSize];
@@ -17,9 +17,8 @@ inline std::string TextOf(Move m) {
 
 // The legal move with this text; NO_MOVE when there is none.
 inline Move LegalMove(const std::string& text) {
-    GenerateLegalMoves(kUserMoveStart);
-    for (int i = kUserMoveStart; i < MoveStackTop; ++i)
-        if (TextOf(MoveStack[i]) == text) return MoveStack[i];
+    for (const Move m : LegalMoves())
+        if (TextOf(m) == text) return m;
     return NO_MOVE;
 }
 

@@ -126,10 +126,8 @@ TEST(PgnReading, TagsOfEveryShape) {
 // How many legal moves a text agrees with, by the plainest means.
 int CountByList(int piece, const std::string& origin, const std::string& to, bool capture,
                 char promotion) {
-    GenerateLegalMoves(kUserMoveStart);
     int count = 0;
-    for (int i = kUserMoveStart; i < MoveStackTop; ++i) {
-        const Move m = MoveStack[i];
+    for (const Move m : LegalMoves()) {
         const std::string text = TextOf(m);
         bool agrees = Moving(m) == piece && text.substr(2, 2) == to;
         for (const char c : origin) agrees &= text[0] == c || text[1] == c;
@@ -185,11 +183,8 @@ TEST(San, EveryMoveOfRandomGamesIsFoundByItsText) {
         SeedRandom(number);
         SetStartPosition();
         for (int ply = 0; ply < 150; ++ply) {
-            GenerateLegalMoves(kUserMoveStart);
-            const int count = MoveStackTop - kUserMoveStart;
-            if (count == 0) break;
-            const std::vector<Move> moves(MoveStack + kUserMoveStart,
-                                          MoveStack + MoveStackTop);
+            const LegalMoves moves;
+            if (moves.count == 0) break;
             for (const Move m : moves) {
                 Move found = NO_MOVE;
                 ASSERT_EQ(ResolveSan(SanOf(m).c_str(), found), 1) << SanOf(m);
@@ -199,7 +194,7 @@ TEST(San, EveryMoveOfRandomGamesIsFoundByItsText) {
                 EXPECT_GT(ResolveSan((letter + squares).c_str(), found), 0) << squares;
                 EXPECT_EQ(found & 0x3FFFF, m & 0x3FFFF);
             }
-            MakeMove(moves[static_cast<std::size_t>(RandomNumber() % count)]);
+            MakeMove(moves.moves[RandomNumber() % moves.count]);
         }
     }
 }

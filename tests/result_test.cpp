@@ -4,13 +4,13 @@
 #include "board/attacks.h"
 #include "search/hash.h"
 #include "search/outward.h"
-#include "search/search.h"
+#include "search/root.h"
 #include "tests/support.h"
 
 namespace {
 
 // The line that the check writes; "" when the game goes on.
-std::string Result() {
+std::string ResultLine() {
     bool over = false;
     const std::string line = OutputOf([&] { over = GameOverCheck(); });
     EXPECT_EQ(over, !line.empty());
@@ -49,7 +49,7 @@ TEST(Result, OfPositionsAndGames) {
         FreshEngine(4);
         Position(c.fen);
         Play(c.moves);
-        EXPECT_EQ(Result(), c.line) << c.fen << ' ' << c.moves;
+        EXPECT_EQ(ResultLine(), c.line) << c.fen << ' ' << c.moves;
     }
     RemovePiece(E8);  // without both kings there is nothing to search or to say
     EXPECT_EQ(OutputOf([] { EXPECT_TRUE(Search(10, false)); }), "");
@@ -57,15 +57,15 @@ TEST(Result, OfPositionsAndGames) {
 
 // Every legal move once, killers or not, each with its check flag.
 void ExpectRootMoves(const std::vector<Move>& legal) {
-    ASSERT_EQ(MoveStackTop, RootMoveCount);
-    EXPECT_TRUE(std::is_permutation(RootMoves, RootMoves + RootMoveCount, legal.begin(),
-                                    legal.end()));
-    for (int i = 0; i < RootMoveCount; ++i) {
+    ASSERT_EQ(Generated.MoveStackTop, Root.RootMoveCount);
+    EXPECT_TRUE(std::is_permutation(RootMoves, RootMoves + Root.RootMoveCount,
+                                    legal.begin(), legal.end()));
+    for (int i = 0; i < Root.RootMoveCount; ++i) {
         MakeMove(RootMoves[i]);
         const int S = Board.SideToMove;
         const bool check = IsAttacked(ChangeSide(S), Board.KingSquare[S]);
         UnmakeMove();
-        EXPECT_EQ(RootGivesCheck[i] != 0, check) << TextOf(RootMoves[i]);
+        EXPECT_EQ(Root.RootGivesCheck[i] != 0, check) << TextOf(RootMoves[i]);
     }
 }
 
@@ -74,25 +74,25 @@ TEST(Result, RootMoves) {
                             kMiddlegame, "r3k3/8/8/8/8/8/4r3/4K2R w K -"}) {
         FreshEngine(10);
         Position(fen);
-        const std::vector<Move> legal = LegalMoves();
+        const std::vector<Move> legal = LegalMoveList();
         std::vector<Move> quiet;
         std::copy_if(legal.begin(), legal.end(), std::back_inserter(quiet), IsQuiet);
-        Killer1[WHITE][0] = quiet.front();
-        Killer2[WHITE][0] = quiet.back();
-        EXPECT_EQ(Result(), "");
+        Ordering.Killer1[WHITE][0] = quiet.front();
+        Ordering.Killer2[WHITE][0] = quiet.back();
+        EXPECT_EQ(ResultLine(), "");
         ExpectRootMoves(legal);
-        EXPECT_EQ(RootDepth, 2);
-        const Move first = RootMoves[0], last = RootMoves[RootMoveCount - 1];
+        EXPECT_EQ(Root.RootDepth, 2);
+        const Move first = RootMoves[0], last = RootMoves[Root.RootMoveCount - 1];
         HashStore(60, 77, last, kLowerBound, 0);  // a bound says nothing
-        EXPECT_EQ(Result(), "");
+        EXPECT_EQ(ResultLine(), "");
         EXPECT_EQ(RootMoves[0], first) << fen;
-        EXPECT_EQ(RootScore, PreviousScore);
+        EXPECT_EQ(RootScore, Result.PreviousScore);
         HashStore(60, 77, last, kExact, 0);  // an exact entry's move comes first
-        EXPECT_EQ(Result(), "");
+        EXPECT_EQ(ResultLine(), "");
         ExpectRootMoves(legal);
         EXPECT_EQ(RootMoves[0], last) << fen;
         EXPECT_EQ(RootScore, 77);
-        EXPECT_EQ(RootDepth, 1);
+        EXPECT_EQ(Root.RootDepth, 1);
     }
 }
 

@@ -9,9 +9,14 @@
 #include "driver/state.h"
 #include "driver/thinking.h"
 #include "platform/clock.h"
+#include "search/alphabeta.h"
 #include "search/control.h"
+#include "search/extend.h"
+#include "search/history.h"
 #include "search/movewalk.h"
-#include "search/search.h"
+#include "search/quiesce.h"
+#include "search/root.h"
+#include "search/scores.h"
 #include "tests/support.h"
 
 namespace {
@@ -28,10 +33,10 @@ void SearchFresh(const char* fen, int depthLimit) {
 TEST(Search, SameInputSameTree) {
     const auto result = [](const char* fen) {
         SearchFresh(fen, 6);
-        std::vector<std::int64_t> all = {NodeCount, RootDepth};
-        for (int i = 0; i < RootMoveCount; ++i) {
+        std::vector<std::int64_t> all = {Result.NodeCount, Root.RootDepth};
+        for (int i = 0; i < Root.RootMoveCount; ++i) {
             all.push_back(RootMoves[i]);
-            all.push_back(RootScores[i]);
+            all.push_back(Root.RootScores[i]);
         }
         return all;
     };
@@ -52,7 +57,7 @@ TEST(Search, BenchSignature) {
         const BoardRecord before = Board;
         SearchFresh(fen, depth);
         ASSERT_TRUE(SameBoard(Board, before)) << fen;
-        total += NodeCount;
+        total += Result.NodeCount;
     }
     EXPECT_EQ(total, expected) << "a wanted change: run bench/update-signature";
 }
@@ -73,23 +78,23 @@ TEST(Search, FindsMates) {
         SearchFresh(c.fen, 90);
         EXPECT_EQ(TextOf(RootMoves[0]), c.move) << c.fen;
         EXPECT_EQ(RootScore, c.score) << c.fen;
-        EXPECT_LE(RootDepth, c.rootDepth) << c.fen;
+        EXPECT_LE(Root.RootDepth, c.rootDepth) << c.fen;
     }
 }
 
 TEST(Search, DepthLimitAndOnlyMove) {
     for (const int limit : {3, 5}) {
         SearchFresh(kMiddlegame, limit);
-        EXPECT_EQ(RootDepth, limit - 1);
+        EXPECT_EQ(Root.RootDepth, limit - 1);
     }
     SearchFresh(kMiddlegame, 2);  // no iteration at all: the first move of the list
-    EXPECT_EQ(NodeCount, 0);
-    EXPECT_EQ(RootMoveCount, 46);
+    EXPECT_EQ(Result.NodeCount, 0);
+    EXPECT_EQ(Root.RootMoveCount, 46);
     PostThinking = 1;  // a lone move is neither searched nor shown
     Position("k7/8/1K6/8/8/8/8/7R b");
     EXPECT_EQ(OutputOf([] { EXPECT_FALSE(Search(20, false)); }), "");
     EXPECT_EQ(TextOf(RootMoves[0]), "a8b8");
-    EXPECT_EQ(NodeCount, 0);
+    EXPECT_EQ(Result.NodeCount, 0);
 }
 
 TEST(Search, MateScoresAreShownSixtySevenFurther) {
@@ -108,14 +113,14 @@ TEST(Search, MateScoresAreShownSixtySevenFurther) {
 // One node of a search ten plies deep, with the widest window.
 int SearchNode(int depth, int ply = 1, int alpha = -ScoreBound, int beta = ScoreBound) {
     const int S = Board.SideToMove;
-    InCheckAt[ply] = IsAttacked(ChangeSide(S), Board.KingSquare[S]) ? 1 : 0;
-    ExtFlags[ply] = 0;
-    Ply = ply;
-    RootDepth = 10;
-    HashMoveBonus = 6;
+    Line.InCheckAt[ply] = IsAttacked(ChangeSide(S), Board.KingSquare[S]) ? 1 : 0;
+    Line.ExtFlags[ply] = 0;
+    Line.Ply = ply;
+    Root.RootDepth = 10;
+    Root.HashMoveBonus = 6;
     const int score = AlphaBeta(alpha, beta, depth, true);
-    EXPECT_EQ(Ply, ply);
-    EXPECT_EQ(MoveStackTop, 0);
+    EXPECT_EQ(Line.Ply, ply);
+    EXPECT_EQ(Generated.MoveStackTop, 0);
     return score;
 }
 
@@ -178,22 +183,22 @@ TEST(Search, Extensions) {
     for (const auto& c : cases)
         for (const bool full : {true, false}) {
             Position(c.fen);
-            ExtFlags[0] = 0;
+            Line.ExtFlags[0] = 0;
             Play(c.moves);
             EXPECT_EQ(ExtendMove(c.depth, c.threat, full), full ? c.full : c.half)
                 << c.fen << ' ' << c.moves;
-            EXPECT_EQ(ExtFlags[1], c.flags) << c.fen << ' ' << c.moves;
-            EXPECT_EQ(InCheckAt[1], c.flags & kExtCheck) << c.fen << ' ' << c.moves;
+            EXPECT_EQ(Line.ExtFlags[1], c.flags) << c.fen << ' ' << c.moves;
+            EXPECT_EQ(Line.InCheckAt[1], c.flags & kExtCheck) << c.fen << ' ' << c.moves;
         }
 }
 
 TEST(Search, OrderOfMoves) {
     Position("4k3/2p5/3p1r2/4P3/4N3/8/8/3QK3 w - -");
-    Killer1[WHITE][0] = MoveOf("e1e2");
-    Killer2[WHITE][0] = MoveOf("e4c3");
-    HistoryTable[FromTo(MoveOf("d1a1")) * 2 + WHITE] = 5;
-    HistoryTable[FromTo(MoveOf("d1b1")) * 2 + WHITE] = 9;
-    HistoryTable[FromTo(MoveOf("e1d2")) * 2 + BLACK] = 99;
+    Ordering.Killer1[WHITE][0] = MoveOf("e1e2");
+    Ordering.Killer2[WHITE][0] = MoveOf("e4c3");
+    Ordering.HistoryTable[FromTo(MoveOf("d1a1")) * 2 + WHITE] = 5;
+    Ordering.HistoryTable[FromTo(MoveOf("d1b1")) * 2 + WHITE] = 9;
+    Ordering.HistoryTable[FromTo(MoveOf("e1d2")) * 2 + BLACK] = 99;
     MoveWalk walk(MoveOf("d1d6"));  // the table's move, searched before
     std::string order;
     while (const Move m = walk.Next()) order += TextOf(m) + " ";
@@ -204,31 +209,31 @@ TEST(Search, OrderOfMoves) {
 TEST(Search, GoodMovesRiseAndAge) {
     Position(kStart);
     const Move e4 = MoveOf("e2e4"), d4 = MoveOf("d2d4");
-    Ply = 6;
+    Line.Ply = 6;
     UpdateGoodMove(e4, 300);
     UpdateGoodMove(d4, 60);
     UpdateGoodMove(d4, 60);
     UpdateGoodMove(MakeWord(E4, D5, PAWN, PAWN), 60);  // captures have no part in it
-    EXPECT_EQ(Killer1[WHITE][6], d4);
-    EXPECT_EQ(Killer2[WHITE][6], e4);
-    EXPECT_EQ(HistoryTable[FromTo(d4) * 2], 7200);
+    EXPECT_EQ(Ordering.Killer1[WHITE][6], d4);
+    EXPECT_EQ(Ordering.Killer2[WHITE][6], e4);
+    EXPECT_EQ(Ordering.HistoryTable[FromTo(d4) * 2], 7200);
     AgeHistoryAndKillers();
-    EXPECT_EQ(Killer1[WHITE][4], d4);
-    EXPECT_EQ(Killer1[WHITE][6], NO_MOVE);
-    EXPECT_EQ(HistoryTable[FromTo(e4) * 2], 90000 >> 8);
+    EXPECT_EQ(Ordering.Killer1[WHITE][4], d4);
+    EXPECT_EQ(Ordering.Killer1[WHITE][6], NO_MOVE);
+    EXPECT_EQ(Ordering.HistoryTable[FromTo(e4) * 2], 90000 >> 8);
     for (int i = 0; i < 5000; ++i) UpdateGoodMove(e4, 6000);  // never overflows
-    EXPECT_GT(HistoryTable[FromTo(e4) * 2], 0);
+    EXPECT_GT(Ordering.HistoryTable[FromTo(e4) * 2], 0);
 }
 
 // ---- Limits ----
 
 // The clock stops the search so long after its beginning.
 void StopAfter(int milliseconds) {
-    DepthLimit = kTimedDepthLimit;
-    TimeBudget = milliseconds;
-    EngineClock = milliseconds;  // ten times as long
-    PollCountdown = PollInterval;
-    SearchStartTime = ClockMilliseconds();
+    Control.DepthLimit = kTimedDepthLimit;
+    Control.TimeBudget = milliseconds;
+    GameClock.EngineClock = milliseconds;  // ten times as long
+    Control.PollCountdown = Control.PollInterval;
+    Control.SearchStartTime = ClockMilliseconds();
 }
 
 TEST(SearchLimits, DeepestPly) {
@@ -237,8 +242,8 @@ TEST(SearchLimits, DeepestPly) {
         Position(kRookEnding);
         StopAfter(20000);
         SearchNode(40 * OnePly, ply);
-        EXPECT_EQ(StopSearch, 0);
-        EXPECT_EQ(Killer1[BLACK][0], NO_MOVE);  // stands behind White's last one
+        EXPECT_EQ(Control.StopSearch, 0);
+        EXPECT_EQ(Ordering.Killer1[BLACK][0], NO_MOVE);  // stands behind White's last one
     }
 }
 
@@ -251,28 +256,30 @@ TEST(SearchLimits, FullStacks) {
     const struct {
         int moveStackTop, gamePly;
         bool searched;
-    } cases[] = {{kMatchListStart - kMaxMoves - 1, 0, true},
-                 {kMatchListStart - kMaxMoves, 0, false},
-                 {kMatchListStart - 9, 0, false},
+    } cases[] = {{kSearchStackEnd - 1, 0, true},
+                 {kSearchStackEnd, 0, false},
+                 {kSearchStackEnd + kMaxMoves - 9, 0, false},
                  {0, kHistoryCapacity - 5, true},
                  {0, kHistoryCapacity - 4, false},
                  {0, kHistoryCapacity, false}};
     constexpr Move kMark = 0xFFFFFFFF;
-    Move* const matchList = MoveStack + kMatchListStart;
+    // The room of one list of legal moves stays free.
+    constexpr int kListStart = kMoveStackSize - kMaxMoves;
+    Move* const list = Generated.MoveStack + kListStart;
     for (const auto& c : cases) {
         FreshEngine();
         Position(kManyQueens);
         StopAfter(100);
-        std::fill(matchList, MoveStack + kMoveStackSize, kMark);
-        MoveStackTop = c.moveStackTop;
+        std::fill(list, Generated.MoveStack + kMoveStackSize, kMark);
+        Generated.MoveStackTop = c.moveStackTop;
         Board.GamePly = c.gamePly;
         if (c.gamePly > 0)
             Board.MoveHistory[c.gamePly - 1] = MakeWord(A2, A3, PAWN, EMPTY);
-        NodeCount = 0;
+        Result.NodeCount = 0;
         SearchChild(-ScoreBound, ScoreBound, 5 * OnePly, true);
-        EXPECT_EQ(NodeCount > 1, c.searched) << c.moveStackTop << ' ' << c.gamePly;
-        EXPECT_EQ(std::count(matchList, MoveStack + kMoveStackSize, kMark),
-                  kMoveStackSize - kMatchListStart);
+        EXPECT_EQ(Result.NodeCount > 1, c.searched) << c.moveStackTop << ' ' << c.gamePly;
+        EXPECT_EQ(std::count(list, Generated.MoveStack + kMoveStackSize, kMark),
+                  kMoveStackSize - kListStart);
         EXPECT_EQ(Board.GamePly, c.gamePly);
     }
 }
@@ -281,12 +288,12 @@ TEST(SearchLimits, EndlessCapturesHeedTheClock) {
     FreshEngine();
     Position(kManyQueens);
     StopAfter(100);
-    Ply = 1;
-    NodeCount = 0;
+    Line.Ply = 1;
+    Result.NodeCount = 0;
     Quiesce(-ScoreBound, ScoreBound);
-    EXPECT_EQ(StopSearch, 1);
-    EXPECT_LT(NodeCount, 10000000);
-    EXPECT_EQ(MoveStackTop, 0);
+    EXPECT_EQ(Control.StopSearch, 1);
+    EXPECT_LT(Result.NodeCount, 10000000);
+    EXPECT_EQ(Generated.MoveStackTop, 0);
     EXPECT_EQ(Board.GamePly, 0);
 }
 

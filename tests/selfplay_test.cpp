@@ -38,7 +38,7 @@ std::string ExpectedResult(int occurrences) {
     if (PopCount(AllOccupied()) == 2) return "1/2-1/2 {Draw by insufficient material}";
     if (occurrences >= 3) return "1/2-1/2 {Draw by repetition}";
     if (Board.FiftyCounter >= 100) return "1/2-1/2 {Draw by the 50-moves rule}";
-    if (!LegalMoves().empty()) return "";
+    if (LegalMoves().count != 0) return "";
     const int S = Board.SideToMove;
     if (!IsAttacked(ChangeSide(S), Board.KingSquare[S])) return "1/2-1/2 {Stalemate}";
     return S == WHITE ? "0-1 {Black mates}" : "1-0 {White mates}";
@@ -48,7 +48,7 @@ std::string ExpectedResult(int occurrences) {
 std::string PlayToTheEnd(Occurrences& seen) {
     while (Length() < kLongestGame && !testing::Test::HasFailure()) {
         const std::string expected = ExpectedResult(CountPosition(seen));
-        const std::vector<Move> legal = LegalMoves();
+        const std::vector<Move> legal = LegalMoveList();
         const int length = Length();
         const std::string output = OutputOf(Think);
         if (!expected.empty()) {
@@ -79,9 +79,9 @@ TEST(SelfPlay, SlowGamesEndProperly) {
         Random random(static_cast<std::uint32_t>(game));
         const BoardRecord start = Board;
         Occurrences seen;
-        for (int ply = 0; ply < kRandomPlies && !LegalMoves().empty(); ++ply) {
+        for (int ply = 0; ply < kRandomPlies && LegalMoves().count != 0; ++ply) {
             CountPosition(seen);
-            PlayGameMove(random.Of(LegalMoves()));
+            PlayGameMove(random.Of(LegalMoveList()));
         }
         const std::string result = PlayToTheEnd(seen);
         EXPECT_NE(result, "?") << "game " << game;

@@ -154,12 +154,12 @@ TEST_F(SettingsFile, WhatIsBeyondTheLineLengthIsTheNextLine) {
 }
 
 TEST_F(SettingsFile, PonderingOffAlsoWithdrawsThePermission) {
-    PonderAllowed = 1;
+    Ponder.PonderAllowed = 1;
     Read("Pondering=on\n");
-    EXPECT_EQ(PonderAllowed, 1);
+    EXPECT_EQ(Ponder.PonderAllowed, 1);
     Read("Pondering=off\n");
-    EXPECT_EQ(PonderAllowed, 0);
-    PonderAllowed = 1;
+    EXPECT_EQ(Ponder.PonderAllowed, 0);
+    Ponder.PonderAllowed = 1;
 }
 
 TEST_F(SettingsFile, LaterLinesWin) {

@@ -12,7 +12,8 @@
 #include "platform/output.h"
 #include "search/control.h"
 #include "search/hash.h"
-#include "search/search.h"
+#include "search/history.h"
+#include "search/root.h"
 
 void FreshEngine(int tableBits) {
     FreePawnTable();
@@ -21,21 +22,22 @@ void FreshEngine(int tableBits) {
     SetEarlyDefaults();
     SetLateDefaults();
     ResetMargins();
-    ForceMode = PostThinking = PonderAllowed = 0;
+    ForceMode = PostThinking = Ponder.PonderAllowed = 0;
     MaxDepth = kMaxDepthDefault;
-    EngineClock = -1;
-    TimeBudget = kUnlimitedBudget;
-    PollInterval = kLongPollInterval;
-    PreviousScore = StopSearch = PonderSearch = PonderProbe = NewGameRequested = 0;
+    GameClock.EngineClock = -1;
+    Control.TimeBudget = kUnlimitedBudget;
+    Control.PollInterval = kLongPollInterval;
+    Result.PreviousScore = Control.StopSearch = Ponder.PonderSearch = Ponder.PonderProbe =
+        Request.NewGameRequested = 0;
     Position(kStart);
 }
 
 void Position(const char* fen) {
     ASSERT_TRUE(SetFen(fen)) << fen;
     ClearHistoryAndKillers();
-    MoveStackTop = Ply = 0;
+    Generated.MoveStackTop = Line.Ply = 0;
     const int S = Board.SideToMove;
-    InCheckAt[0] = IsAttacked(ChangeSide(S), Board.KingSquare[S]) ? 1 : 0;
+    Line.InCheckAt[0] = IsAttacked(ChangeSide(S), Board.KingSquare[S]) ? 1 : 0;
 }
 
 std::string TextOf(Move m) {
@@ -44,12 +46,9 @@ std::string TextOf(Move m) {
     return text;
 }
 
-std::vector<Move> LegalMoves() {
-    const int top = MoveStackTop;
-    GenerateLegalMoves(top);
-    std::vector<Move> moves(MoveStack + top, MoveStack + MoveStackTop);
-    MoveStackTop = top;
-    return moves;
+std::vector<Move> LegalMoveList() {
+    const LegalMoves legal;
+    return {legal.begin(), legal.end()};
 }
 
 Move MoveOf(const std::string& text) {
@@ -70,9 +69,9 @@ void Play(const std::string& moves) {
 
 std::string TextsFrom(int first) {
     std::string texts;
-    for (int i = first; i < MoveStackTop; ++i) {
+    for (int i = first; i < Generated.MoveStackTop; ++i) {
         if (i > first) texts += ' ';
-        texts += TextOf(MoveStack[i]);
+        texts += TextOf(Generated.MoveStack[i]);
     }
     return texts;
 }

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "board/generate.h"
+#include "board/legalmoves.h"
 
 // Positions with castling, en passant, promotions, pins and checks of all kinds.
 inline constexpr const char* kStart =
@@ -28,7 +28,8 @@ void FreshEngine(int tableBits = 19);
 void Position(const char* fen);
 
 std::string TextOf(Move m);
-std::vector<Move> LegalMoves();
+// The legal moves, to be kept and sorted.
+std::vector<Move> LegalMoveList();
 // The legal move with that text; NO_MOVE and a failure when there is none.
 Move MoveOf(const std::string& text);
 // Plays game moves, given as texts with blanks between them.

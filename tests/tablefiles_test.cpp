@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <random>
 
-#include "board/generate.h"
+#include "board/legalmoves.h"
 #include "egtb/registry.h"
 #include "tests/tables.h"
 #include "tools/tables_check.h"
@@ -137,10 +137,9 @@ TablePosition RandomPosition(const TableMen& men, std::mt19937& random) {
 
 std::multiset<std::string> MovesOnBoard() {
     std::multiset<std::string> moves;
-    GenerateLegalMoves(0);
-    for (int i = 0; i < MoveStackTop; ++i) {
+    for (const Move m : LegalMoves()) {
         char text[kMoveTextSize];
-        MoveToText(text, MoveStack[i]);
+        MoveToText(text, m);
         moves.insert(text);
     }
     return moves;

@@ -1,6 +1,10 @@
 // The search and the tables: when it asks, what it makes of the answer, and that it mates
 // in exactly the moves the tables say.
 #include "search/tableprobe.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/root.h"
+#include "search/scores.h"
 
 #include <gtest/gtest.h>
 
@@ -9,9 +13,6 @@
 
 #include "board/attacks.h"
 #include "board/fen.h"
-#include "search/control.h"
-#include "search/hash.h"
-#include "search/search.h"
 #include "tests/tables.h"
 #include "tools/tables_probe.h"
 
@@ -23,9 +24,9 @@ class TableProbeTest : public testing::Test {
 protected:
     TableProbeTest() : tables(ThreeManTables()) {
         EXPECT_TRUE(AllocateTranspositionTable(14));
-        RootDepth = 20;
+        Root.RootDepth = 20;
     }
-    ~TableProbeTest() override { Ply = 0; }
+    ~TableProbeTest() override { Line.Ply = 0; }
 
     // The score at this ply; kNoScore when the tables are not asked or do not know.
     static int ScoreAt(int ply, const char* fen) {
@@ -33,7 +34,7 @@ protected:
         return ScoreHere(ply);
     }
     static int ScoreHere(int ply) {
-        Ply = ply;
+        Line.Ply = ply;
         int score;
         return ProbeTableScore(score) ? score : kNoScore;
     }
@@ -128,7 +129,7 @@ TEST_F(TableProbeTest, EndingsLeftToTheEvaluation) {
         {"8/8/8/1r6/8/2k5/7P/1K6 b - -", false},
         {"8/8/8/1p6/8/2k5/7P/1K6 b - -", false},
     };
-    RootDepth = 8;
+    Root.RootDepth = 8;
     for (const LeftCase& c : cases) {
         ASSERT_TRUE(SetFen(c.fen));
         // As if after a promotion.
@@ -155,7 +156,7 @@ TEST_F(TableProbeTest, SinglePawnsLeftToTheEvaluation) {
         {"8/6k1/8/r6P/p7/8/8/1K6 b - -", false},  // a rook and a pawn are no two majors
         {"8/6k1/8/b6P/p7/8/8/1K6 b - -", false},  // and this is more than a bishop
     };
-    RootDepth = 8;
+    Root.RootDepth = 8;
     for (const LeftCase& c : cases) {
         ASSERT_TRUE(SetFen(c.fen));
         Board.MoveHistory[Board.GamePly++] = MakeWord(B6, B7, BISHOP, KNIGHT);
@@ -235,9 +236,9 @@ int PlayOut(int depth) {
 // Plays random wins of the materials out; the moves of all games together.
 int PlayOutAll(const std::vector<std::string>& materials, int games) {
     std::mt19937 random(7);
-    StopSearch = 0;
-    PollInterval = 1 << 30;
-    TimeBudget = kUnlimitedBudget;
+    Control.StopSearch = 0;
+    Control.PollInterval = 1 << 30;
+    Control.TimeBudget = kUnlimitedBudget;
     int moves = 0;
     for (const std::string& men : materials)
         for (int i = 0; i < games; ++i) {

@@ -6,7 +6,7 @@
 #include "eval/evaluate.h"
 #include "platform/clock.h"
 #include "search/control.h"
-#include "search/search.h"
+#include "search/root.h"
 #include "tests/support.h"
 
 namespace {
@@ -37,15 +37,15 @@ TEST(Timing, Budget) {
         FreshEngine(4);
         // Few pieces: the evaluation has no part in it.
         Position("4k3/pppp4/8/8/8/8/PPPP4/4K3 w - -");
-        MovesPerControl = c.moves;
-        Increment = c.increment;
-        EngineClock = c.clock;
-        PonderAllowed = c.ponder;
-        PreviousScore = c.previousScore;
+        GameClock.MovesPerControl = c.moves;
+        GameClock.Increment = c.increment;
+        GameClock.EngineClock = c.clock;
+        Ponder.PonderAllowed = c.ponder;
+        Result.PreviousScore = c.previousScore;
         Board.GamePly = c.gamePly;
         ComputeTimeBudget();
-        EXPECT_EQ(TimeBudget, c.budget) << c.clock << " at ply " << c.gamePly;
-        EXPECT_EQ(PollInterval, c.budget < 120 ? 300 : 20000);
+        EXPECT_EQ(Control.TimeBudget, c.budget) << c.clock << " at ply " << c.gamePly;
+        EXPECT_EQ(Control.PollInterval, c.budget < 120 ? 300 : 20000);
     }
 }
 
@@ -56,15 +56,15 @@ TEST(Timing, KingSafety) {
           "rnb2rk1/pppp1ppp/8/7Q/7q/8/PPPP1PPP/RNB2RK1 w - -"}) {
         FreshEngine();
         Position(fen);
-        EngineClock = 60000;
-        PreviousScore = 500;
+        GameClock.EngineClock = 60000;
+        Result.PreviousScore = 500;
         const bool quiet = std::abs(Evaluated(-kFullWindow, kFullWindow)) < 320;
         const int danger = std::max(KingDanger(WHITE), KingDanger(BLACK));
         int expected = 5450;
         if (quiet && Board.WK != 0 && Board.BK != 0) expected += expected / 3;
         if (quiet && danger > 30) expected += expected * (std::max(danger, 85) - 30) / 70;
         ComputeTimeBudget();
-        EXPECT_EQ(TimeBudget, expected) << fen;
+        EXPECT_EQ(Control.TimeBudget, expected) << fen;
     }
 }
 
@@ -91,22 +91,22 @@ TEST(Timing, Clock) {
     };
     for (const auto& c : cases) {
         FreshEngine(4);
-        TimeBudget = c.budget;
-        EngineClock = c.clock;
-        Increment = c.increment;
-        DepthLimit = kTimedDepthLimit;
-        RootMoveIndex = c.rootMove;
-        PreviousScore = 100;
+        Control.TimeBudget = c.budget;
+        GameClock.EngineClock = c.clock;
+        GameClock.Increment = c.increment;
+        Control.DepthLimit = kTimedDepthLimit;
+        Root.RootMoveIndex = c.rootMove;
+        Result.PreviousScore = 100;
         RootScore = 100 - c.fall;
-        SearchStartTime = ClockMilliseconds() - c.elapsed;
+        Control.SearchStartTime = ClockMilliseconds() - c.elapsed;
         EXPECT_EQ(CheckClock(), c.stops) << c.what;
-        EXPECT_EQ(StopSearch, c.stops ? 1 : 0) << c.what;
-        EXPECT_EQ(PollCountdown, PollInterval);
+        EXPECT_EQ(Control.StopSearch, c.stops ? 1 : 0) << c.what;
+        EXPECT_EQ(Control.PollCountdown, Control.PollInterval);
         // Neither a search on the opponent's time nor one by depth heeds the clock.
-        PonderSearch = 1;
+        Ponder.PonderSearch = 1;
         EXPECT_FALSE(CheckClock()) << c.what;
-        PonderSearch = 0;
-        DepthLimit = 20;
+        Ponder.PonderSearch = 0;
+        Control.DepthLimit = 20;
         EXPECT_FALSE(CheckClock()) << c.what;
     }
 }
@@ -114,10 +114,10 @@ TEST(Timing, Clock) {
 TEST(Timing, PonderProbeEndsAfterASecond) {
     for (const int elapsed : {500, 1500}) {
         FreshEngine(4);
-        PonderSearch = PonderProbe = 1;
-        SearchStartTime = ClockMilliseconds() - elapsed;
+        Ponder.PonderSearch = Ponder.PonderProbe = 1;
+        Control.SearchStartTime = ClockMilliseconds() - elapsed;
         EXPECT_EQ(CheckClock(), elapsed > 1000);
-        EXPECT_EQ(PonderProbe, elapsed > 1000 ? 0 : 1);
+        EXPECT_EQ(Ponder.ProbeTimeUp, elapsed > 1000 ? 1 : 0);
     }
     FreshEngine(4);
 }

@@ -48,9 +48,9 @@ TEST(UserMove, LegalOnesAreAccepted) {
     };
     for (const auto& c : cases) {
         Position(c.fen);
-        MoveStackTop = 3;
+        Generated.MoveStackTop = 3;
         EXPECT_EQ(IsLegalUserMove(Parsed(c.typed)), c.legal) << c.fen << ' ' << c.typed;
-        EXPECT_EQ(MoveStackTop, 3);
+        EXPECT_EQ(Generated.MoveStackTop, 3);
     }
 }
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "board/board.h"
+#include "book/book.h"
 #include "platform/output.h"
 #include "tools/bookcommands.h"
 #include "tools/bookwalk.h"
@@ -106,7 +107,8 @@ void CheckLegality(Findings& findings, const BookFile& book) {
     WalkBook(book, [&](const BookPosition& position) {
         if (met[position.index])
             return std::erase_if(illegal, [&](const IllegalMove& m) {
-                       return m.index == position.index && LegalEntry(m.entry) != NO_MOVE;
+                       return m.index == position.index &&
+                              LegalMoveOf(m.entry) != NO_MOVE;
                    }) == 0;
         met[position.index] = true;
         ++findings.reached;
@@ -114,7 +116,7 @@ void CheckLegality(Findings& findings, const BookFile& book) {
         for (int i = 0; i < position.list.count; ++i) {
             const BookEntry& entry = position.list.entries[i];
             if (entry.from <= 63 && entry.to <= 63 && entry.from != entry.to &&
-                LegalEntry(entry) == NO_MOVE)
+                LegalMoveOf(entry) == NO_MOVE)
                 illegal.push_back({position.index, EntryAt(book, position.list, i), entry,
                                    position.line});
         }

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "board/fen.h"
+#include "book/book.h"
 #include "book/epd.h"
 #include "platform/output.h"
 #include "tools/bookwalk.h"
@@ -38,7 +39,7 @@ std::string SquaresOf(const BookEntry& entry) {
 // "" when the entry is no legal move of the position, or the position is not on the
 // board.
 std::string SanOfEntry(const BookEntry& entry, bool onBoard) {
-    const Move m = onBoard ? LegalEntry(entry) : NO_MOVE;
+    const Move m = onBoard ? LegalMoveOf(entry) : NO_MOVE;
     return m == NO_MOVE ? "" : SanOf(m);
 }
 

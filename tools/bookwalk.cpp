@@ -2,7 +2,6 @@
 // a book end, and the time is that of one look-up for every move.
 #include "tools/bookwalk.h"
 
-#include "board/generate.h"
 #include "book/book.h"
 #include "tools/sanwriter.h"
 
@@ -40,7 +39,7 @@ void Visit(Walk& walk, const std::string& line) {
     if (again) return;
     if (Board.GamePly >= kDeepest) return;
     for (int i = 0; i < position.list.count; ++i) {
-        const Move m = LegalEntry(position.list.entries[i]);
+        const Move m = LegalMoveOf(position.list.entries[i]);
         if (m == NO_MOVE) continue;
         const std::string next = Extended(line, m);
         MakeMove(m);
@@ -56,18 +55,6 @@ std::vector<bool> WalkBook(const BookFile& book, const BookVisitor& visit) {
     SetStartPosition();
     Visit(walk, "");
     return walk.visited;
-}
-
-Move LegalEntry(const BookEntry& entry) {
-    if (entry.from > 63 || entry.to > 63) return NO_MOVE;
-    const int top = MoveStackTop;
-    Move found = NO_MOVE;
-    GenerateLegalMoves(kUserMoveStart);
-    for (int i = kUserMoveStart; i < MoveStackTop && found == NO_MOVE; ++i)
-        if (From(MoveStack[i]) == entry.from && To(MoveStack[i]) == entry.to)
-            found = MoveStack[i];  // of promotions the queen comes first
-    MoveStackTop = top;
-    return found;
 }
 
 bool FindPosition(const BookFile& book, std::uint32_t& index, BookRecord& record) {

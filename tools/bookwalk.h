@@ -22,8 +22,5 @@ using BookVisitor = std::function<bool(const BookPosition&)>;
 // Visits the positions, a move's whole variation before the next move. Moves that are not
 // legal there are not followed. Returns which records have been visited.
 std::vector<bool> WalkBook(const BookFile& book, const BookVisitor& visit);
-// The entry as a legal move of the current position, promotions to a queen; NO_MOVE when
-// it is none.
-Move LegalEntry(const BookEntry& entry);
 // Index of the current position's record; false when the book has none.
 bool FindPosition(const BookFile& book, std::uint32_t& index, BookRecord& record);

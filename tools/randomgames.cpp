@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "board/attacks.h"
-#include "board/generate.h"
+#include "board/legalmoves.h"
 #include "tools/sanwriter.h"
 
 namespace {
@@ -22,12 +22,10 @@ std::uint64_t Next(std::uint64_t& state) {
 
 // Captures and pawn moves are preferred a little: games then simplify, and promote.
 Move RandomMove(std::uint64_t& state) {
-    GenerateLegalMoves(kUserMoveStart);
-    const auto count = static_cast<std::uint64_t>(MoveStackTop - kUserMoveStart);
+    const LegalMoves legal;
+    const auto count = static_cast<std::uint64_t>(legal.count);
     if (count == 0) return NO_MOVE;
-    const auto pick = [&] {
-        return MoveStack[kUserMoveStart + static_cast<int>(Next(state) % count)];
-    };
+    const auto pick = [&] { return legal.moves[Next(state) % count]; };
     const Move first = pick(), second = pick();
     return CapturesOrPromotes(second) || Moving(second) == PAWN ? second : first;
 }

@@ -1,7 +1,7 @@
 #include "tools/sanwriter.h"
 
 #include "board/attacks.h"
-#include "board/generate.h"
+#include "board/legalmoves.h"
 
 namespace {
 
@@ -13,17 +13,13 @@ char RankDigit(int square) { return static_cast<char>('1' + RankOf(square)); }
 // that is enough, else the rank, else both.
 std::string Origin(Move move) {
     bool others = false, sameFile = false, sameRank = false;
-    const int top = MoveStackTop;
-    GenerateLegalMoves(kUserMoveStart);
-    for (int i = kUserMoveStart; i < MoveStackTop; ++i) {
-        const Move m = MoveStack[i];
+    for (const Move m : LegalMoves()) {
         if (To(m) != To(move) || Moving(m) != Moving(move) || From(m) == From(move))
             continue;
         others = true;
         sameFile |= FileOf(From(m)) == FileOf(From(move));
         sameRank |= RankOf(From(m)) == RankOf(From(move));
     }
-    MoveStackTop = top;
     std::string text;
     if (others && (!sameFile || sameRank)) text += FileLetter(From(move));
     if (others && sameFile) text += RankDigit(From(move));
@@ -34,11 +30,7 @@ std::string Origin(Move move) {
 std::string CheckMark() {
     const int S = Board.SideToMove;
     if (!IsAttacked(ChangeSide(S), Board.KingSquare[S])) return "";
-    const int top = MoveStackTop;
-    GenerateLegalMoves(kUserMoveStart);
-    const bool mated = MoveStackTop == kUserMoveStart;
-    MoveStackTop = top;
-    return mated ? "#" : "+";
+    return LegalMoves().count == 0 ? "#" : "+";
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "board/fen.h"
-#include "board/generate.h"
+#include "board/legalmoves.h"
 #include "egtb/tablebase.h"
 #include "platform/output.h"
 #include "tools/json.h"
@@ -26,10 +26,8 @@ bool ValueHere(int& value) {
 // The move that leaves the opponent worst off, with the opponent's value after it;
 // NO_MOVE when there is no move, or none with a value.
 Move BestMove(int& least) {
-    GenerateLegalMoves(0);
     Move best = NO_MOVE;
-    for (int i = 0; i < MoveStackTop; ++i) {
-        const Move m = MoveStack[i];
+    for (const Move m : LegalMoves()) {
         MakeMove(m);
         int value;
         if (ValueHere(value) && (best == NO_MOVE || value < least)) {

@@ -49,9 +49,9 @@ void PutIntoStandardInput(const std::string& text) {
 
 // What a process begins with, where the last run ended in the middle of something.
 void ForgetLastRun() {
-    StopSearch = PonderSearch = PonderMiss = PonderProbe = 0;
-    MovesPerControl = Increment = 0;
-    PonderAllowed = 1;
+    Control.StopSearch = Ponder.PonderSearch = Ponder.PonderMiss = Ponder.PonderProbe = 0;
+    GameClock.MovesPerControl = GameClock.Increment = 0;
+    Ponder.PonderAllowed = 1;
 }
 
 // From start-up to the end of input, in a folder of its own with the smallest tables.

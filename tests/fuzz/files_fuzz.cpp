@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "board/board.h"
-#include "board/generate.h"
+#include "board/legalmoves.h"
 #include "book/book.h"
 #include "book/booklearn.h"
 #include "book/learnfile.h"
@@ -40,12 +40,11 @@ struct MemoryFile {
 };
 
 void Play(const char* text) {
-    GenerateLegalMoves(kUserMoveStart);
-    for (int i = kUserMoveStart; i < MoveStackTop; ++i) {
+    for (const Move m : LegalMoves()) {
         char move[kMoveTextSize];
-        MoveToText(move, MoveStack[i]);
+        MoveToText(move, m);
         if (std::string(move) == text) {
-            PlayGameMove(MoveStack[i]);
+            PlayGameMove(m);
             return;
         }
     }
@@ -59,9 +58,7 @@ void ReadBook(const char* name) {
         const Move m = BookProbe();
         if (m != NO_MOVE) {
             bool legal = false;
-            GenerateLegalMoves(kUserMoveStart);
-            for (int i = kUserMoveStart; i < MoveStackTop; ++i)
-                legal |= (MoveStack[i] & 0x3FFFF) == m;
+            legal = LegalMoves().Contains(m);
             if (!legal) std::abort();
         }
         BookListMoves();
