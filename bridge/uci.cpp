@@ -14,6 +14,10 @@ bool AwaitingHit;               // "go ponder": its clock starts at "ponderhit"
 SearchLimits HitLimits;         // and these hold from then on
 constexpr int kQuickDepth = 3;  // when stopped before anything was thought
 
+// Why the last "position" was refused; empty: it was not. There is then nothing to
+// search: the position before it is not what the front end has on its board.
+std::string Refusal;
+
 void Complain(const std::string& text) { Say("info string error: %s", text.c_str()); }
 
 void GiveMove(const std::string& move, const std::string& reply) {
@@ -23,6 +27,10 @@ void GiveMove(const std::string& move, const std::string& reply) {
     else
         Say("bestmove %s ponder %s", move.c_str(), reply.c_str());
 }
+
+bool NothingToSearch() { return !Refusal.empty() || AllLegalMoves().empty(); }
+
+void GiveNoMove() { GiveMove(Refusal.empty() ? "(none)" : "0000", ""); }
 
 // The move after `move` in the last line of thought.
 std::string Reply(const std::string& move) {
@@ -76,7 +84,7 @@ void ChangeOption(std::string_view rest) {
 // Every "go" is owed a "bestmove", before anything else is done.
 void Stop(std::string_view) {
     if (!MoveOwed) return;
-    if (AllLegalMoves().empty()) return GiveMove("(none)", "");
+    if (NothingToSearch()) return GiveNoMove();
     std::string move = EndWithMove();
     if (move.empty()) {
         SearchLimits quick;
@@ -92,28 +100,38 @@ void NewGame(std::string_view) {
     Stop({});
     ForgetGames();
     StartGame();
+    Refusal.clear();
 }
 
-void SetPosition(std::string_view rest) {
+// Reads "startpos" or "fen FEN", then "moves MOVE..."; false with the reason in `fault`.
+bool ReadPosition(std::string_view rest, std::string& fault) {
     const std::string_view kind = TakeWord(rest);
     std::string fen = kStartFen;
     std::string_view word;
     if (kind == "fen") {
         fen.clear();
         while (!(word = TakeWord(rest)).empty() && word != "moves")
-            fen += (fen.empty() ? "" : " ") + std::string(word);
+            fen.append(word).append(1, ' ');
+        if (!fen.empty()) fen.pop_back();
     } else if (kind == "startpos") {
         word = TakeWord(rest);
     } else {
-        return Complain("position needs startpos or fen");
+        fault = "position needs startpos or fen";
+        return false;
     }
-    if (!word.empty() && word != "moves")
-        return Complain("unknown word " + std::string(word));
+    if (!word.empty() && word != "moves") {
+        fault = "unknown word " + std::string(word);
+        return false;
+    }
     std::vector<std::string> moves;
     while (!(word = TakeWord(rest)).empty()) moves.emplace_back(word);
+    return ReplaceGame(fen, moves, fault);
+}
+
+void SetPosition(std::string_view rest) {
     Stop({});
-    std::string fault;
-    if (!ReplaceGame(fen, moves, fault)) Complain(fault);
+    Refusal.clear();
+    if (!ReadPosition(rest, Refusal)) Complain(Refusal);
 }
 
 // The limit that the word names is read into `limits`; false with a complaint when its
@@ -179,12 +197,13 @@ void Go(std::string_view rest) {
     AwaitingHit = ponder;
     HitLimits = limits;
     if (ponder) limits.endless = true;
-    if (!AllLegalMoves().empty()) {
+    if (!NothingToSearch()) {
         PonderWanted = false;
         BeginSearch(limits);
-    } else if (!limits.endless) {
-        GiveMove("(none)", "");
+        return;
     }
+    if (!Refusal.empty()) Complain("no position to search: " + Refusal);
+    if (!limits.endless) GiveNoMove();
 }
 
 // The search for a move starts over, with all that pondering has left in the tables.
@@ -192,7 +211,7 @@ void PonderHit(std::string_view) {
     if (!AwaitingHit) return;
     AwaitingHit = false;
     if (HitLimits.endless) return;
-    if (AllLegalMoves().empty()) return GiveMove("(none)", "");
+    if (NothingToSearch()) return GiveNoMove();
     BeginSearch(HitLimits);
 }
 
