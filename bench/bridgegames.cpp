@@ -13,6 +13,7 @@
 
 #include "bench/engineprocess.h"
 #include "bench/enginestate.h"
+#include "board/notation.h"
 #include "bridge/game.h"
 #include "search/control.h"
 #include "search/history.h"

@@ -10,6 +10,7 @@
 #include "bench/tables.h"
 #include "board/fen.h"
 #include "board/generate.h"
+#include "board/notation.h"
 #include "platform/clock.h"
 
 namespace {

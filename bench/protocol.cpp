@@ -14,6 +14,8 @@
 #include "bench/positions.h"
 #include "board/fen.h"
 #include "board/legalmoves.h"
+#include "board/notation.h"
+#include "driver/edit.h"
 #include "driver/usermove.h"
 #include "search/control.h"
 #include "search/history.h"
@@ -35,22 +37,6 @@ void Report(const char* what, std::vector<double> times) {
     std::sort(times.begin(), times.end());
     std::printf("%s: %zu trials, median %.2f ms, worst %.2f ms\n", what, times.size(),
                 times[times.size() / 2], times.back());
-}
-
-// The position as edit commands: placement and side to move.
-std::string EditCommands() {
-    std::string text =
-        Board.SideToMove == WHITE ? "white\nedit\n#\n" : "black\nedit\n#\n";
-    for (int c : {WHITE, BLACK}) {
-        if (c == BLACK) text += "c\n";
-        for (SquareSet men = Board.Occupied[c]; men != 0;) {
-            const int square = TakeLowest(men);
-            text +=
-                {"?KNP?RBQ"[Board.Piece[square]], static_cast<char>('a' + FileOf(square)),
-                 static_cast<char>('1' + RankOf(square)), '\n'};
-        }
-    }
-    return text + ".\n";
 }
 
 double Answer(EngineProcess& engine, const char* command, const char* answer) {

@@ -6,6 +6,7 @@
 #include "bench/enginestate.h"
 #include "bench/positions.h"
 #include "board/fen.h"
+#include "board/notation.h"
 #include "platform/clock.h"
 #include "search/root.h"
 

@@ -268,16 +268,3 @@ void TakeBackGameMove() {
 
 int ArchivedPlies() { return static_cast<int>(Archive.size()); }
 void ClearGameArchive() { Archive.clear(); }
-
-void MoveToTextWithoutPromotion(char (&text)[kMoveTextSize], Move m) {
-    text[0] = static_cast<char>('a' + FileOf(From(m)));
-    text[1] = static_cast<char>('1' + RankOf(From(m)));
-    text[2] = static_cast<char>('a' + FileOf(To(m)));
-    text[3] = static_cast<char>('1' + RankOf(To(m)));
-    text[4] = text[5] = '\0';
-}
-
-void MoveToText(char (&text)[kMoveTextSize], Move m) {
-    MoveToTextWithoutPromotion(text, m);
-    text[4] = PromotionChar[Promotion(m)];
-}

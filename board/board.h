@@ -123,11 +123,6 @@ inline int PassedSquare() {
 // FiftyCounter from which on the game is drawn.
 inline constexpr int kFiftyMoves = 100;
 
-// ---- Text of a move, coordinate notation. Both write a terminating NUL. ----
-inline constexpr int kMoveTextSize = 6;
-void MoveToText(char (&text)[kMoveTextSize], Move m);                  // "e2e4", "e7e8q"
-void MoveToTextWithoutPromotion(char (&text)[kMoveTextSize], Move m);  // "e7e8"
-
 // ---- Game moves: made and taken back by the driver, in games of any length ----
 // Like MakeMove and UnmakeMove, but they keep room for a search on the history stack: of
 // a very long game the oldest moves are put aside, and come back when moves are taken

@@ -2,10 +2,11 @@
 
 #include <charconv>
 
+#include "board/notation.h"
+
 namespace {
 
-constexpr std::string_view kPieceLetters = ".knp?rbq";  // by piece code
-
+// ---- Reading ----
 // Cuts the first blank-separated field off the text.
 std::string_view TakeField(std::string_view& text) {
     while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
@@ -25,13 +26,9 @@ bool PlaceMen(std::string_view placement) {
             file += c - '0';
             if (file > 8) return false;
         } else {
-            const char letter = ToLower(c);
-            const std::size_t code = kPieceLetters.find(letter);
-            if (code == std::string_view::npos || letter == '.' || letter == '?' ||
-                file > 7)
-                return false;
-            AddPiece(SquareAt(file, rank), letter == c ? BLACK : WHITE,
-                     static_cast<int>(code));
+            const int code = PieceOfLetter(c);
+            if (code == EMPTY || file > 7) return false;
+            AddPiece(SquareAt(file, rank), ToLower(c) == c ? BLACK : WHITE, code);
             ++file;
         }
     }
@@ -72,10 +69,9 @@ bool SetCastling(std::string_view rights) {
 bool SetEnPassant(std::string_view field) {
     if (field == "-") return true;
     const int S = Board.SideToMove, O = ChangeSide(S);
-    if (field.size() != 2 || field[0] < 'a' || field[0] > 'h' ||
-        field[1] != (S == WHITE ? '6' : '3'))
-        return false;
-    const int passed = SquareAt(field[0] - 'a', field[1] - '1');
+    if (field.size() != 2 || field[1] != (S == WHITE ? '6' : '3')) return false;
+    const int passed = SquareOf(field[0], field[1]);
+    if (passed == kNoSquare) return false;
     const int step = S == WHITE ? 8 : -8;
     const int from = passed + step, to = passed - step;
     if ((Board.Pawns[O] & SquareMask(to)) == 0 || Board.Piece[passed] != EMPTY ||
@@ -87,6 +83,52 @@ bool SetEnPassant(std::string_view field) {
     Board.SideToMove = O;
     MakeMove(MakeWord(from, to, PAWN, EMPTY));
     return true;
+}
+
+// ---- Writing: each part appends to the text and returns its new end ----
+// Rank 8 first, runs of empty squares as digits.
+char* AppendPlacement(char* text) {
+    for (int rank = 7; rank >= 0; --rank) {
+        int empty = 0;
+        for (int file = 0; file < 8; ++file) {
+            const int square = SquareAt(file, rank), code = Board.Piece[square];
+            if (code == EMPTY) {
+                ++empty;
+                continue;
+            }
+            if (empty > 0) *text++ = static_cast<char>('0' + empty);
+            empty = 0;
+            const bool white = (Board.Occupied[WHITE] & SquareMask(square)) != 0;
+            *text++ = white ? PieceLetter(code) : SmallPieceLetter(code);
+        }
+        if (empty > 0) *text++ = static_cast<char>('0' + empty);
+        if (rank > 0) *text++ = '/';
+    }
+    return text;
+}
+
+// Rights as the flags have them; "-" when none is left.
+char* AppendCastling(char* text) {
+    const char* const start = text;
+    if (Board.WK == 0 && Board.H1 == 0) *text++ = 'K';
+    if (Board.WK == 0 && Board.A1 == 0) *text++ = 'Q';
+    if (Board.BK == 0 && Board.H8 == 0) *text++ = 'k';
+    if (Board.BK == 0 && Board.A8 == 0) *text++ = 'q';
+    if (text == start) *text++ = '-';
+    *text++ = ' ';
+    return text;
+}
+
+// The square behind a pawn that has just made its double step.
+char* AppendEnPassant(char* text) {
+    if (const int passed = PassedSquare(); passed != kNoSquare) {
+        *text++ = FileLetter(passed);
+        *text++ = RankDigit(passed);
+    } else {
+        *text++ = '-';
+    }
+    *text++ = ' ';
+    return text;
 }
 
 }  // namespace
@@ -115,4 +157,14 @@ bool SetFen(std::string_view fen) {
     Board.FiftyCounter = halfMoves;
     UpdateMatingFlags();
     return true;
+}
+
+char* WriteEpd(char (&text)[kEpdSize]) {
+    char* end = AppendPlacement(text);
+    *end++ = ' ';
+    *end++ = Board.SideToMove == WHITE ? 'w' : 'b';
+    *end++ = ' ';
+    end = AppendEnPassant(AppendCastling(end));
+    *end = '\0';
+    return end;
 }

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "board/board.h"
+#include "board/notation.h"
 
 #ifdef VELTRAMOX_SELF_CHECK
 

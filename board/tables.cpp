@@ -3,35 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-SquareSet KnightAttacks[64];
-SquareSet KingAttacks[64];
-SquareSet PawnAttacks[2][64];
-SquareSet RankAttacks[8][8][256];
-SquareSet FileAttacks[8][8][256];
-SquareSet FallingAttacks[8][16][256];
-SquareSet RisingAttacks[8][16][256];
-SquareSet Between[64][64];
-std::int8_t Direction[64][64];
-SquareSet RayTable[19][64];
-std::uint8_t Distance[64][64];
-std::int32_t KnightDistance[64][64];
-SquareSet FileAbove[64], FileBelow[64];
-SquareSet AdjacentFiles[64];
-SquareSet ThreeFilesAbove[64], ThreeFilesBelow[64];
-SquareSet AdjacentAbove[64], AdjacentBelow[64];
-SquareSet AdjacentLevelBehind[64];
-SquareSet AdjacentLevelAhead[64];
-SquareSet PawnSquare[2][64];
-SquareSet PawnSquareWide[2][64];
-SquareSet OppositionSquares[64];
-SquareSet KnightCatch[64][64];
-std::uint8_t FromHigh8[256];
-std::uint8_t FromLow8[256];
-std::uint8_t PopCount8[256];
-std::uint8_t AdjacentPair8[256];
-std::uint8_t WidestGap8[256];
-std::uint8_t OutsideWings[65536];
-std::uint8_t ReachWings[65536];
+LookupTables Lookup;
 
 namespace {
 
@@ -83,10 +55,10 @@ void BuildSlidingAttacks() {
             const auto both = [&](int step) {
                 return Walk(square, step, occupancy) | Walk(square, -step, occupancy);
             };
-            RankAttacks[file][rank][occupancy] = both(1);
-            FileAttacks[rank][file][occupancy] = both(8);
-            FallingAttacks[rank][FallingIndex(square)][occupancy] = both(7);
-            RisingAttacks[rank][RisingIndex(square)][occupancy] = both(9);
+            Lookup.RankAttacks[file][rank][occupancy] = both(1);
+            Lookup.FileAttacks[rank][file][occupancy] = both(8);
+            Lookup.FallingAttacks[rank][FallingIndex(square)][occupancy] = both(7);
+            Lookup.RisingAttacks[rank][RisingIndex(square)][occupancy] = both(9);
         }
     }
 }
@@ -98,11 +70,11 @@ void BuildLeaperAttacks() {
             for (int dr = -2; dr <= 2; ++dr) {
                 const int far = std::max(std::abs(df), std::abs(dr));
                 if (std::abs(df * dr) == 2)
-                    KnightAttacks[square] |= SetAt(f + df, r + dr);
-                if (far == 1) KingAttacks[square] |= SetAt(f + df, r + dr);
+                    Lookup.KnightAttacks[square] |= SetAt(f + df, r + dr);
+                if (far == 1) Lookup.KingAttacks[square] |= SetAt(f + df, r + dr);
             }
-        PawnAttacks[WHITE][square] = SetAt(f - 1, r + 1) | SetAt(f + 1, r + 1);
-        PawnAttacks[BLACK][square] = SetAt(f - 1, r - 1) | SetAt(f + 1, r - 1);
+        Lookup.PawnAttacks[WHITE][square] = SetAt(f - 1, r + 1) | SetAt(f + 1, r + 1);
+        Lookup.PawnAttacks[BLACK][square] = SetAt(f - 1, r - 1) | SetAt(f + 1, r - 1);
     }
 }
 
@@ -113,11 +85,11 @@ void BuildLines() {
             int file = FileOf(a) + StepFile(step), rank = RankOf(a) + StepRank(step);
             for (; OnBoard(file, rank); file += StepFile(step), rank += StepRank(step)) {
                 const int b = SquareAt(file, rank);
-                Between[a][b] = passed;
-                Direction[b][a] = static_cast<std::int8_t>(step);
+                Lookup.Between[a][b] = passed;
+                Lookup.Direction[b][a] = static_cast<std::int8_t>(step);
                 passed |= SquareMask(b);
             }
-            RayTable[step + 9][a] = passed;
+            Lookup.RayTable[step + 9][a] = passed;
         }
     }
 }
@@ -126,15 +98,15 @@ void BuildLines() {
 void BuildDistances() {
     for (int a = 0; a < 64; ++a) {
         for (int b = 0; b < 64; ++b)
-            Distance[a][b] = Byte(std::max(std::abs(FileOf(a) - FileOf(b)),
-                                           std::abs(RankOf(a) - RankOf(b))));
+            Lookup.Distance[a][b] = Byte(std::max(std::abs(FileOf(a) - FileOf(b)),
+                                                  std::abs(RankOf(a) - RankOf(b))));
         SquareSet seen = SquareMask(a), frontier = seen;
         for (int moves = 0; frontier != 0; ++moves) {
             SquareSet next = 0;
             while (frontier != 0) {
                 const int b = TakeLowest(frontier);
-                KnightDistance[a][b] = moves;
-                next |= KnightAttacks[b];
+                Lookup.KnightDistance[a][b] = moves;
+                next |= Lookup.KnightAttacks[b];
             }
             frontier = next & ~seen;
             seen |= next;
@@ -145,16 +117,18 @@ void BuildDistances() {
 void BuildPawnMasks(int square) {
     const int f = FileOf(square), r = RankOf(square);
     const SquareSet adjacent = FileOrNone(f - 1) | FileOrNone(f + 1);
-    FileAbove[square] = FileSet(f) & RanksAbove(r);
-    FileBelow[square] = FileSet(f) & RanksBelow(r);
-    AdjacentFiles[square] = adjacent;
-    ThreeFilesAbove[square] = (adjacent | FileSet(f)) & RanksAbove(r);
-    ThreeFilesBelow[square] = (adjacent | FileSet(f)) & RanksBelow(r);
+    Lookup.FileAbove[square] = FileSet(f) & RanksAbove(r);
+    Lookup.FileBelow[square] = FileSet(f) & RanksBelow(r);
+    Lookup.AdjacentFiles[square] = adjacent;
+    Lookup.ThreeFilesAbove[square] = (adjacent | FileSet(f)) & RanksAbove(r);
+    Lookup.ThreeFilesBelow[square] = (adjacent | FileSet(f)) & RanksBelow(r);
     if (r == 0 || r == 7) return;
-    AdjacentAbove[square] = adjacent & RanksAbove(r);
-    AdjacentBelow[square] = adjacent & RanksBelow(r);
-    AdjacentLevelBehind[square] = adjacent & (RankSet(std::max(r - 1, 1)) | RankSet(r));
-    AdjacentLevelAhead[square] = adjacent & (RankSet(r) | RankSet(std::min(r + 1, 6)));
+    Lookup.AdjacentAbove[square] = adjacent & RanksAbove(r);
+    Lookup.AdjacentBelow[square] = adjacent & RanksBelow(r);
+    Lookup.AdjacentLevelBehind[square] =
+        adjacent & (RankSet(std::max(r - 1, 1)) | RankSet(r));
+    Lookup.AdjacentLevelAhead[square] =
+        adjacent & (RankSet(r) | RankSet(std::min(r + 1, 6)));
 }
 
 // The rule of the square: a king inside catches the pawn. The double step saves a move.
@@ -171,7 +145,8 @@ void BuildPawnSquares(int square) {
                 if (std::abs(FileOf(s) - f) <= n && toPromote <= n)
                     inside |= SquareMask(s);
             }
-            (wide != 0 ? PawnSquareWide : PawnSquare)[colour][square] = inside;
+            (wide != 0 ? Lookup.PawnSquareWide : Lookup.PawnSquare)[colour][square] =
+                inside;
         }
 }
 
@@ -186,36 +161,37 @@ void BuildOppositionSquares(int square) {
     if (inFile != 0 && inRank != 0)
         members |= SetAt(f + 2 * inFile, r + inRank) | SetAt(f + inFile, r + 2 * inRank);
     while (members != 0)
-        OppositionSquares[square] |= SquareMask(Rotate(TakeLowest(members)));
+        Lookup.OppositionSquares[square] |= SquareMask(Rotate(TakeLowest(members)));
 }
 
 void BuildFileSetTables() {
     for (int b = 0; b < 256; ++b) {
         const auto set = static_cast<unsigned>(b);
-        FromHigh8[b] = Byte(std::countl_zero(static_cast<std::uint8_t>(b)));
-        FromLow8[b] = Byte(b == 0 ? 8 : 7 - std::countr_zero(set));
-        PopCount8[b] = Byte(std::popcount(set));
+        Lookup.FromHigh8[b] = Byte(std::countl_zero(static_cast<std::uint8_t>(b)));
+        Lookup.FromLow8[b] = Byte(b == 0 ? 8 : 7 - std::countr_zero(set));
+        Lookup.PopCount8[b] = Byte(std::popcount(set));
         const unsigned pairs = set & set >> 1;
-        AdjacentPair8[b] = Byte(pairs == 0 ? 0 : 7 - std::countr_zero(pairs));
+        Lookup.AdjacentPair8[b] = Byte(pairs == 0 ? 0 : 7 - std::countr_zero(pairs));
         int widest = 0, previous = -1;
         for (int i = 0; i < 8; ++i) {
             if ((b >> i & 1) == 0) continue;
             if (previous >= 0) widest = std::max(widest, i - previous - 1);
             previous = i;
         }
-        WidestGap8[b] = Byte(widest);
+        Lookup.WidestGap8[b] = Byte(widest);
     }
 }
 
 void BuildWingTables() {
     for (int a = 1; a < 256; ++a)
         for (int c = 0; c < 256; ++c) {
-            const int hi = FromHigh8[a], lo = FromLow8[a];
-            const int cHi = FromHigh8[c & ~(128 >> hi)], cLo = FromLow8[c & ~(128 >> lo)];
+            const int hi = Lookup.FromHigh8[a], lo = Lookup.FromLow8[a];
+            const int cHi = Lookup.FromHigh8[c & ~(128 >> hi)],
+                      cLo = Lookup.FromLow8[c & ~(128 >> lo)];
             const int most = hi == lo ? 1 : 2;
-            OutsideWings[a * 256 + c] =
+            Lookup.OutsideWings[a * 256 + c] =
                 Byte(std::min(most, (hi < cHi - 1 ? 1 : 0) + (lo > cLo + 1 ? 1 : 0)));
-            ReachWings[a * 256 + c] =
+            Lookup.ReachWings[a * 256 + c] =
                 Byte(std::min(most, (hi <= cHi + 1 ? 1 : 0) + (lo >= cLo - 1 ? 1 : 0)));
         }
 }
@@ -227,7 +203,7 @@ void BuildKnightCatch() {
     static SquareSet ball[64][kKnightDistanceMax + 1];
     for (int s = 0; s < 64; ++s)
         for (int t = 0; t < 64; ++t)
-            for (int d = KnightDistance[s][t]; d <= kKnightDistanceMax; ++d)
+            for (int d = Lookup.KnightDistance[s][t]; d <= kKnightDistanceMax; ++d)
                 ball[s][d] |= SquareMask(t);
     const auto within = [&](int s, int d) {
         return d < 0 ? 0 : ball[s][std::min(d, kKnightDistanceMax)];
@@ -237,13 +213,13 @@ void BuildKnightCatch() {
             SquareSet caught = 0;
             for (int j = 1, pawn = p; pawn >= 0; ++j, pawn -= 8) {
                 SquareSet intercept = 0;
-                for (SquareSet jumps = KnightAttacks[n]; jumps != 0;) {
+                for (SquareSet jumps = Lookup.KnightAttacks[n]; jumps != 0;) {
                     const int m = TakeLowest(jumps);
-                    intercept |= within(m, j + 1 - KnightDistance[pawn][m]);
+                    intercept |= within(m, j + 1 - Lookup.KnightDistance[pawn][m]);
                 }
                 caught |= within(pawn, j) | (within(pawn, j + 1) & intercept);
             }
-            KnightCatch[p][n] = caught;
+            Lookup.KnightCatch[p][n] = caught;
         }
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 #include "board/types.h"
 
@@ -15,60 +16,100 @@ void BuildTables();
 constexpr int FallingIndex(int square) { return FileOf(square) + RankOf(square); }
 constexpr int RisingIndex(int square) { return 7 + FileOf(square) - RankOf(square); }
 
-// ---- Attacks ----
-extern SquareSet KnightAttacks[64];
-extern SquareSet KingAttacks[64];
-// [colour]: the squares that a pawn of it attacks from here.
-extern SquareSet PawnAttacks[2][64];
-// Sliding attacks along one line, up to and including the first man met in each
-// direction, by the line's occupancy byte. The bit of the square itself does not matter.
-extern SquareSet RankAttacks[8][8][256];      // [file][rank][occupancy]
-extern SquareSet FileAttacks[8][8][256];      // [rank][file][occupancy]
-extern SquareSet FallingAttacks[8][16][256];  // [rank][FallingIndex][occupancy]
-extern SquareSet RisingAttacks[8][16][256];   // [rank][RisingIndex][occupancy]
+struct LookupTables {
+    // ---- Attacks ----
+    SquareSet KnightAttacks[64];
+    SquareSet KingAttacks[64];
+    // [colour]: the squares that a pawn of it attacks from here.
+    SquareSet PawnAttacks[2][64];
+    // Sliding attacks along one line, up to and including the first man met in each
+    // direction, by the line's occupancy byte. The bit of the square itself does not
+    // matter.
+    SquareSet RankAttacks[8][8][256];      // [file][rank][occupancy]
+    SquareSet FileAttacks[8][8][256];      // [rank][file][occupancy]
+    SquareSet FallingAttacks[8][16][256];  // [rank][FallingIndex][occupancy]
+    SquareSet RisingAttacks[8][16][256];   // [rank][RisingIndex][occupancy]
 
-// ---- Lines between squares ----
-extern SquareSet Between[64][64];  // strictly between, on a common line; else empty
-// [a][b]: the unit step from b towards a; 0 if none.
-extern std::int8_t Direction[64][64];
-extern SquareSet RayTable[19][64];
+    // ---- Lines between squares ----
+    SquareSet Between[64][64];  // strictly between, on a common line; else empty
+    // [a][b]: the unit step from b towards a; 0 if none.
+    std::int8_t Direction[64][64];
+    SquareSet RayTable[19][64];
+
+    // ---- Distances ----
+    std::uint8_t Distance[64][64];  // king moves: the larger of file and rank distance
+    std::int32_t KnightDistance[64][64];  // knight moves on an empty board
+
+    // ---- Evaluation masks by square; "pawn ranks": empty for ranks 1 and 8 ----
+    SquareSet FileAbove[64], FileBelow[64];  // same file, ahead for White/Black
+    SquareSet AdjacentFiles[64];             // both neighbour files, whole
+    SquareSet ThreeFilesAbove[64], ThreeFilesBelow[64];  // passed-pawn zones
+    SquareSet AdjacentAbove[64], AdjacentBelow[64];      // pawn ranks
+    SquareSet AdjacentLevelBehind[64];  // pawn ranks: r-1..r, White's view
+    SquareSet AdjacentLevelAhead[64];   // pawn ranks: r..r+1
+    SquareSet PawnSquare[2][64];  // pawn ranks: the square of the pawn, defender moves
+    SquareSet PawnSquareWide[2][64];  // the same with one more step
+    // Squares of the enemy king, as 63 - square, that hold a king on the edge to the
+    // edge.
+    SquareSet OppositionSquares[64];
+    // [pawn square 8..55][knight square] for a pawn that runs down the board: the squares
+    // of the king in whose company the knight catches it.
+    SquareSet KnightCatch[64][64];
+
+    // ---- Tables over file sets: bit 7 is the a-file, bit 0 the h-file ----
+    std::uint8_t FromHigh8[256];  // file of the leftmost member; 8 when empty
+    std::uint8_t FromLow8[256];   // file of the rightmost member; 8 when empty
+    std::uint8_t PopCount8[256];
+    // 7 - i for the lowest i with bits i and i + 1 set; else 0.
+    std::uint8_t AdjacentPair8[256];
+    std::uint8_t WidestGap8[256];  // longest run of clear bits between set bits
+    // [own file set * 256 + other file set]: the wings, 0 to 2, where the own outermost
+    // file lies further out, and those where it lies at least nearly as far out.
+    std::uint8_t OutsideWings[65536];
+    std::uint8_t ReachWings[65536];
+};
+// Written by BuildTables alone; all others read through the names below.
+extern LookupTables Lookup;
+
+inline constexpr auto& KnightAttacks = std::as_const(Lookup.KnightAttacks);
+inline constexpr auto& KingAttacks = std::as_const(Lookup.KingAttacks);
+inline constexpr auto& PawnAttacks = std::as_const(Lookup.PawnAttacks);
+inline constexpr auto& RankAttacks = std::as_const(Lookup.RankAttacks);
+inline constexpr auto& FileAttacks = std::as_const(Lookup.FileAttacks);
+inline constexpr auto& FallingAttacks = std::as_const(Lookup.FallingAttacks);
+inline constexpr auto& RisingAttacks = std::as_const(Lookup.RisingAttacks);
+inline constexpr auto& Between = std::as_const(Lookup.Between);
+inline constexpr auto& Direction = std::as_const(Lookup.Direction);
+inline constexpr auto& RayTable = std::as_const(Lookup.RayTable);
+inline constexpr auto& Distance = std::as_const(Lookup.Distance);
+inline constexpr auto& KnightDistance = std::as_const(Lookup.KnightDistance);
+inline constexpr auto& FileAbove = std::as_const(Lookup.FileAbove);
+inline constexpr auto& FileBelow = std::as_const(Lookup.FileBelow);
+inline constexpr auto& AdjacentFiles = std::as_const(Lookup.AdjacentFiles);
+inline constexpr auto& ThreeFilesAbove = std::as_const(Lookup.ThreeFilesAbove);
+inline constexpr auto& ThreeFilesBelow = std::as_const(Lookup.ThreeFilesBelow);
+inline constexpr auto& AdjacentAbove = std::as_const(Lookup.AdjacentAbove);
+inline constexpr auto& AdjacentBelow = std::as_const(Lookup.AdjacentBelow);
+inline constexpr auto& AdjacentLevelBehind = std::as_const(Lookup.AdjacentLevelBehind);
+inline constexpr auto& AdjacentLevelAhead = std::as_const(Lookup.AdjacentLevelAhead);
+inline constexpr auto& PawnSquare = std::as_const(Lookup.PawnSquare);
+inline constexpr auto& PawnSquareWide = std::as_const(Lookup.PawnSquareWide);
+inline constexpr auto& OppositionSquares = std::as_const(Lookup.OppositionSquares);
+inline constexpr auto& KnightCatch = std::as_const(Lookup.KnightCatch);
+inline constexpr auto& FromHigh8 = std::as_const(Lookup.FromHigh8);
+inline constexpr auto& FromLow8 = std::as_const(Lookup.FromLow8);
+inline constexpr auto& PopCount8 = std::as_const(Lookup.PopCount8);
+inline constexpr auto& AdjacentPair8 = std::as_const(Lookup.AdjacentPair8);
+inline constexpr auto& WidestGap8 = std::as_const(Lookup.WidestGap8);
+inline constexpr auto& OutsideWings = std::as_const(Lookup.OutsideWings);
+inline constexpr auto& ReachWings = std::as_const(Lookup.ReachWings);
+
 // The squares reached from a square by repeating the step (+-1, +-7, +-8, +-9).
 inline SquareSet RayFrom(int step, int square) { return RayTable[step + 9][square]; }
-
-// ---- Distances ----
-extern std::uint8_t Distance[64][64];  // king moves: the larger of file and rank distance
-extern std::int32_t KnightDistance[64][64];  // knight moves on an empty board
 constexpr int FileDistance(int a, int b) {
     const int d = FileOf(a) - FileOf(b);
     return d < 0 ? -d : d;
 }
-
-// ---- Evaluation masks by square. "Pawn ranks": empty for squares of ranks 1 and 8. ----
-extern SquareSet FileAbove[64], FileBelow[64];  // same file, ahead for White/Black
-extern SquareSet AdjacentFiles[64];             // both neighbour files, whole
-extern SquareSet ThreeFilesAbove[64], ThreeFilesBelow[64];  // passed-pawn zones
-extern SquareSet AdjacentAbove[64], AdjacentBelow[64];      // pawn ranks
-extern SquareSet AdjacentLevelBehind[64];  // pawn ranks: r-1..r, White's view
-extern SquareSet AdjacentLevelAhead[64];   // pawn ranks: r..r+1
-extern SquareSet PawnSquare[2][64];  // pawn ranks: the square of the pawn, defender moves
-extern SquareSet PawnSquareWide[2][64];  // the same with one more step
-// Squares of the enemy king, as 63 - square, that hold a king on the edge to the edge.
-extern SquareSet OppositionSquares[64];
-// [pawn square 8..55][knight square] for a pawn that runs down the board: the squares of
-// the king in whose company the knight catches it.
-extern SquareSet KnightCatch[64][64];
-
-// ---- Tables over file sets: bit 7 is the a-file, bit 0 the h-file ----
-extern std::uint8_t FromHigh8[256];  // file of the leftmost member; 8 when empty
-extern std::uint8_t FromLow8[256];   // file of the rightmost member; 8 when empty
-extern std::uint8_t PopCount8[256];
-// 7 - i for the lowest i with bits i and i + 1 set; else 0.
-extern std::uint8_t AdjacentPair8[256];
-extern std::uint8_t WidestGap8[256];  // longest run of clear bits between set bits
-// [own file set * 256 + other file set]: the wings, 0 to 2, where the own outermost file
-// lies further out, and those where it lies at least nearly as far out.
-extern std::uint8_t OutsideWings[65536];
-extern std::uint8_t ReachWings[65536];
 
 // ---- Fixed sets ----
 inline constexpr SquareSet LightSquares = 0x55AA55AA55AA55AA;

@@ -49,8 +49,6 @@ inline constexpr int PieceValue[8] = {0, 10000, 300, 100, 0, 500, 300, 900};
 inline constexpr int OrderClass[8] = {0, 5, 2, 1, 0, 3, 2, 4};
 // [piece code]: weight in pawn units; pawns and kings count nothing.
 inline constexpr int PieceUnits[8] = {0, 0, 3, 0, 0, 5, 3, 9};
-// [promotion code]: the fifth character of a move's text; NUL ends the text early.
-inline constexpr char PromotionChar[8] = {'\0', 'k', 'n', 'p', '?', 'r', 'b', 'q'};
 
 // ---- Square sets: bit n is square n ----
 using SquareSet = std::uint64_t;

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "board/legalmoves.h"
+#include "board/notation.h"
 #include "driver/settings.h"
 #include "platform/output.h"
 
@@ -62,8 +63,8 @@ const BookEntry& Choose(const BookList& list, int usable) {
 // The four characters of a move; squares beyond the board, in a damaged book, give ranks
 // beyond "8".
 void WriteSquares(const BookEntry& entry) {
-    Write("%c%c%c%c ", 'a' + FileOf(entry.from), '1' + RankOf(entry.from),
-          'a' + FileOf(entry.to), '1' + RankOf(entry.to));
+    Write("%c%c%c%c ", FileLetter(entry.from), RankDigit(entry.from),
+          FileLetter(entry.to), RankDigit(entry.to));
 }
 
 // The results of a move as the front end's user sees them; two points are one game.

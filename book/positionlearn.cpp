@@ -7,7 +7,8 @@
 #include <cstring>
 
 #include "board/board.h"
-#include "book/epd.h"
+#include "board/fen.h"
+#include "board/notation.h"
 #include "book/learnfile.h"
 #include "driver/settings.h"
 #include "platform/output.h"

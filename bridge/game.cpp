@@ -5,7 +5,7 @@
 #include "board/attacks.h"
 #include "board/fen.h"
 #include "board/legalmoves.h"
-#include "book/epd.h"
+#include "board/notation.h"
 #include "driver/usermove.h"
 
 GameRecord Game;
@@ -22,8 +22,7 @@ std::string PositionText() {
     text.resize(text.rfind(' ', text.size() - 2) + 1);  // what it says of the pawn
     const int passed = EnPassantTarget();
     if (passed == kNoSquare) return text + '-';
-    return text + static_cast<char>('a' + FileOf(passed)) +
-           static_cast<char>('1' + RankOf(passed));
+    return text + SquareText(passed);
 }
 
 bool InCheck(int colour) {
@@ -101,12 +100,6 @@ Move LegalMove(std::string_view text) {
     if (m == NO_MOVE || !IsLegalUserMove(m)) return NO_MOVE;
     // A fifth character that is no promotion belongs to no move.
     return MoveText(m) == lower ? m : NO_MOVE;
-}
-
-std::string MoveText(Move m) {
-    char text[kMoveTextSize];
-    MoveToText(text, m);
-    return text;
 }
 
 std::vector<Move> AllLegalMoves() {

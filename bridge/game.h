@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "board/board.h"
+#include "board/notation.h"
 
 inline constexpr char kStartFen[] =
     "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
@@ -40,7 +40,6 @@ bool ReplaceGame(std::string_view fen, const std::vector<std::string>& moves,
 // The legal move of the current position that the text, in either case, names ("e2e4",
 // "E7E8Q"); NO_MOVE if there is none.
 Move LegalMove(std::string_view text);
-std::string MoveText(Move m);
 std::vector<Move> AllLegalMoves();
 // Where a pawn may legally be taken in passing; kNoSquare when there is no such move.
 int EnPassantTarget();

@@ -4,7 +4,9 @@
 #include <cstdlib>
 
 #include "board/attacks.h"
+#include "board/notation.h"
 #include "bridge/game.h"
+#include "driver/edit.h"
 
 namespace {
 
@@ -187,18 +189,10 @@ std::vector<Purpose> Purposes(const Target& target) {
 
 std::string SideCommand(int colour) { return colour == WHITE ? "white\n" : "black\n"; }
 
-std::string EditCommands(const Placement& p) {
-    constexpr char kLetters[] = "?KNP?RBQ";
-    std::string text = "new\nforce\n" + SideCommand(p.toMove) + "edit\n#\n";
-    for (int c : {WHITE, BLACK}) {
-        if (c == BLACK) text += "c\n";
-        for (SquareSet men = p.men[c]; men != 0;) {
-            const int square = TakeLowest(men);
-            text += {kLetters[p.piece[square]], static_cast<char>('a' + FileOf(square)),
-                     static_cast<char>('1' + RankOf(square)), '\n'};
-        }
-    }
-    return text + ".\n";
+// From a new game to the placement.
+std::string SetUpCommands(const Placement& p) {
+    ToBoard(p);
+    return "new\nforce\n" + EditCommands();
 }
 
 // Half-moves of the one side alone, the other side's turns left out by command: for
@@ -246,7 +240,7 @@ SetUpPlan PlanSolo(const Target& target) {
         else
             plan.remark = "castling rights cannot be carried over";
     }
-    plan.commands = EditCommands(p) + moves;
+    plan.commands = SetUpCommands(p) + moves;
     plan.plies = static_cast<int>(path.size());
     return plan;
 }
@@ -263,7 +257,7 @@ SetUpPlan PlanSetUp(const std::string& fen) {
     std::vector<BackStep> path;
     SetUpPlan plan;
     if (FindWay(target, Purposes(target), start, path)) {
-        plan.commands = EditCommands(start);
+        plan.commands = SetUpCommands(start);
         for (auto step = path.rbegin(); step != path.rend(); ++step)
             plan.commands += StepLine(*step);
         plan.plies = static_cast<int>(path.size());

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "board/notation.h"
 #include "bridge/game.h"
 #include "bridge/lines.h"
 #include "bridge/options.h"

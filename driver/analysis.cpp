@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "board/board.h"
+#include "board/notation.h"
 #include "driver/commands.h"
 #include "driver/input.h"
 #include "driver/usermove.h"

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "board/board.h"
+#include "board/notation.h"
 #include "book/book.h"
 #include "book/booklearn.h"
 #include "book/positionlearn.h"
@@ -104,12 +105,11 @@ void Remove() {
 
 // An empty square shows as a dot, a black man with a star before its letter.
 void WriteBoard() {
-    constexpr char kLetters[] = ".KNP?RBQ";
     for (int rank = 7; rank >= 0; --rank) {
         for (int file = 0; file < 8; ++file) {
             const int square = SquareAt(file, rank);
             const bool black = (Board.Occupied[BLACK] & SquareMask(square)) != 0;
-            Write("%c%c", black ? '*' : ' ', kLetters[Board.Piece[square]]);
+            Write("%c%c", black ? '*' : ' ', PieceLetter(Board.Piece[square]));
         }
         Write("\n");
     }

@@ -1,8 +1,6 @@
 #include "driver/edit.h"
 
-#include <cstring>
-
-#include "board/board.h"
+#include "board/notation.h"
 #include "driver/input.h"
 #include "platform/output.h"
 #include "search/hash.h"
@@ -18,21 +16,18 @@ void WriteError() {
     FlushOutput();
 }
 
-// The square that follows a piece letter; -1 at the first character that does not fit.
+// The square that follows a piece letter; kNoSquare at the first character that does not
+// fit.
 int ReadSquare() {
     const char file = ToLower(ReadInputCharacter());
-    if (file < 'a' || file > 'h') return -1;
-    const char rank = ReadInputCharacter();
-    if (rank < '1' || rank > '8') return -1;
-    return SquareAt(file - 'a', rank - '1');
+    if (SquareOf(file, '1') == kNoSquare) return kNoSquare;
+    return SquareOf(file, ReadInputCharacter());
 }
 
-// By piece code; "x" empties a square.
-constexpr char kPieceLetters[] = "xknp?rbq";
-
+// A man's code comes from its letter; the code EMPTY, of "x", empties the square.
 void EditSquare(int code, int colour) {
     const int square = ReadSquare();
-    if (square < 0) {
+    if (square == kNoSquare) {
         WriteError();
         return;
     }
@@ -79,13 +74,24 @@ void EditPosition() {
             case 'r':
             case 'b':
             case 'q':
-                EditSquare(
-                    static_cast<int>(std::strchr(kPieceLetters, c) - kPieceLetters),
-                    colour);
+                EditSquare(PieceOfLetter(c), colour);
                 break;
             default:
                 WriteError();
                 break;
         }
     }
+}
+
+std::string EditCommands() {
+    std::string text =
+        Board.SideToMove == WHITE ? "white\nedit\n#\n" : "black\nedit\n#\n";
+    for (int c : {WHITE, BLACK}) {
+        if (c == BLACK) text += "c\n";
+        for (SquareSet men = Board.Occupied[c]; men != 0;) {
+            const int square = TakeLowest(men);
+            text += PieceLetter(Board.Piece[square]) + SquareText(square) + '\n';
+        }
+    }
+    return text + ".\n";
 }

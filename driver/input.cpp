@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "board/generate.h"
+#include "board/notation.h"
 #include "driver/commands.h"
 #include "driver/settings.h"
 #include "driver/state.h"

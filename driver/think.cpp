@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "board/notation.h"
 #include "book/book.h"
 #include "book/booklearn.h"
 #include "book/positionlearn.h"

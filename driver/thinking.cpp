@@ -1,5 +1,6 @@
 #include "driver/thinking.h"
 
+#include "board/notation.h"
 #include "driver/state.h"
 #include "platform/output.h"
 #include "search/control.h"

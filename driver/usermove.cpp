@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "board/legalmoves.h"
+#include "board/notation.h"
 
 namespace {
 
@@ -27,17 +28,11 @@ int PromotionCode(char letter) {
     }
 }
 
-// -1 when the characters name no square.
-int ParseSquare(const char* text) {
-    return LooksLikeSquare(text[0], text[1]) ? SquareAt(text[0] - 'a', text[1] - '1')
-                                             : -1;
-}
+int ParseSquare(const char* text) { return SquareOf(text[0], text[1]); }
 
 }  // namespace
 
-bool LooksLikeSquare(char file, char rank) {
-    return file >= 'a' && file <= 'h' && rank >= '1' && rank <= '8';
-}
+bool LooksLikeSquare(char file, char rank) { return SquareOf(file, rank) != kNoSquare; }
 
 bool LooksLikeMove(char fromFile, char fromRank, char toFile, char toRank) {
     return LooksLikeSquare(fromFile, fromRank) && LooksLikeSquare(toFile, toRank);

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "book/epd.h"
+#include "board/fen.h"
 #include "tests/bookmaker.h"
 #include "tests/killed.h"
 #include "tests/moves.h"

@@ -11,6 +11,7 @@
 #include "bench/engineprocess.h"
 #include "bench/positions.h"
 #include "board/fen.h"
+#include "board/notation.h"
 #include "bridge/clock.h"
 #include "bridge/game.h"
 #include "bridge/gamefolder.h"

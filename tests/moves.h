@@ -8,6 +8,7 @@
 
 #include "board/board.h"
 #include "board/legalmoves.h"
+#include "board/notation.h"
 
 inline std::string TextOf(Move m) {
     char text[kMoveTextSize];

@@ -10,7 +10,7 @@
 #include <set>
 #include <string>
 
-#include "book/epd.h"
+#include "board/fen.h"
 #include "book/learnfile.h"
 #include "driver/settings.h"
 #include "tests/bookmaker.h"

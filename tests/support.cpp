@@ -7,6 +7,7 @@
 
 #include "board/attacks.h"
 #include "board/fen.h"
+#include "board/notation.h"
 #include "driver/settings.h"
 #include "driver/state.h"
 #include "platform/output.h"

@@ -5,6 +5,7 @@
 #include <random>
 
 #include "board/legalmoves.h"
+#include "board/notation.h"
 #include "egtb/registry.h"
 #include "tests/tables.h"
 #include "tools/tables_check.h"

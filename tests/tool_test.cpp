@@ -5,6 +5,7 @@
 #include <set>
 #include <string>
 
+#include "board/notation.h"
 #include "book/book.h"
 #include "book/learnfile.h"
 #include "book/statistics.h"

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "board/board.h"
+#include "board/notation.h"
 #include "book/book.h"
 #include "platform/output.h"
 #include "tools/bookcommands.h"

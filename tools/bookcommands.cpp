@@ -5,8 +5,8 @@
 #include <filesystem>
 
 #include "board/fen.h"
+#include "board/notation.h"
 #include "book/book.h"
-#include "book/epd.h"
 #include "platform/output.h"
 #include "tools/bookwalk.h"
 #include "tools/json.h"
@@ -28,12 +28,7 @@ std::uint64_t SizeOf(const std::string& name) {
 
 // As "bkm" shows moves, also those that no board has.
 std::string SquaresOf(const BookEntry& entry) {
-    std::string text;
-    for (const int square : {+entry.from, +entry.to}) {
-        text += static_cast<char>('a' + FileOf(square));
-        text += static_cast<char>('1' + RankOf(square));
-    }
-    return text;
+    return SquareText(entry.from) + SquareText(entry.to);
 }
 
 // "" when the entry is no legal move of the position, or the position is not on the

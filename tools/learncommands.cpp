@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "board/board.h"
+#include "board/notation.h"
 #include "book/learnfile.h"
 #include "platform/bytes.h"
 #include "platform/output.h"

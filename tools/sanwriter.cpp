@@ -2,12 +2,9 @@
 
 #include "board/attacks.h"
 #include "board/legalmoves.h"
+#include "board/notation.h"
 
 namespace {
-
-char Letter(int code) { return static_cast<char>(PromotionChar[code] - 'a' + 'A'); }
-char FileLetter(int square) { return static_cast<char>('a' + FileOf(square)); }
-char RankDigit(int square) { return static_cast<char>('1' + RankOf(square)); }
 
 // What tells the man from others of its kind that can go to the same square: the file if
 // that is enough, else the rank, else both.
@@ -43,7 +40,7 @@ std::string SanOf(Move move) {
     } else {
         const bool captures = Captured(move) != EMPTY || IsEnPassant(move);
         if (piece != PAWN)
-            text = Letter(piece) + Origin(move);
+            text = PieceLetter(piece) + Origin(move);
         else if (captures)
             text = FileLetter(from);
         if (captures) text += 'x';
@@ -51,7 +48,7 @@ std::string SanOf(Move move) {
         text += RankDigit(to);
         if (Promotion(move) != EMPTY) {
             text += '=';
-            text += Letter(Promotion(move));
+            text += PieceLetter(Promotion(move));
         }
     }
     MakeMove(move);

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <stdexcept>
 
+#include "board/notation.h"
 #include "egtb/tablefile.h"
 #include "tools/parallel.h"
 #include "tools/progress.h"
@@ -97,14 +98,11 @@ MateDistance ValueFromMoves(const Comparison& c, const TablePosition& position) 
 
 std::string Describe(const Comparison& c, const TablePosition& position,
                      MateDistance stored, MateDistance expected) {
-    constexpr char letters[] = ".KNP?RBQ";
     std::string text = position.side == WHITE ? "White to move," : "Black to move,";
     for (int i = 0; i < c.men.count; ++i) {
         const int square = position.square[i];
         text += c.men.man[i].side == WHITE ? " w" : " b";
-        text += letters[c.men.man[i].code];
-        text += static_cast<char>('a' + FileOf(square));
-        text += static_cast<char>('1' + RankOf(square));
+        text += PieceLetter(c.men.man[i].code) + SquareText(square);
     }
     const auto words = [](MateDistance d) -> std::string {
         if (d == kNoDistance) return "no value";

@@ -21,6 +21,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "board/notation.h"
 #include "tools/parallel.h"
 #include "tools/progress.h"
 #include "tools/tables_position.h"

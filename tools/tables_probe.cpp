@@ -4,6 +4,7 @@
 
 #include "board/fen.h"
 #include "board/legalmoves.h"
+#include "board/notation.h"
 #include "egtb/tablebase.h"
 #include "platform/output.h"
 #include "tools/json.h"

@@ -13,6 +13,7 @@
 
 #include "board/board.h"
 #include "board/legalmoves.h"
+#include "board/notation.h"
 #include "book/book.h"
 #include "book/booklearn.h"
 #include "book/learnfile.h"
@@ -56,11 +57,7 @@ void ReadBook(const char* name) {
     OpenBook(name);
     for (const char* move : {"e2e4", "e7e5", "g1f3", "b8c6"}) {
         const Move m = BookProbe();
-        if (m != NO_MOVE) {
-            bool legal = false;
-            legal = LegalMoves().Contains(m);
-            if (!legal) std::abort();
-        }
+        if (m != NO_MOVE && !LegalMoves().Contains(m)) std::abort();
         BookListMoves();
         Play(move);
     }
