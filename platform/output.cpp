@@ -14,6 +14,11 @@ constexpr std::size_t kBufferSize = 16384;
 char Buffer[kBufferSize];
 std::size_t Filled = 0;
 
+struct Delivery {
+    bool keepWorking = false;
+    bool lost = false;
+} Delivery;
+
 // What was written just before the program ends still goes out.
 struct FlushAtExit {
     ~FlushAtExit() { SendOutput(Buffer, Filled); }
@@ -44,8 +49,23 @@ void Write(const char* format, ...) {
     va_end(arguments);
 }
 
+void WriteText(std::string_view text) {
+    while (!text.empty()) {
+        if (Filled == kBufferSize) FlushOutput();
+        const std::size_t part = text.copy(Buffer + Filled, kBufferSize - Filled);
+        Filled += part;
+        text.remove_prefix(part);
+    }
+}
+
 void FlushOutput() {
     const std::size_t size = Filled;
     Filled = 0;
-    if (size > 0 && !SendOutput(Buffer, size)) std::exit(EXIT_SUCCESS);
+    if (size == 0 || Delivery.lost || SendOutput(Buffer, size)) return;
+    if (!Delivery.keepWorking) std::exit(EXIT_SUCCESS);
+    Delivery.lost = true;
 }
+
+void KeepWorkingWithoutOutput() { Delivery.keepWorking = true; }
+
+bool OutputIsLost() { return Delivery.lost; }

@@ -17,11 +17,13 @@ struct Outcome {
     std::string text;  // of both streams
 };
 
-// Runs the tool with these arguments in the folder.
-Outcome Tool(const Scratch& folder, const std::string& arguments) {
+// Runs the tool with these arguments in the folder, with nothing to read. Standard error,
+// and standard output as it is redirected, are kept.
+Outcome Tool(const Scratch& folder, const std::string& arguments,
+             const std::string& redirection = "") {
     const std::string command = "cd '" + folder.directory.string() +
-                                "' && '" VELTRAMOX_TOOL "' " + arguments +
-                                " 2>&1 </dev/null";
+                                "' && '" VELTRAMOX_TOOL "' </dev/null " + arguments +
+                                " 2>&1 " + redirection;
     std::FILE* pipe = popen(command.c_str(), "r");
     std::string text;
     std::array<char, 4096> part;
@@ -90,9 +92,44 @@ TEST(CommandLineTest, BooksLearningAndStatistics) {
                     {"learn check junk", 1, ""},
                     {"learn check none", kRefused, "none"},
                     {"random-games 3 --first 5", 0, "[Result "},
+                    {"random-games 10 --first 4294967290", 0, "\"4294967299\""},
+                    {"random-games 2 --first 18446744073709551615", 1, "numbers"},
                     {"stats query 'KRP KR' --file none", kRefused, "none"},
+                    {"stats top", 1, "there is no file Veltramox.set"},
                     {"stats top --file junk", kRefused, "junk"},
                     {"nonsense", kRefused, "subcommand"}});
+}
+
+// The work goes on, the status tells that its report is lost; and a closed standard
+// output is not taken for the book that is opened next.
+TEST(CommandLineTest, AReportThatCannotBeWrittenIsStatusOne) {
+    Scratch folder;
+    folder.Write("games.pgn", kGames);
+    folder.Write("Veltramox.set", std::string(648 * 648 * 6, '\1'));
+    folder.Write("learn", "Veltramox learning file" + std::string(4 << 16, '\0'));
+    for (const char* redirection : {">/dev/full", ">&-"}) {
+        for (const char* command :
+             {"book build games.pgn --min-games 1 -o b.vlx", "book check b.vlx",
+              "book check b.vlx --json", "book dump b.vlx",
+              "book merge b.vlx b.vlx -o c.vlx", "learn check learn",
+              "learn dump learn --json", "learn compact learn", "stats top",
+              "stats query 'KR K'", "stats merge Veltramox.set Veltramox.set -o sum",
+              "random-games 10", "tables make krk kqk kpk -o t", "tables check t",
+              "tables probe --dir t '8/8/8/3k4/8/8/8/K6R w'", "tables pack t/krk.nbw",
+              "--help", "book --help"}) {
+            const Outcome outcome = Tool(folder, command, redirection);
+            EXPECT_EQ(outcome.status, 1) << command << redirection;
+            EXPECT_EQ(outcome.text, "veltramox-tool: the report could not be written\n")
+                << command << redirection;
+        }
+        for (const char* file : {"b.vlx", "c.vlx", "sum", "t/krk.nbw", "t/kqk.nbb",
+                                 "t/kpk.nbb", "t/krk.nbw.emd"})
+            EXPECT_GT(folder.Read(file).size(), 100u) << file << redirection;
+        for (const char* made : {"b.vlx", "c.vlx", "sum", "t"})
+            std::filesystem::remove_all(folder.Path(made));
+    }
+    EXPECT_EQ(Tool(folder, "random-games 1000000000", "| head -n 1").text,
+              "[Event \"Random games\"]\n");
 }
 
 }  // namespace

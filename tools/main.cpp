@@ -1,8 +1,11 @@
 // The companion program: books, learning files and games outside of play.
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
+#include <limits>
 #include <new>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -13,6 +16,7 @@
 #include "tools/learncommands.h"
 #include "tools/progress.h"
 #include "tools/randomgames.h"
+#include "tools/report.h"
 #include "tools/statscommands.h"
 #include "tools/tables_commands.h"
 
@@ -25,7 +29,7 @@ std::string StatisticsFile = "Veltramox.set";
 int TopCount = 20;
 BuildOptions Options;
 bool Json = false;
-std::uint32_t GameCount = 0, FirstGame = 0;
+std::uint64_t GameCount = 0, FirstGame = 0;
 int LongestGame = 160;
 
 int Status = 0;  // of the command that has run
@@ -154,10 +158,15 @@ void AddStatistics(CLI::App& app) {
     merge->callback([] { Status = MergeStatistics(Files[0], Files[1], Output, Json); });
 }
 
-// Straight to standard output: there may be millions.
+// As they are made: there may be millions.
 void WriteRandomGames() {
-    for (std::uint32_t i = FirstGame; i < FirstGame + GameCount; ++i)
-        std::fputs(PgnOf(MakeRandomGame(i, LongestGame), i).c_str(), stdout);
+    constexpr std::uint64_t kLast = std::numeric_limits<std::uint64_t>::max();
+    if (GameCount > 0 && GameCount - 1 > kLast - FirstGame) {
+        Status = Fail("the numbers of games end at " + std::to_string(kLast));
+        return;
+    }
+    for (std::uint64_t i = 0; i < GameCount && !OutputIsLost(); ++i)
+        WriteText(PgnOf(MakeRandomGame(FirstGame + i, LongestGame), FirstGame + i));
 }
 
 void AddGamesCommand(CLI::App& app) {
@@ -172,9 +181,21 @@ void AddGamesCommand(CLI::App& app) {
     games->callback(WriteRandomGames);
 }
 
+// The parser's own words: help, or what is wrong with the command line.
+int ShowParserText(const CLI::App& app, const CLI::ParseError& error) {
+    std::ostringstream help, complaint;
+    const int status = app.exit(error, help, complaint);
+    WriteText(help.str());
+    FlushOutput();
+    EndProgress();
+    std::fputs(complaint.str().c_str(), stderr);
+    return status;
+}
+
 }  // namespace
 
 int main(int count, char** words) {
+    PrepareReport();
     CLI::App app("Tools for Veltramox: books, learning files, statistics, tables",
                  "veltramox-tool");
     app.require_subcommand(1);
@@ -187,13 +208,11 @@ int main(int count, char** words) {
     try {
         app.parse(count, words);
     } catch (const CLI::ParseError& error) {
-        FlushOutput();
-        return app.exit(error);
+        Status = ShowParserText(app, error);
     } catch (const std::bad_alloc&) {
-        return Fail("not enough memory");
+        Status = Fail("not enough memory");
     } catch (const std::exception& error) {
-        return Fail(error.what());
+        Status = Fail(error.what());
     }
-    FlushOutput();
-    return Status;
+    return FinishReport(Status);
 }

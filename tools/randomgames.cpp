@@ -33,7 +33,7 @@ Move RandomMove(std::uint64_t& state) {
 }  // namespace
 
 // The number is the seed.
-RandomGame MakeRandomGame(std::uint32_t number, int maxPlies) {
+RandomGame MakeRandomGame(std::uint64_t number, int maxPlies) {
     std::uint64_t state = number;
     const auto limit =
         static_cast<int>(Next(state) % static_cast<unsigned>(maxPlies)) + 1;
@@ -56,7 +56,7 @@ RandomGame MakeRandomGame(std::uint32_t number, int maxPlies) {
     return game;
 }
 
-std::string PgnOf(const RandomGame& game, std::uint32_t number) {
+std::string PgnOf(const RandomGame& game, std::uint64_t number) {
     std::string text =
         "[Event \"Random games\"]\n[Site \"?\"]\n[Date \"2024.01.01\"]\n[Round \"" +
         std::to_string(number) +

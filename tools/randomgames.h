@@ -11,6 +11,6 @@ struct RandomGame {
 
 // The game with this number: the same number always gives the same game. It ends in mate,
 // in stalemate, or after at most `maxPlies` half-moves with a random result.
-RandomGame MakeRandomGame(std::uint32_t number, int maxPlies);
+RandomGame MakeRandomGame(std::uint64_t number, int maxPlies);
 // The game with tags and broken lines, as programs write it.
-std::string PgnOf(const RandomGame& game, std::uint32_t number);
+std::string PgnOf(const RandomGame& game, std::uint64_t number);

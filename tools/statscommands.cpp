@@ -1,6 +1,7 @@
 #include "tools/statscommands.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <sstream>
 #include <vector>
@@ -27,9 +28,12 @@ struct Results {
 // The whole file; false, with a complaint, when it is not one of statistics.
 bool Load(const std::string& name, Counters& counters) {
     FileHandle file = OpenFile(name.c_str(), FileMode::Read);
+    if (file == nullptr) {
+        Fail(errno == ENOENT ? "there is no file " + name : "cannot open " + name);
+        return false;
+    }
     counters.resize(kStatisticsSize);
-    const bool good = file != nullptr &&
-                      FileSize(file) == static_cast<std::int64_t>(kStatisticsSize) &&
+    const bool good = FileSize(file) == static_cast<std::int64_t>(kStatisticsSize) &&
                       ReadAt(file, 0, counters.data(), counters.size());
     CloseFile(file);
     if (!good) Fail(name + " is not a file of material statistics");
