@@ -30,20 +30,23 @@ constexpr std::size_t kSmallestCache = 32;
 // not even tried.
 constexpr int kMaxCacheLog2 = 44;
 
-// ---- The cache: headers first, then the data areas ----
-std::unique_ptr<std::uint8_t[]> TableCache;
-CacheHeader* Headers = nullptr;
-std::uint8_t* DataAreas = nullptr;
-std::uint32_t Slots = 0;
+// The cache: headers first, then the data areas, in one piece of memory.
+struct {
+    std::unique_ptr<std::uint8_t[]> memory;
+    CacheHeader* headers = nullptr;
+    std::uint8_t* dataAreas = nullptr;
+    std::uint32_t slots = 0;
+    // its use
+    std::uint32_t untouched = 0;  // slots from here on were never used
+    SlotNumber firstFree = 0;     // used once, then given back; linked by `older`
+    SlotNumber newest = 0, oldest = 0;
+    std::uint64_t misses = 0;
+} TableCache;
 
-// ---- Its use ----
-std::uint32_t Untouched = 0;  // slots from here on were never used
-SlotNumber FirstFree = 0;     // used once, then given back; linked by `older`
-SlotNumber Newest = 0, Oldest = 0;
-std::uint64_t Misses = 0;
-
-CacheHeader& Header(SlotNumber slot) { return Headers[slot - 1]; }
-std::uint8_t* DataOf(SlotNumber slot) { return DataAreas + (slot - 1) * kDataSize; }
+CacheHeader& Header(SlotNumber slot) { return TableCache.headers[slot - 1]; }
+std::uint8_t* DataOf(SlotNumber slot) {
+    return TableCache.dataAreas + (slot - 1) * kDataSize;
+}
 
 SlotNumber& BucketOf(const CacheHeader& header) {
     return Tables[header.entry][header.side].bucket[header.block % kCacheBuckets];
@@ -51,16 +54,16 @@ SlotNumber& BucketOf(const CacheHeader& header) {
 
 void UnlinkFromUse(SlotNumber slot) {
     const CacheHeader& header = Header(slot);
-    (header.newer != 0 ? Header(header.newer).older : Newest) = header.older;
-    (header.older != 0 ? Header(header.older).newer : Oldest) = header.newer;
+    (header.newer != 0 ? Header(header.newer).older : TableCache.newest) = header.older;
+    (header.older != 0 ? Header(header.older).newer : TableCache.oldest) = header.newer;
 }
 
 void LinkAsNewest(SlotNumber slot) {
     CacheHeader& header = Header(slot);
     header.newer = 0;
-    header.older = Newest;
-    (Newest != 0 ? Header(Newest).newer : Oldest) = slot;
-    Newest = slot;
+    header.older = TableCache.newest;
+    (TableCache.newest != 0 ? Header(TableCache.newest).newer : TableCache.oldest) = slot;
+    TableCache.newest = slot;
 }
 
 void UnlinkFromBucket(SlotNumber slot) {
@@ -92,21 +95,21 @@ SlotNumber FindBlock(const TableSide& table, std::uint32_t block) {
 
 // A slot for a new block: a free one, or the one whose last use lies furthest back.
 SlotNumber TakeSlot() {
-    if (FirstFree != 0) {
-        const SlotNumber slot = FirstFree;
-        FirstFree = Header(slot).older;
+    if (TableCache.firstFree != 0) {
+        const SlotNumber slot = TableCache.firstFree;
+        TableCache.firstFree = Header(slot).older;
         return slot;
     }
-    if (Untouched < Slots) return ++Untouched;
-    const SlotNumber slot = Oldest;
+    if (TableCache.untouched < TableCache.slots) return ++TableCache.untouched;
+    const SlotNumber slot = TableCache.oldest;
     UnlinkFromUse(slot);
     UnlinkFromBucket(slot);
     return slot;
 }
 
 void GiveBackSlot(SlotNumber slot) {
-    Header(slot).older = FirstFree;
-    FirstFree = slot;
+    Header(slot).older = TableCache.firstFree;
+    TableCache.firstFree = slot;
 }
 
 bool OpenFile(TableSide& table) {
@@ -147,7 +150,7 @@ bool LoadBlock(TableSide& table, bool wide, std::uint32_t block, std::uint8_t* d
 int CachedByte(int entry, int side, std::uint32_t block, std::size_t offset) {
     TableSide& table = Tables[entry][side];
     if (const SlotNumber slot = FindBlock(table, block); slot != 0) {
-        if (slot != Newest) {
+        if (slot != TableCache.newest) {
             UnlinkFromUse(slot);
             LinkAsNewest(slot);
         }
@@ -158,7 +161,7 @@ int CachedByte(int entry, int side, std::uint32_t block, std::size_t offset) {
         return DataOf(slot)[offset];
     }
     const SlotNumber slot = TakeSlot();
-    ++Misses;
+    ++TableCache.misses;
     if (!LoadBlock(table, EntryOf(entry).wide, block, DataOf(slot))) {
         table.path.clear();
         table.file.reset();
@@ -213,35 +216,37 @@ bool ReadWideValue(int entry, int side, std::uint32_t index, int& value) {
 }  // namespace
 
 bool AllocateTableCache(int bytesLog2) {
-    TableCache.reset();
-    Slots = 0;
+    TableCache.memory.reset();
+    TableCache.slots = 0;
     InitTableCache();
     if (bytesLog2 < 0 || bytesLog2 > kMaxCacheLog2) return false;
     const std::size_t bytes = std::size_t{1} << bytesLog2;
-    TableCache.reset(new (std::nothrow) std::uint8_t[bytes]);
-    if (!TableCache) return false;
-    if (bytes >= kSmallestCache) Slots = static_cast<std::uint32_t>(bytes / kSlotSize);
-    Headers = reinterpret_cast<CacheHeader*>(TableCache.get());
-    DataAreas = TableCache.get() + Slots * sizeof(CacheHeader);
+    TableCache.memory.reset(new (std::nothrow) std::uint8_t[bytes]);
+    if (!TableCache.memory) return false;
+    if (bytes >= kSmallestCache)
+        TableCache.slots = static_cast<std::uint32_t>(bytes / kSlotSize);
+    TableCache.headers = reinterpret_cast<CacheHeader*>(TableCache.memory.get());
+    TableCache.dataAreas =
+        TableCache.memory.get() + TableCache.slots * sizeof(CacheHeader);
     InitTableCache();
     return true;
 }
 
 void InitTableCache() {
-    Untouched = 0;
-    FirstFree = Newest = Oldest = 0;
-    Misses = 0;
+    TableCache.untouched = 0;
+    TableCache.firstFree = TableCache.newest = TableCache.oldest = 0;
+    TableCache.misses = 0;
     for (auto& sides : Tables)
         for (TableSide& side : sides) side.bucket.fill(0);
 }
 
-std::uint32_t TableCacheBlocks() { return Slots; }
-std::uint64_t TableCacheMisses() { return Misses; }
+std::uint32_t TableCacheBlocks() { return TableCache.slots; }
+std::uint64_t TableCacheMisses() { return TableCache.misses; }
 
 bool ReadTableValue(int entry, int side, std::uint32_t index, int& value) {
     if (ShapeOf(entry).symmetric) side = WHITE;
     const TableSide& table = Tables[entry][side];
-    if (table.path.empty() || Slots == 0 || index >= table.size) return false;
+    if (table.path.empty() || TableCache.slots == 0 || index >= table.size) return false;
     if (entry == kLongestEntry && side == BLACK &&
         std::find(std::begin(kLongestLosses), std::end(kLongestLosses), index) !=
             std::end(kLongestLosses)) {

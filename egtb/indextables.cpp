@@ -5,10 +5,7 @@
 
 #include "board/types.h"
 
-std::uint8_t SquareNumber[kManTypes][64][64];
-std::uint8_t SquareCount[kManTypes][64];
-const std::uint32_t* PairOffset[kTableEntries][2];
-std::uint32_t NormalCount[kTableEntries][2];
+TableNumbering Numbering;
 
 namespace {
 
@@ -68,9 +65,9 @@ void NumberSquares() {
                 const bool allowed = square != k2 &&
                                      !(pawn && (square < A2 || square > H7)) &&
                                      !AttacksFromNextTo(type, square, k2);
-                SquareNumber[t][k2][square] = allowed ? next++ : kNoNumber;
+                Numbering.SquareNumber[t][k2][square] = allowed ? next++ : kNoNumber;
             }
-            SquareCount[t][k2] = next;
+            Numbering.SquareCount[t][k2] = next;
         }
     }
 }
@@ -144,8 +141,9 @@ void BuildIndexTables() {
         const TableShape& shape = ShapeOf(entry);
         for (int side : {WHITE, BLACK}) {
             const OffsetTable& offsets = OffsetsOf(OffsetMen(shape, side), shape.pawns);
-            PairOffset[entry][side] = offsets.offset.data();
-            NormalCount[entry][side] = offsets.total * AppendedCount(shape, side);
+            Numbering.PairOffset[entry][side] = offsets.offset.data();
+            Numbering.NormalCount[entry][side] =
+                offsets.total * AppendedCount(shape, side);
         }
     }
 }

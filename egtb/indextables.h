@@ -8,11 +8,25 @@
 
 #include <array>
 #include <cstdint>
+#include <utility>
 
 #include "egtb/tablelist.h"
 
 // No index: a placement that the numbering leaves out, always an illegal one.
 inline constexpr std::uint32_t kNoIndex = 0xFFFFFFFF;
+
+// What BuildIndexTables makes; all others read it through the names below.
+struct TableNumbering {
+    std::uint8_t SquareNumber[kManTypes][64][64];  // [type][k2][square]
+    std::uint8_t SquareCount[kManTypes][64];       // [type][k2]
+    // [entry][side to move]: running total, over the king pairs before this one, of the
+    // placements of OffsetMen.
+    const std::uint32_t* PairOffset[kTableEntries][2];
+    // [entry][side to move]: indices of the positions without en passant; the en passant
+    // range follows them.
+    std::uint32_t NormalCount[kTableEntries][2];
+};
+extern TableNumbering Numbering;
 
 // ---- King pairs, numbered by k1, then k2 ----
 // Without pawns k1 stands in the triangle a1-d1-d4 and, when it is on the long diagonal,
@@ -24,8 +38,8 @@ extern const std::array<std::array<std::array<std::int16_t, 64>, 64>, 2> KingPai
 // ---- Squares of one man, in ascending order, without k2 and without the squares from
 // which it would attack k2 from next to it: that would be an illegal position ----
 inline constexpr std::uint8_t kNoNumber = 255;
-extern std::uint8_t SquareNumber[kManTypes][64][64];  // [type][k2][square]
-extern std::uint8_t SquareCount[kManTypes][64];       // [type][k2]
+inline constexpr auto& SquareNumber = std::as_const(Numbering.SquareNumber);
+inline constexpr auto& SquareCount = std::as_const(Numbering.SquareCount);
 
 // Numbers that the type has with this king pair: k1's square falls out too.
 inline std::uint32_t CountBeside(ManType type, int k1, int k2) {
@@ -53,10 +67,8 @@ constexpr SideMen OffsetMen(const TableShape& shape, int sideToMove) {
 }
 
 // ---- Totals by entry and side to move ----
-// Running total, over the king pairs before this one, of the placements of OffsetMen.
-extern const std::uint32_t* PairOffset[kTableEntries][2];
-// Indices of the positions without en passant; the en passant range follows them.
-extern std::uint32_t NormalCount[kTableEntries][2];
+inline constexpr auto& PairOffset = std::as_const(Numbering.PairOffset);
+inline constexpr auto& NormalCount = std::as_const(Numbering.NormalCount);
 
 // Both sides have pawns: an en passant capture may be possible, and positions where it is
 // have indices of their own.

@@ -6,8 +6,6 @@
 #include "platform/memory.h"
 #include "search/scores.h"
 
-std::int16_t TableAge;
-
 namespace {
 
 // Spare entries behind the table, which the index never reaches.
@@ -33,9 +31,12 @@ struct HashEntry {
 #pragma pack(pop)
 static_assert(sizeof(HashEntry) == kHashEntryBytes);
 
-HashEntry* TranspositionTable;
-std::size_t TableBytes;
-std::uint32_t Mask;
+struct {
+    HashEntry* entries;
+    std::size_t bytes;
+    std::uint32_t mask;  // number of entries - 1
+    std::int16_t age;    // generation, advanced at every search's start; wraps
+} TranspositionTable;
 
 // Replacement: the shallowest goes first; entries of this search are worth more than any
 // of an older one, and entries of this mark depth more than all.
@@ -59,17 +60,18 @@ inline bool Matches(const HashEntry& entry, std::uint32_t position) {
 }
 
 inline std::uint32_t FirstSlot() {
-    return (Board.hash2 & Mask) ^ static_cast<std::uint32_t>(Board.SideToMove);
+    return (Board.hash2 & TranspositionTable.mask) ^
+           static_cast<std::uint32_t>(Board.SideToMove);
 }
 inline std::uint32_t NextSlot(std::uint32_t slot) {
-    return (slot + (Board.hash1 & 0x1FFF)) & Mask;
+    return (slot + (Board.hash1 & 0x1FFF)) & TranspositionTable.mask;
 }
 
 int ReplacementValue(const HashEntry& entry) {
     int value = -entry.depth;
-    if (entry.age == TableAge) value -= kCurrentAgeValue;
-    if (entry.depth == kMarkDepth &&
-        (entry.age == TableAge || entry.age == Wrapped(TableAge - 1)))
+    if (entry.age == TranspositionTable.age) value -= kCurrentAgeValue;
+    if (entry.depth == kMarkDepth && (entry.age == TranspositionTable.age ||
+                                      entry.age == Wrapped(TranspositionTable.age - 1)))
         value -= kMarkValue;
     return value;
 }
@@ -91,31 +93,36 @@ int ScoreToTable(int score, int boundType) {
 
 }  // namespace
 
-void AdvanceTableAge(int generations) { TableAge = Wrapped(TableAge + generations); }
+std::int16_t TableAge() { return TranspositionTable.age; }
+
+void AdvanceTableAge(int generations) {
+    TranspositionTable.age = Wrapped(TranspositionTable.age + generations);
+}
 
 bool AllocateTranspositionTable(int bits) {
     FreeTranspositionTable();
     if (bits < 0 || bits > kMostBits) return false;
     const std::size_t entries = std::size_t{1} << bits;
-    TableBytes = (entries + kSpareEntries) * sizeof(HashEntry);
+    TranspositionTable.bytes = (entries + kSpareEntries) * sizeof(HashEntry);
     // Zeroed memory: every info word says "empty".
-    TranspositionTable = static_cast<HashEntry*>(AllocateTable(TableBytes));
-    if (TranspositionTable == nullptr) return false;
-    Mask = static_cast<std::uint32_t>(entries - 1);
-    TableAge = 0;
+    TranspositionTable.entries =
+        static_cast<HashEntry*>(AllocateTable(TranspositionTable.bytes));
+    if (TranspositionTable.entries == nullptr) return false;
+    TranspositionTable.mask = static_cast<std::uint32_t>(entries - 1);
+    TranspositionTable.age = 0;
     return true;
 }
 
 void FreeTranspositionTable() {
-    FreeTable(TranspositionTable, TableBytes);
-    TranspositionTable = nullptr;
+    FreeTable(TranspositionTable.entries, TranspositionTable.bytes);
+    TranspositionTable.entries = nullptr;
 }
 
 bool HashProbe(HashHit& hit) {
     const std::uint32_t position = PositionWord();
     std::uint32_t slot = FirstSlot();
     for (int i = 0; i < kSlots; ++i, slot = NextSlot(slot)) {
-        const HashEntry& entry = TranspositionTable[slot];
+        const HashEntry& entry = TranspositionTable.entries[slot];
         if (entry.info == 0) return false;
         if (!Matches(entry, position)) continue;
         hit.depth = entry.depth;
@@ -134,7 +141,7 @@ void HashStore(int depth, int score, Move move, int boundType, int mateThreat) {
     int targetValue = 0;
     std::uint32_t slot = FirstSlot();
     for (int i = 0; i < kSlots; ++i, slot = NextSlot(slot)) {
-        HashEntry& entry = TranspositionTable[slot];
+        HashEntry& entry = TranspositionTable.entries[slot];
         if (entry.info == 0) {
             target = &entry;
             break;
@@ -153,12 +160,14 @@ void HashStore(int depth, int score, Move move, int boundType, int mateThreat) {
             targetValue = value;
         }
     }
-    if (target->info != 0 && target->age == TableAge && depth < target->depth) return;
+    if (target->info != 0 && target->age == TranspositionTable.age &&
+        depth < target->depth)
+        return;
     target->key1 = Board.hash1;
     target->key2 = Board.hash2;
     target->depth = static_cast<std::int16_t>(depth);
     target->score = ScoreToTable(score, boundType);
-    target->age = TableAge;
+    target->age = TranspositionTable.age;
     target->info = static_cast<std::uint32_t>(boundType) << kBoundShift | move |
                    position | static_cast<std::uint32_t>(mateThreat) << kThreatShift;
 }
@@ -170,7 +179,7 @@ Move HashMove() {
     return hit.move;
 }
 
-void PrefetchHashEntry() { __builtin_prefetch(&TranspositionTable[FirstSlot()]); }
+void PrefetchHashEntry() { __builtin_prefetch(&TranspositionTable.entries[FirstSlot()]); }
 
 int ScoreFromTable(int score) {
     if (score > kMateBound) return score - Line.Ply;

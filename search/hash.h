@@ -13,8 +13,9 @@ inline constexpr int kExact = 3;
 
 inline constexpr int kHashEntryBytes = 20;
 
-// Generation of the table, advanced at every search's start; wraps.
-extern std::int16_t TableAge;
+// The table's generation, advanced at every search's start: all entries then count as
+// older. Wraps.
+std::int16_t TableAge();
 void AdvanceTableAge(int generations);
 
 // 2^bits entries, all empty; false when there is no memory or the number is

@@ -142,16 +142,16 @@ TEST_F(HashTable, Replacement) {
     for (const auto& c : cases) {
         FreshEngine(8);
         for (int i = 0; i < 3; ++i) {
-            AdvanceTableAge(c.entries[i].generation - TableAge);
+            AdvanceTableAge(c.entries[i].generation - TableAge());
             Store(i + 1, c.entries[i].depth);
         }
-        AdvanceTableAge(5 - TableAge);
+        AdvanceTableAge(5 - TableAge());
         Store(4, c.newDepth);
         for (int number : {1, 2, 3, 4})
             EXPECT_EQ(Holds(number), number != c.replaced) << c.what << ' ' << number;
     }
-    AdvanceTableAge(32768 - TableAge);
-    EXPECT_EQ(TableAge, -32768);  // sixteen bits go round
+    AdvanceTableAge(32768 - TableAge());
+    EXPECT_EQ(TableAge(), -32768);  // sixteen bits go round
 }
 
 TEST_F(HashTable, BestMoveMustFit) {
