@@ -298,7 +298,7 @@ bool NextPgnGame(PgnReader& pgn) {
     while (SkipClass(pgn, kBlank) == '[');
     while (Is(SkipClass(pgn, kBlank), kStructure) && SkipStructure(pgn)) {
     }
-    SkipTo(pgn, '1', '[');
+    if (!pgn.unnumbered) SkipTo(pgn, '1', '[');
     pgn.inGame = true;
     return true;
 }

@@ -30,6 +30,9 @@ inline constexpr std::size_t kPgnBufferSize = 1 << 16;
 
 struct PgnReader {
     FileHandle file = nullptr;
+    // Moves begin right behind the tags, with or without numbers. Otherwise all text up
+    // to a "1" is skipped, and a game without move numbers is not told from such text.
+    bool unnumbered = false;
     // ---- The game being read ----
     int result = kPgnNoResult;  // by its tag
     bool hasFen = false;        // it says that it does not begin at the start position

@@ -19,8 +19,9 @@ namespace {
 
 // What a reader of a file delivers: "W e2e4 e7e5 |" for a game that White won, then what
 // came instead of a move.
-std::string Digest(const std::string& name) {
+std::string Digest(const std::string& name, bool unnumbered = false) {
     auto pgn = std::make_unique<PgnReader>();
+    pgn->unnumbered = unnumbered;
     if (!OpenPgn(*pgn, name.c_str())) return "cannot open";
     std::string digest;
     while (NextPgnGame(*pgn)) {
@@ -88,6 +89,31 @@ TEST(PgnReading, FilesOfEveryShape) {
         EXPECT_EQ(Digest(scratch.Path("games")), c.digest) << c.text;
     }
     EXPECT_EQ(Digest(scratch.Path("none")), "cannot open");
+}
+
+// Each is read in full where moves need no numbers; otherwise from a "1" on.
+TEST(PgnReading, GamesWithoutMoveNumbers) {
+    const std::string tag = "[Result \"1-0\"]\n\n";
+    const struct {
+        std::string text, unnumbered, numbered;
+    } cases[] = {
+        {tag + "e4 e5 Nf3 Nc6 1-0\n", "W e2e4 e7e5 g1f3 b8c6 | ", "W | "},
+        {tag + "Nf3 Nf6 Ng1 1-0\n" + tag + "1. d4", "W g1f3 g8f6 f3g1 | W d2d4 | ",
+         "W | W d2d4 | "},
+        {tag + "{first} e4 (d4) $1 e5 0-1", "W e2e4 e7e5 | ", "W ?e5 | "},
+        {tag + "O-O", "W ?O-O | ", "W | "},
+        {tag + "0-1\n" + tag + "e4", "W | W e2e4 | ", "W | W | "},
+        {tag + "1. e4 e5 1-0", "W e2e4 e7e5 | ", "W e2e4 e7e5 | "},
+        {tag + "1.\te4 {1} e5 1-0", "W e2e4 e7e5 | ", "W e2e4 e7e5 | "},
+        {tag + "*", "W | ", "W | "},
+        {tag + "e4", "W e2e4 | ", "W | "},
+    };
+    const Scratch scratch;
+    for (const auto& c : cases) {
+        scratch.Write("games", c.text);
+        EXPECT_EQ(Digest(scratch.Path("games"), true), c.unnumbered) << c.text;
+        EXPECT_EQ(Digest(scratch.Path("games")), c.numbered) << c.text;
+    }
 }
 
 TEST(PgnReading, TagsOfEveryShape) {

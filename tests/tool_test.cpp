@@ -93,6 +93,14 @@ TEST_F(ToolTest, ABookOfGamesCountsTheirResults) {
     EXPECT_EQ(Moves(""), "e2e4 5:3");
 }
 
+TEST_F(ToolTest, ABookOfGamesWithoutMoveNumbers) {
+    Build("[Result \"1-0\"]\n\ne4 e5 Nf3 Nc6 1-0\n\n[Result \"0-1\"]\nNf3 Nf6 Ng1 0-1\n",
+          "", {.maxPly = 24, .minGames = 1});
+    EXPECT_EQ(Moves(""), "g1f3 0:2, e2e4 2:0");
+    EXPECT_EQ(Moves("e2e4 e7e5 g1f3"), "b8c6 0:2");
+    EXPECT_EQ(Moves("g1f3 g8f6"), "f3g1 0:2");
+}
+
 TEST_F(ToolTest, ManyGamesAreScaledBelowTheLimit) {
     std::string pgn;
     for (int i = 0; i < 1000; ++i)

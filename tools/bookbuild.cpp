@@ -150,6 +150,7 @@ bool AddGames(BookBuilder& builder, const std::string& name, const BuildOptions&
               std::uint64_t bytesBefore, std::uint64_t wholeBytes) {
     const auto pgn = std::make_unique<PgnReader>();
     if (!OpenPgn(*pgn, name.c_str())) return false;
+    pgn->unnumbered = true;
     while (NextPgnGame(*pgn)) {
         ++builder.counts.games;
         if (pgn->hasFen)
