@@ -6,7 +6,6 @@ namespace {
 
 constexpr int kLeastDepth = 3, kGreatestDepth = 99;  // that "sd" makes sense of
 constexpr std::int64_t kMilliseconds = 1000;
-constexpr std::int64_t kLongest = 1000000000;  // ms; eleven days
 constexpr int kMostMoves = 1000000;
 
 // An order needs so long at most to stop the engine: it looks every 20000 nodes.
@@ -40,7 +39,7 @@ bool EngineKeepsClock(const SearchLimits& limits) {
 // down to half of what it is told. The reserve is kept from it, so that on a busy machine
 // a short clock is not lost by waiting for the processor.
 std::int64_t ToldClock(const SearchLimits& limits, int gamePly, bool ponder) {
-    const std::int64_t clock = std::clamp(limits.clock, std::int64_t{0}, kLongest);
+    const std::int64_t clock = std::clamp(limits.clock, std::int64_t{0}, kLongestTime);
     const std::int64_t own = clock - std::min(clock / 2, kReserve);
     const std::int64_t fraction = limits.increment % kMilliseconds;
     std::int64_t more = fraction * 4 / 5 * QuarterMoves(limits, gamePly);
@@ -62,7 +61,7 @@ std::string LimitCommands(const SearchLimits& limits, int gamePly, bool ponder) 
                           ? 0
                           : std::clamp(limits.movesToGo, 1, kMostMoves) + gamePly / 2;
     const std::int64_t seconds =
-        std::clamp(limits.increment, std::int64_t{0}, kLongest) / kMilliseconds;
+        std::clamp(limits.increment, std::int64_t{0}, kLongestTime) / kMilliseconds;
     return "level " + std::to_string(moves) + " 0 " + std::to_string(seconds) +
            "\ntime " + std::to_string(ToldClock(limits, gamePly, ponder)) + '\n';
 }
@@ -72,7 +71,7 @@ bool TimeToPonder(const SearchLimits& limits) {
 }
 
 std::int64_t OwnTimeLimit(const SearchLimits& limits) {
-    std::int64_t limit = kLongest;
+    std::int64_t limit = kLongestTime;
     if (limits.moveTime > 0)
         limit = limits.moveTime > kShortMove * kOrderTime
                     ? limits.moveTime - kOrderTime
@@ -82,5 +81,5 @@ std::int64_t OwnTimeLimit(const SearchLimits& limits) {
         const std::int64_t share = limits.clock / moves + limits.increment * 4 / 5;
         limit = std::min({limit, share, limits.clock / 2});
     }
-    return limit == kLongest ? 0 : std::max(limit, std::int64_t{1});
+    return limit == kLongestTime ? 0 : std::max(limit, std::int64_t{1});
 }

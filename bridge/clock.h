@@ -4,6 +4,9 @@
 #include <cstdint>
 #include <string>
 
+// Times are clamped to this where they are read, in ms: eleven days.
+inline constexpr std::int64_t kLongestTime = 1000000000;
+
 struct SearchLimits {
     bool endless = false;  // until told to stop
     int depth = 0;         // plies as shown; 0: no limit, and so for the others

@@ -5,8 +5,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <ctime>
+#include <iterator>
 
 #include "bridge/gamefolder.h"
 #include "platform/clock.h"
@@ -65,6 +67,7 @@ bool Launch(const std::string& folder, std::string& fault) {
     close(in[0]);
     close(out[1]);
     EngineInput = in[1];
+    fcntl(EngineInput, F_SETFL, O_NONBLOCK);
     EngineOutput.descriptor = out[0];
     if (Process < 0) fault = "no process";
     return Process > 0;
@@ -81,12 +84,47 @@ bool Ended(int milliseconds) {
     return true;
 }
 
-bool WaitForOutput(std::int64_t deadline) {
+// Sleeps until the engine has said something, which is read, or takes input, where that
+// is waited for too. False when the deadline has passed, the engine has ended, or this
+// program is asked to: a request that comes while it is awake still ends the sleep.
+bool WaitForEngine(bool untilItTakes, std::int64_t deadline) {
     const std::int64_t left = deadline - ClockMilliseconds();
     if (left <= 0) return false;
-    pollfd waiting = {EngineOutput.descriptor, POLLIN, 0};
-    if (poll(&waiting, 1, static_cast<int>(left)) > 0) ReadSome(EngineOutput);
+    const timespec limit = {left / 1000, left % 1000 * 1000000};
+    pollfd waiting[] = {{EngineOutput.descriptor, POLLIN, 0},
+                        {untilItTakes ? EngineInput : -1, POLLOUT, 0}};
+    sigset_t terminate, before;
+    sigemptyset(&terminate);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&terminate, signal);
+    sigprocmask(SIG_BLOCK, &terminate, &before);
+    if (!TerminationRequested() &&
+        ppoll(waiting, std::size(waiting), &limit, &before) > 0 &&
+        waiting[0].revents != 0)
+        ReadSome(EngineOutput);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
     return !EngineOutput.ended && !TerminationRequested();
+}
+
+bool SendAll(std::string_view text) {
+    const std::int64_t deadline = ClockMilliseconds() + kPatience;
+    while (!text.empty()) {
+        const ssize_t sent = write(EngineInput, text.data(), text.size());
+        if (sent >= 0)
+            text.remove_prefix(static_cast<std::size_t>(sent));
+        else if (errno != EINTR && errno != EAGAIN)
+            return false;
+        else if (!WaitForEngine(true, deadline))
+            return false;
+    }
+    return true;
+}
+
+// What the engine said of its start that the user should know.
+std::string StartRemark;
+
+void NoteStart(const std::string& line) {
+    if (line.starts_with("*** ") || line.starts_with("An error occured"))
+        StartRemark = "the engine says: " + line;
 }
 
 }  // namespace
@@ -98,9 +136,13 @@ bool StartEngine(std::string& fault) {
         StopEngine();
         return false;
     }
+    StartRemark.clear();
     TellEngine("easy\n");
-    if (SettleEngine([](const std::string&) {})) return true;
-    fault = "the engine does not start: " + EngineProgram;
+    const bool ready = SettleEngine(NoteStart);
+    if (!StartRemark.empty()) fault += (fault.empty() ? "" : "; ") + StartRemark;
+    if (ready) return true;
+    fault = "the engine does not start: " + EngineProgram +
+            (fault.empty() ? "" : " (" + fault + ')');
     StopEngine();
     return false;
 }
@@ -122,7 +164,7 @@ void StopEngine() {
 bool EngineRuns() { return Process > 0 && !EngineOutput.ended; }
 
 void TellEngine(std::string_view lines) {
-    if (EngineInput >= 0 && !WriteAll(EngineInput, lines)) EngineOutput.ended = true;
+    if (EngineInput >= 0 && !SendAll(lines)) EngineOutput.ended = true;
 }
 
 // "exit" ends an analysis and any search; "force" ends the pondering that may follow, and
@@ -138,6 +180,6 @@ bool SettleEngine(void (*visit)(const std::string& line)) {
             if (line == answer) return true;
             visit(line);
         }
-        if (EngineOutput.ended || !WaitForOutput(deadline)) return false;
+        if (EngineOutput.ended || !WaitForEngine(false, deadline)) return false;
     }
 }

@@ -12,14 +12,16 @@ extern std::string EngineProgram;
 extern LineReader EngineOutput;
 
 // Starts it in a folder made for it, in force mode and not pondering. False, with the
-// reason in `fault`, when it does not get ready.
+// reason in `fault`, when it does not get ready; otherwise `fault` tells what the user
+// may want to know of the start, if there is anything.
 bool StartEngine(std::string& fault);
 // Asks it to end, and ends it when it does not.
 void StopEngine();
 bool EngineRuns();
 
 // Lines as they stand, line ends included. A failing write shows as the end of its
-// output.
+// output, and so does an engine that takes nothing for as long as it may take for an
+// answer. What it says meanwhile is read, so that neither waits for the other.
 void TellEngine(std::string_view lines);
 
 // Ends whatever the engine does (search, pondering, analysis) and waits until it has said

@@ -12,6 +12,8 @@ bool UseGameFolder(const std::string& folder, std::string& fault);
 extern std::string StandardBook;
 
 // Makes the engine's folder as the options ask for and returns its name; empty with the
-// reason in `fault` when it cannot be made.
+// reason in `fault` when it cannot be made. Otherwise `fault` tells of endgame tables
+// that cannot be offered, if there are such. The first call removes the folders that
+// bridges of this user have left behind which were killed.
 std::string MakeEngineFolder(std::string& fault);
 void RemoveEngineFolder();

@@ -1,6 +1,5 @@
 #include "bridge/lines.h"
 
-#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,9 +7,11 @@
 #include <charconv>
 #include <cstdarg>
 #include <cstdio>
+#include <limits>
 #include <vector>
 
 #include "board/tables.h"
+#include "platform/output.h"
 #include "platform/process.h"
 
 bool OutsideGone;
@@ -68,21 +69,6 @@ bool TakeLine(LineReader& reader, std::string& line) {
     }
 }
 
-bool WriteAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t sent = write(descriptor, text.data(), text.size());
-        if (sent >= 0) {
-            text.remove_prefix(static_cast<std::size_t>(sent));
-        } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
-            pollfd waiting = {descriptor, POLLOUT, 0};
-            poll(&waiting, 1, -1);
-        } else if (errno != EINTR || TerminationRequested()) {
-            return false;
-        }
-    }
-    return true;
-}
-
 void Say(const char* format, ...) {
     if (OutsideGone || TerminationRequested()) return;
     va_list arguments, again;
@@ -94,7 +80,7 @@ void Say(const char* format, ...) {
     std::vsnprintf(text.data(), text.size(), format, again);
     va_end(again);
     text[text.size() - 2] = '\n';
-    OutsideGone = !WriteAll(STDOUT_FILENO, {text.data(), text.size() - 1});
+    OutsideGone = !SendOutput(text.data(), text.size() - 1);
 }
 
 std::string_view TakeWord(std::string_view& text) {
@@ -113,8 +99,12 @@ bool ToNumber(std::string_view text, long long& number) {
     long long value = 0;
     const auto [end, error] =
         std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || error != std::errc{} || end != text.data() + text.size())
+    if (text.empty() || error == std::errc::invalid_argument ||
+        end != text.data() + text.size())
         return false;
+    if (error == std::errc::result_out_of_range)
+        value = text[0] == '-' ? std::numeric_limits<long long>::min()
+                               : std::numeric_limits<long long>::max();
     number = value;
     return true;
 }

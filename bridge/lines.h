@@ -25,10 +25,6 @@ void ReadSome(LineReader& reader);
 // there is none. A last line without an end is no line.
 bool TakeLine(LineReader& reader, std::string& line);
 
-// Writes all of it, however slow the reader is; false when nobody reads any more, or when
-// the program is asked to end while it waits.
-bool WriteAll(int descriptor, std::string_view text);
-
 // ---- To the outside ----
 // One line, formatted like printf, its end added here, sent at once. When the outside is
 // gone, OutsideGone becomes true and nothing more is said; nor once the program is asked
@@ -41,6 +37,7 @@ extern bool OutsideGone;
 std::string_view TakeWord(std::string_view& text);
 // Without blanks at both ends.
 std::string_view Trimmed(std::string_view text);
-// The whole text is a decimal number that fits; otherwise `number` stays as it is.
+// The whole text is a decimal number; otherwise `number` stays as it is. One that is too
+// large, or too small, becomes the largest or smallest that there is.
 bool ToNumber(std::string_view text, long long& number);
 bool EqualNoCase(std::string_view a, std::string_view b);

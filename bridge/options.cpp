@@ -11,7 +11,9 @@ bool OptionsChanged;
 namespace {
 
 constexpr long long kMegabyte = 1 << 20;
-constexpr std::size_t kLongestPath = 240;  // a settings line holds 249 characters
+constexpr std::size_t kLongestText = 4096;
+// What the engine is told of its tables depends on the folder that it runs in.
+constexpr char kTableKeys[] = "EGTBPath;UseEGTB";
 
 std::string BaseText;                       // settings lines from the game folder
 std::map<std::string, std::string> Values;  // by option name, what is shown
@@ -35,9 +37,6 @@ std::string PawnHashLine(const std::string& value) {
 }
 std::string CacheLine(const std::string& value) {
     return SizeLine("EGTBHashSize", value, 1, 20, 30);
-}
-std::string PathLines(const std::string& value) {
-    return value.empty() ? "UseEGTB=off\n" : "EGTBPath=" + value + '\n';
 }
 std::string Switched(const std::string& value) { return value == "true" ? "on" : "off"; }
 std::string LearningLines(const std::string& value) {
@@ -91,32 +90,34 @@ void ForEachSetting(const std::string& text, Visit visit) {
     }
 }
 
-// Directories of tables as the engine finds them from its own folder.
-std::string AbsolutePaths(const std::string& paths, const std::string& folder) {
-    std::string result;
-    for (std::size_t begin = 0; begin < paths.size();) {
-        const std::size_t end = std::min(paths.find_first_of(";,", begin), paths.size());
-        const std::filesystem::path one = paths.substr(begin, end - begin);
-        if (!one.empty()) {
-            if (!result.empty()) result += ';';
-            result += (std::filesystem::path(folder) / one).lexically_normal().string();
-        }
-        begin = end + 1;
-    }
-    return result;
+// A table's size in a settings file: a power of two, written in two digits; what is out
+// of range counts as `otherwise`.
+struct TableSize {
+    const char* key;
+    int entryBytes, lowest, highest, otherwise;
+};
+constexpr TableSize kTableSizes[] = {
+    {"TranspositionSize", 20, 13, 24, 19},
+    {"PawnHashSize", 22, 12, 23, 18},
+    {"EGTBHashSize", 1, 0, 30, 30},
+};
+
+// In megabytes, rounded up; empty when the value is none to the engine.
+std::string ShownSize(const TableSize& size, const std::string& value) {
+    const auto digit = [&](std::size_t i) {
+        return value.size() > i && value[i] >= '0' && value[i] <= '9';
+    };
+    if (!digit(0) || !digit(1)) return "";
+    int bits = 10 * (value[0] - '0') + value[1] - '0';
+    if (bits < size.lowest || bits > size.highest) bits = size.otherwise;
+    const long long bytes = static_cast<long long>(size.entryBytes) << bits;
+    return std::to_string((bytes + kMegabyte - 1) / kMegabyte);
 }
 
 // What the option shows for a settings line; empty: as it was.
 std::string Shown(const std::string& key, const std::string& value) {
-    long long bits = 0;
-    const auto megabytes = [&](int entryBytes) {
-        if (!ToNumber(value.substr(0, 2), bits) || bits > 30) return std::string();
-        const long long bytes = static_cast<long long>(entryBytes) << bits;
-        return std::to_string(std::max(1LL, (bytes + kMegabyte - 1) / kMegabyte));
-    };
-    if (EqualNoCase(key, "TranspositionSize")) return megabytes(20);
-    if (EqualNoCase(key, "PawnHashSize")) return megabytes(22);
-    if (EqualNoCase(key, "EGTBHashSize")) return megabytes(1);
+    for (const TableSize& size : kTableSizes)
+        if (EqualNoCase(key, size.key)) return ShownSize(size, value);
     if (EqualNoCase(value, "on")) return "true";
     if (EqualNoCase(value, "off")) return "false";
     return value;
@@ -131,9 +132,10 @@ bool Valid(const BridgeOption& option, std::string_view value) {
         case OptionKind::Switch:
             return value == "true" || value == "false";
         case OptionKind::Text:
-            return value.size() <= kLongestPath &&
-                   std::all_of(value.begin(), value.end(),
-                               [](char c) { return c >= ' ' && c <= '~'; });
+            return value.size() <= kLongestText &&
+                   std::none_of(value.begin(), value.end(), [](char c) {
+                       return static_cast<unsigned char>(c) < ' ';
+                   });
     }
     return false;
 }
@@ -146,7 +148,7 @@ bool Valid(const BridgeOption& option, std::string_view value) {
 const std::vector<BridgeOption> kOptions = {
     {"Hash",           OptionKind::Number, "10",    1, 320,  "TranspositionSize", HashLine},
     {"PawnHash",       OptionKind::Number, "6",     1, 176,  "PawnHashSize",      PawnHashLine},
-    {"EGTBPath",       OptionKind::Text,   "",      0, 0,    "EGTBPath;UseEGTB",  PathLines},
+    {"EGTBPath",       OptionKind::Text,   "",      0, 0,    kTableKeys,          NoLine},
     {"EGTBCache",      OptionKind::Number, "1",     1, 1024, "EGTBHashSize",      CacheLine},
     {"OwnBook",        OptionKind::Switch, "false", 0, 0,    "",                  NoLine},
     {"UseBookWeights", OptionKind::Switch, "true",  0, 0,    "UseBookWeights",    BookWeightsLine},
@@ -161,14 +163,16 @@ const std::vector<BridgeOption> kOptions = {
 };
 // clang-format on
 
-void ReadBaseSettings(const std::string& text, const std::string& folder) {
+void ReadBaseSettings(const std::string& text, bool inFolder) {
     BaseText.clear();
     Values.clear();
     Set.clear();
     for (const BridgeOption& option : kOptions) Values[option.name] = option.standard;
     bool tables = true;
     ForEachSetting(text, [&](const std::string& key, std::string value) {
-        if (EqualNoCase(key, "EGTBPath")) value = AbsolutePaths(value, folder);
+        // The engine takes "\\" for the separator of a path's parts too.
+        if (EqualNoCase(key, "EGTBPath"))
+            std::replace(value.begin(), value.end(), '\\', '/');
         if (EqualNoCase(key, "UseEGTB")) tables = !EqualNoCase(value.substr(0, 3), "off");
         BaseText += key + '=' + value + '\n';
         const std::string shown = Shown(key, value);
@@ -177,9 +181,9 @@ void ReadBaseSettings(const std::string& text, const std::string& folder) {
                 !EqualNoCase(key, "UseEGTB"))
                 Values[option.name] = shown;
     });
+    // Without a path the engine looks for tables where it is started.
+    if (inFolder && Values["EGTBPath"].empty()) Values["EGTBPath"] = ".";
     if (!tables) Values["EGTBPath"].clear();
-    // Without a path the engine would look for tables where it is started.
-    if (Values["EGTBPath"].empty()) Set["EGTBPath"] = true;
 }
 
 const std::string& OptionValue(std::string_view name) {
@@ -217,9 +221,33 @@ std::string WriteSettings() {
             kOptions.begin(), kOptions.end(), [&](const BridgeOption& option) {
                 return Set[option.name] && HasKey(option.keys, key);
             });
-        if (!replaced) text += key + '=' + value + '\n';
+        if (!replaced && !HasKey(kTableKeys, key)) text += key + '=' + value + '\n';
     });
     for (const BridgeOption& option : kOptions)
         if (Set[option.name]) text += option.lines(Values[option.name]);
     return text;
+}
+
+std::vector<std::string> TableFolders(const std::string& value, const std::string& from,
+                                      std::string& missing) {
+    const auto exists = [&](const std::string& one) {
+        std::error_code error;
+        return std::filesystem::is_directory(std::filesystem::path(from) / one, error);
+    };
+    std::vector<std::string> folders;
+    for (std::size_t begin = 0; begin < value.size(); ++begin) {
+        const std::size_t shortest =
+            std::min(value.find_first_of(";,", begin), value.size());
+        if (shortest == begin) continue;
+        std::size_t end = value.size();
+        while (end > shortest && !exists(value.substr(begin, end - begin)))
+            end = value.find_last_of(";,", end - 1);
+        const std::string one = value.substr(begin, end - begin);
+        if (exists(one))
+            folders.push_back((std::filesystem::path(from) / one).string());
+        else
+            missing += (missing.empty() ? "" : ", ") + one;
+        begin = end;
+    }
+    return folders;
 }

@@ -22,13 +22,19 @@ extern const std::vector<BridgeOption> kOptions;
 
 // ---- The values ----
 // The settings file that the options start from: its lines, and option values where they
-// are found in it. Relative table paths in it belong to `folder`.
-void ReadBaseSettings(const std::string& text, const std::string& folder);
+// are found in it. In a game folder, tables are looked for there unless it says where.
+void ReadBaseSettings(const std::string& text, bool inFolder);
 const std::string& OptionValue(std::string_view name);
 // True when the value has been taken, the name in either case; otherwise `fault` says why
 // not.
 bool SetOption(std::string_view name, std::string_view value, std::string& fault);
 // Values have been set since the settings were last written.
 extern bool OptionsChanged;
-// The settings file for the engine.
+// The settings file for the engine, but for its endgame tables.
 std::string WriteSettings();
+// The folders that a value of EGTBPath names, ";" or "," between them, relative ones as
+// seen from the folder `from`. Such a character may also stand in a folder's name: of the
+// readings the one with the longest existing folder counts. What exists in no reading is
+// named in `missing`.
+std::vector<std::string> TableFolders(const std::string& value, const std::string& from,
+                                      std::string& missing);

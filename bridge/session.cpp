@@ -417,8 +417,9 @@ bool RestartEngine() {
     OptionsChanged = false;
     ForgetSearch();
     std::string fault;
-    if (StartEngine(fault)) return true;
-    Outside->onNotice(fault);
+    const bool started = StartEngine(fault);
+    if (!fault.empty()) Outside->onNotice(fault);
+    if (started) return true;
     ExitStatus = EXIT_FAILURE;
     QuitRequested = true;
     return false;

@@ -13,6 +13,11 @@ constexpr int kShownMateBound = 31000;
 
 constexpr std::size_t kMostMoves = 64;
 
+// What an engine can say of itself: beyond it, the line is none.
+constexpr long long kMostDepth = 1000;
+constexpr long long kLongestThought = 1000000000;  // centiseconds
+constexpr long long kMostNodes = 1000000000000000;
+
 // The texts from `from` on as moves played from here, as far as they are legal.
 std::vector<std::string> Follow(const std::vector<std::string_view>& texts,
                                 std::size_t from) {
@@ -40,7 +45,10 @@ bool ReadThinkingLine(std::string_view line, ThinkingReport& report) {
     long long numbers[4];
     for (long long& number : numbers)
         if (!ToNumber(TakeWord(line), number)) return false;
-    if (std::abs(numbers[1]) > kShownMate || numbers[0] < 0) return false;
+    if (numbers[0] < 0 || numbers[0] > kMostDepth || numbers[1] > kShownMate ||
+        numbers[1] < -kShownMate || numbers[2] < 0 || numbers[2] > kLongestThought ||
+        numbers[3] < 0 || numbers[3] > kMostNodes)
+        return false;
     std::vector<std::string_view> texts;
     for (std::string_view word;
          texts.size() < kMostMoves && !(word = TakeWord(line)).empty();)

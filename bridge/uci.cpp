@@ -147,13 +147,14 @@ bool ReadLimit(std::string_view word, std::string_view& rest, SearchLimits& limi
     constexpr long long kMost = 1000000;
     const long long positive = std::max(number, 1LL);
     const int small = static_cast<int>(std::min(positive, kMost));
-    if (word == (white ? "wtime" : "btime")) limits.clock = std::max(number, 0LL);
-    if (word == (white ? "winc" : "binc")) limits.increment = std::max(number, 0LL);
+    const std::int64_t time = std::clamp<std::int64_t>(number, 0, kLongestTime);
+    if (word == (white ? "wtime" : "btime")) limits.clock = time;
+    if (word == (white ? "winc" : "binc")) limits.increment = time;
     if (word == "movestogo") limits.movesToGo = small;
     if (word == "depth") limits.depth = small;
     if (word == "mate") limits.depth = 2 * std::min(small, 40) + 1;
     if (word == "nodes") limits.nodes = positive;
-    if (word == "movetime") limits.moveTime = positive;
+    if (word == "movetime") limits.moveTime = std::max<std::int64_t>(time, 1);
     return true;
 }
 

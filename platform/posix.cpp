@@ -39,14 +39,14 @@ void Handle(int signal, void (*handler)(int)) {
 
 // Sleeps until the descriptor is ready or has failed (the caller's read or write tells).
 // Once the program is asked to end it no longer sleeps: false then means "not ready".
-// SIGTERM is held back from before the flag is tested until ppoll sleeps, so there is no
-// instant at which it could arrive unseen.
+// The signals that may ask for that are held back from before the flag is tested until
+// ppoll sleeps, so there is no instant at which they could arrive unseen.
 bool WaitUntilReady(int descriptor, short events) {
     constexpr timespec kAtOnce = {0, 0};
     sigset_t terminate;
     sigset_t before;
     sigemptyset(&terminate);
-    sigaddset(&terminate, SIGTERM);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&terminate, signal);
     sigprocmask(SIG_BLOCK, &terminate, &before);
     pollfd waiting = {descriptor, events, 0};
     int ready;

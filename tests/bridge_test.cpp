@@ -6,6 +6,8 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <limits>
+#include <set>
 #include <sstream>
 
 #include "bench/engineprocess.h"
@@ -254,13 +256,12 @@ TEST(BridgeClock, OrdersComeBeforeTheLimit) {
 TEST(BridgeOptions, AreWrittenAsSettings) {
     std::string fault;
     ASSERT_TRUE(UseGameFolder("", fault));
-    EXPECT_EQ(WriteSettings(), "UseEGTB=off\n");
+    EXPECT_EQ(WriteSettings(), "");
     const char* set[][3] = {
         {"Hash", "64", "TranspositionSize=21\n"},
         {"hash", "1", "TranspositionSize=15\n"},
         {"Hash", "320", "TranspositionSize=24\n"},
         {"PawnHash", "6", "PawnHashSize=18\n"},
-        {"EGTBPath", "/tables;/more", "EGTBPath=/tables;/more\n"},
         {"EGTBCache", "1024", "EGTBHashSize=30\n"},
         {"VarietyOfPlay", "0", "VarietyOfPlay=0\n"},
         {"BookLearning", "false", "BookLearning=off\n"},
@@ -291,7 +292,7 @@ TEST(BridgeOptions, AreWrittenAsSettings) {
         EXPECT_FALSE(SetOption(b[0], b[1], fault)) << b[0];
         EXPECT_NE(fault, "");
     }
-    EXPECT_FALSE(SetOption("EGTBPath", std::string(300, 'x'), fault));
+    EXPECT_FALSE(SetOption("EGTBPath", std::string(5000, 'x'), fault));
     EXPECT_EQ(WriteSettings(), before);
 }
 
@@ -304,16 +305,81 @@ TEST(BridgeOptions, AGameFolderIsTheStart) {
     ASSERT_TRUE(UseGameFolder(folder.directory.string(), fault));
     EXPECT_EQ(OptionValue("Hash"), "80");
     EXPECT_EQ(OptionValue("Cowardice"), "50");
-    EXPECT_EQ(OptionValue("EGTBPath"), folder.Path("tables"));
+    EXPECT_EQ(OptionValue("EGTBPath"), "tables");
     EXPECT_TRUE(SetOption("Cowardice", "60", fault));
     EXPECT_EQ(WriteSettings(),
-              "transpositionsize=22\nBookLearningMode=discover\nEGTBPath=" +
-                  folder.Path("tables") + "\nCowardice=60\n");
+              "transpositionsize=22\nBookLearningMode=discover\nCowardice=60\n");
     EXPECT_FALSE(UseGameFolder(folder.Path("missing"), fault));
     ASSERT_TRUE(UseGameFolder("", fault));
 }
 
+// As the engine reads them: two digits, and what is out of range has a value of its own.
+TEST(BridgeOptions, SizesInAGameFolderAreClamped) {
+    const char* cases[][2] = {{"-1", "10"},  {"-9223372036854775808", "10"},
+                              {"9", "10"},   {"", "10"},
+                              {"99", "10"},  {"12", "10"},
+                              {"24", "320"}, {"13x", "1"}};
+    for (const auto& c : cases) {
+        ReadBaseSettings("TranspositionSize=" + std::string(c[0]) + '\n', false);
+        EXPECT_EQ(OptionValue("Hash"), c[1]) << c[0];
+    }
+    ReadBaseSettings("PawnHashSize=-1\nEGTBHashSize=-1\n", false);
+    EXPECT_EQ(OptionValue("PawnHash"), "6");
+    EXPECT_EQ(OptionValue("EGTBCache"), "1");
+    ReadBaseSettings("EGTBHashSize=99\n", false);
+    EXPECT_EQ(OptionValue("EGTBCache"), "1024");
+    ReadBaseSettings("", false);
+}
+
+// Whatever the folders are called, the engine finds them.
+TEST(BridgeOptions, TablesAreFoundUnderEveryName) {
+    for (const std::string name : {"plain", "a;b", "a,b;c", "t\xC3\xA4\xC3\xA4\xC3\xA4",
+                                   "\xFF\xFE", "a b", "long"}) {
+        Scratch room;
+        std::filesystem::path game = room.directory / name;
+        if (name == "long") game = game / std::string(200, 'x') / std::string(200, 'y');
+        std::filesystem::create_directories(game / "tables,2");
+        std::filesystem::create_directories(game / "tables");
+        std::ofstream(game / "tables" / "first");
+        std::ofstream(game / "tables,2" / "second");
+        std::ofstream(game / "Veltramox.ini") << "EGTBPath=tables,2;,;tables;missing\n";
+        std::string fault, remark;
+        ASSERT_TRUE(UseGameFolder(game.string(), fault)) << fault;
+        const std::filesystem::path folder = MakeEngineFolder(remark);
+        EXPECT_TRUE(std::filesystem::exists(folder / "2" / "first")) << name;
+        EXPECT_TRUE(std::filesystem::exists(folder / "1" / "second")) << name;
+        EXPECT_EQ(remark, "no endgame tables can be read in missing");
+        ASSERT_TRUE(SetOption("EGTBPath", (game / "tables,2").string(), fault)) << fault;
+        remark.clear();
+        const std::filesystem::path second = MakeEngineFolder(remark);
+        EXPECT_EQ(remark, "");
+        EXPECT_TRUE(std::filesystem::exists(second / "1" / "second")) << name;
+        std::ifstream settings(second / "Veltramox.ini");
+        std::string line;
+        EXPECT_TRUE(std::getline(settings, line) && line == "EGTBPath=1");
+        EXPECT_FALSE(std::filesystem::exists(folder));
+        RemoveEngineFolder();
+    }
+    std::string fault;
+    ASSERT_TRUE(UseGameFolder("", fault));
+}
+
 // ---- Lines ----
+
+bool Put(int descriptor, const std::string& text) {
+    return write(descriptor, text.data(), text.size()) ==
+           static_cast<ssize_t>(text.size());
+}
+
+TEST(BridgeLines, NumbersBeyondAllMeasure) {
+    constexpr long long kLeast = std::numeric_limits<long long>::min();
+    constexpr long long kMost = std::numeric_limits<long long>::max();
+    long long number = 0;
+    EXPECT_TRUE(ToNumber("99999999999999999999", number) && number == kMost);
+    EXPECT_TRUE(ToNumber("-99999999999999999999", number) && number == kLeast);
+    for (const char* bad : {"", "-", "1x", "99999999999999999999x", "+1"})
+        EXPECT_FALSE(ToNumber(bad, number)) << bad;
+}
 
 TEST(BridgeLines, LongAndBrokenOnes) {
     int ends[2];
@@ -321,23 +387,23 @@ TEST(BridgeLines, LongAndBrokenOnes) {
     LineReader reader;
     reader.descriptor = ends[0];
     std::string line;
-    ASSERT_TRUE(WriteAll(ends[1], "one\r\ntwo\n\nhal"));
+    ASSERT_TRUE(Put(ends[1], "one\r\ntwo\n\nhal"));
     ReadSome(reader);
     EXPECT_TRUE(TakeLine(reader, line) && Trimmed(line) == "one");
     EXPECT_TRUE(TakeLine(reader, line) && line == "two");
     EXPECT_TRUE(TakeLine(reader, line) && line.empty());
     EXPECT_FALSE(TakeLine(reader, line));
-    ASSERT_TRUE(WriteAll(ends[1], "f\n"));
+    ASSERT_TRUE(Put(ends[1], "f\n"));
     ReadSome(reader);
     EXPECT_TRUE(TakeLine(reader, line) && line == "half");
     // A line beyond all measure goes, the next one counts.
     const std::string part(1 << 15, 'x');
     for (std::size_t sent = 0; sent <= kLongestLine + part.size(); sent += part.size()) {
-        ASSERT_TRUE(WriteAll(ends[1], part));
+        ASSERT_TRUE(Put(ends[1], part));
         ReadSome(reader);
         EXPECT_FALSE(TakeLine(reader, line));
     }
-    ASSERT_TRUE(WriteAll(ends[1], "xx\nnext\nrest"));
+    ASSERT_TRUE(Put(ends[1], "xx\nnext\nrest"));
     close(ends[1]);
     while (!reader.ended) ReadSome(reader);
     EXPECT_TRUE(TakeLine(reader, line) && line == "next");
@@ -545,6 +611,83 @@ TEST(BridgeProgram, EndsWhenToldToWhileItWaits) {
     if (ended == 0) kill(bridge.pid, SIGKILL);
     close(bridge.toEngine);
     close(bridge.fromEngine);
+}
+
+// The engine does not run on, and its pipe is full.
+TEST(BridgeProgram, EndsWhenToldToWhileTheEngineTakesNothing) {
+    EngineProcess bridge = StartBridge(true);
+    const pid_t engine = ChildOf(bridge.pid);
+    kill(engine, SIGSTOP);
+    std::string game = "position startpos moves";
+    for (int i = 0; i < 12000; ++i) game += i % 2 == 0 ? " g1f3 g8f6" : " f3g1 f6g8";
+    SendText(bridge, game + "\ngo depth 3\n");
+    usleep(1500000);
+    kill(bridge.pid, SIGTERM);
+    int status = 0, waited = 0;
+    pid_t ended = 0;
+    while ((ended = waitpid(bridge.pid, &status, WNOHANG)) == 0 && waited++ < 500)
+        usleep(10000);
+    EXPECT_EQ(ended, bridge.pid);
+    EXPECT_NE(kill(engine, 0), 0);
+    if (ended == 0) {
+        kill(bridge.pid, SIGKILL);
+        kill(engine, SIGKILL);
+    }
+    close(bridge.toEngine);
+    close(bridge.fromEngine);
+}
+
+// A temporary folder for the programs that are started while it lives.
+struct TemporaryFolder {
+    explicit TemporaryFolder(const std::string& name) {
+        if (const char* named = std::getenv("TMPDIR")) before = named;
+        setenv("TMPDIR", name.c_str(), 1);
+    }
+    ~TemporaryFolder() {
+        if (before.empty())
+            unsetenv("TMPDIR");
+        else
+            setenv("TMPDIR", before.c_str(), 1);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    std::string before;
+};
+
+// What killed bridges leave behind goes at the next start; nothing else does.
+TEST(BridgeProgram, SweepsWhatKilledOnesLeft) {
+    Scratch room;
+    TemporaryFolder temporary(room.directory.string());
+    const auto folders = [&] {
+        std::set<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(room.directory))
+            names.insert(entry.path().filename().string());
+        return names;
+    };
+    const std::set<std::string> kept = {
+        "veltramox-bridge-1-abcdef", "veltramox-bridge-notes",
+        "veltramox-bridge-999999999-abcdefg", "xveltramox-bridge-999999999-abcdef"};
+    for (const std::string& name : kept)
+        std::filesystem::create_directory(room.directory / name);
+    EngineProcess killed = StartBridge(true), living = StartBridge(true);
+    ASSERT_EQ(folders().size(), kept.size() + 2);
+    kill(killed.pid, SIGKILL);
+    waitpid(killed.pid, nullptr, 0);
+    close(killed.toEngine);
+    close(killed.fromEngine);
+    EngineProcess next = StartBridge(true);
+    EXPECT_EQ(folders().size(), kept.size() + 2);
+    EXPECT_TRUE(StopEngine(living));
+    EXPECT_TRUE(StopEngine(next));
+    EXPECT_EQ(folders(), kept);
+}
+
+TEST(BridgeProgram, AnEmptyTemporaryFolderIsNone) {
+    std::FILE* const pipe = popen("echo uci | TMPDIR= " VELTRAMOX_BRIDGE, "r");
+    std::string said;
+    for (char line[256]; std::fgets(line, sizeof line, pipe) != nullptr;) said += line;
+    EXPECT_EQ(pclose(pipe), 0);
+    EXPECT_NE(said.find("uciok"), std::string::npos) << said;
 }
 
 // Commands in any order, at any moment, pondering or not: every move of the engine is
