@@ -4,15 +4,15 @@
 #include "driver/input.h"
 #include "driver/settings.h"
 #include "driver/state.h"
+#include "eval/evaluate.h"
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/history.h"
 #include "search/root.h"
 
 bool PrepareEngine() {
-    SetEarlyDefaults();
     BuildTables();
-    SetLateDefaults();
+    SetDefaultSettings();
     PostThinking = 0;
     IgnoreInput();
     return FreshState();
@@ -20,8 +20,8 @@ bool PrepareEngine() {
 
 bool FreshState() {
     FreePawnTable();
-    if (!AllocateTranspositionTable(TranspositionSize) ||
-        !AllocatePawnTable(PawnHashSize))
+    if (!AllocateTranspositionTable(Settings.TranspositionSize) ||
+        !AllocatePawnTable(Settings.PawnHashSize))
         return false;
     ClearHistoryAndKillers();
     ResetMargins();

@@ -44,7 +44,7 @@ const BookEntry& ChooseByScore(const BookList& list) {
     for (int i = 0; i < list.count; ++i)
         if (!IsRemoved(Book, list.entries[i]))
             best = std::max(best, MoveScore(list.entries[i]));
-    const int threshold = best * (100 - VarietyOfPlay) / 100;
+    const int threshold = best * (100 - Settings.VarietyOfPlay) / 100;
     const BookEntry* kept[kMaxBookEntries];
     int count = 0;
     for (int i = 0; i < list.count; ++i)
@@ -56,8 +56,8 @@ const BookEntry& ChooseByScore(const BookList& list) {
 // The mode decides; a book of version 0 has nothing to go by.
 const BookEntry& Choose(const BookList& list, int usable) {
     if (Book.version == 0) return ChooseAny(list, usable);
-    if (BookLearningMode != 0) return ChooseLeastPlayed(list);
-    return UseBookWeights != 0 ? ChooseByScore(list) : ChooseAny(list, usable);
+    if (Settings.BookLearningMode != 0) return ChooseLeastPlayed(list);
+    return Settings.UseBookWeights != 0 ? ChooseByScore(list) : ChooseAny(list, usable);
 }
 
 // The four characters of a move; squares beyond the board, in a damaged book, give ranks
@@ -85,11 +85,11 @@ void WriteStatistics(const BookEntry& entry) {
 void LimitLearning() {
     if (Book.version == 0) {
         Write("NG: Book learning not supported for book version 0\n");
-        UseBookLearning = 0;
-        UseBookWeights = 0;
-    } else if (!Book.writable && UseBookLearning != 0) {
+        SettingsInForce.UseBookLearning = 0;
+        SettingsInForce.UseBookWeights = 0;
+    } else if (!Book.writable && Settings.UseBookLearning != 0) {
         Write("# The book cannot be written: no book learning\n");
-        UseBookLearning = 0;
+        SettingsInForce.UseBookLearning = 0;
     }
 }
 

@@ -77,7 +77,7 @@ void CommitPending() {
         LearnRecord record;
         const LearnPlace place =
             FindLearnRecord(Learning, suspect.hash1, suspect.hash2, record);
-        if (LogLearningIntoFile != 0) Log(suspect, place.record != 0);
+        if (Settings.LogLearningIntoFile != 0) Log(suspect, place.record != 0);
         record = {suspect.depth, suspect.newScore, suspect.move,
                   suspect.hash1, suspect.hash2,    0};
         written = WriteLearnRecord(Learning, place, record) && written;

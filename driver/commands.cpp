@@ -18,6 +18,7 @@
 #include "driver/state.h"
 #include "driver/think.h"
 #include "driver/usermove.h"
+#include "eval/evaluate.h"
 #include "platform/output.h"
 #include "search/control.h"
 #include "search/hash.h"
@@ -62,7 +63,7 @@ void White() { Board.SideToMove = WHITE; }
 void Black() { Board.SideToMove = BLACK; }
 void Easy() { AllowPondering(false); }
 void Hard() {
-    if (Pondering == 1) AllowPondering(true);
+    if (Settings.Pondering == 1) AllowPondering(true);
 }
 void Time() { SetEngineClock(InputLine); }
 
@@ -191,8 +192,9 @@ constexpr Command kCommands[] = {
 // a draw. The engine's own last move is taken back, so that the side to move is its own.
 void LearnAbandonedDraw() {
     const bool searched = Root.RootDepth != 0;
-    if (UseBookLearning == 0 || Book.file == nullptr || BookLearnedThisGame != 0 ||
-        !searched || RootScore != 0 || Board.SideToMove == RootSide || Board.GamePly == 0)
+    if (Settings.UseBookLearning == 0 || Book.file == nullptr ||
+        BookLearnedThisGame != 0 || !searched || RootScore != 0 ||
+        Board.SideToMove == RootSide || Board.GamePly == 0)
         return;
     TakeBackGameMove();
     BookLearn(kGameDrawn);
@@ -236,7 +238,7 @@ void Quit() {
     FreeTranspositionTable();
     FreePawnTable();
     if (BookLoaded != 0) CloseBook();
-    if (UseLearning != 0 || UseLearningData != 0) CloseLearningFile();
+    if (Settings.UseLearning != 0 || Settings.UseLearningData != 0) CloseLearningFile();
     FlushOutput();
     std::exit(EXIT_SUCCESS);
 }

@@ -179,7 +179,7 @@ After Force(const char*) {
 }
 
 After Hard(const char*) {
-    if (Pondering == 1) AllowPondering(true);
+    if (Settings.Pondering == 1) AllowPondering(true);
     return StopAndReturn();
 }
 

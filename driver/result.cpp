@@ -21,7 +21,7 @@ void WriteResult(const char* line) {
 // A drawn game is credited to the book's moves before it is announced; mates are credited
 // when the score shows them coming.
 void LearnDraw() {
-    if (UseBookLearning != 0 && Book.file != nullptr) BookLearn(kGameDrawn);
+    if (Settings.UseBookLearning != 0 && Book.file != nullptr) BookLearn(kGameDrawn);
 }
 
 // A bare king against at most a king.

@@ -1,73 +1,195 @@
 #include "driver/settings.h"
 
-#include "driver/state.h"
+#include "board/tables.h"
+#include "eval/evaluate.h"
+#include "eval/pawns.h"
 #include "platform/output.h"
 #include "search/control.h"
 #include "search/hash.h"
 
-int TranspositionSize, PawnHashSize, EGTBHashSize;
-int ResignValue, ResignTimes;
-int UseEGTB;
-int UseBookWeights, UseBookLearning, BookLearningMode, VarietyOfPlay, BookLearningBound;
-int UseLearning, UseLearningData, LogLearningIntoFile;
-int Pondering;
-char EgtbPath[kEgtbPathSize];
+EngineSettings SettingsInForce;
 
 namespace {
 
-constexpr int kPawnEntryBytes = 22;
+// A size that no table can have is refused at its allocation, after the report.
 constexpr int kMostBits = 48;
+// Cache sizes of 2^31 bytes and more would not fit a signed 32-bit count.
+constexpr int kMostCacheBits = 30;
 
-void WriteSize(const char* name, int bits, int entryBytes) {
-    // A size that no table can have is refused at its allocation, after this report.
-    const bool possible = bits >= 0 && bits <= kMostBits;
-    const long long bytes = possible ? static_cast<long long>(entryBytes) << bits : 0;
-    Write("%s=%d (%lld bytes)\n", name, bits, bytes);
+constexpr unsigned kHearsOff = 1, kHearsOn = 2, kHearsBoth = 3;
+
+// ---- Rows by kind ----
+struct Texts {
+    const char *section, *comment, *key, *name;
+};
+constexpr Setting Size(Texts t, int* value, int standard, int lowest, int highest,
+                       int otherwise, int entryBytes) {
+    return {t.section,  t.comment, t.key,  t.name,   SettingKind::Size,
+            value,      standard,  lowest, highest,  otherwise,
+            entryBytes, 2,         "",     {"", ""}, 0};
+}
+constexpr Setting Number(Texts t, int* value, int standard, int highest, int digits,
+                         const char* unit = "") {
+    return {t.section, t.comment, t.key, t.name,   SettingKind::Number,
+            value,     standard,  0,     highest,  0,
+            0,         digits,    unit,  {"", ""}, 0};
+}
+constexpr Setting Switch(Texts t, int* value, int standard, unsigned heard,
+                         const char* word0 = "off", const char* word1 = "on") {
+    return {
+        t.section, t.comment, t.key, t.name, SettingKind::Switch, value, standard, 0, 1,
+        0,         0,         0,     "",     {word0, word1},      heard};
 }
 
-void WriteSwitch(const char* name, int on) {
-    Write("%s=%s\n", name, on != 0 ? "on" : "off");
+EngineSettings& In = SettingsInForce;
+
+// clang-format off
+const Setting kSettings[] = {
+    Size({"Memory",
+          "Transposition table: 2 to the power of this many entries of 20 bytes, 13 to 24.\n"
+          "19 takes 10 MB, 22 takes 84 MB. Larger tables pay in long games.",
+          "TranspositionSize", "TranspositionSize"},
+         &In.TranspositionSize, 19, 13, 24, 19, kHashEntryBytes),
+    Size({nullptr,
+          "Pawn hash table: 2 to the power of this many entries of 22 bytes, 12 to 23.",
+          "PawnHashSize", "PawnHashSize"},
+         &In.PawnHashSize, 18, 12, 23, 18, kPawnEntryBytes),
+    Size({nullptr,
+          "Tablebase cache: 2 to the power of this many bytes, two digits, 30 at most. 20 is 1 MB.",
+          "EGTBHashSize", "EGTBHashSize"},
+         &In.EGTBHashSize, 20, 0, kMostCacheBits, kMostCacheBits, 1),
+
+    Number({"Style", "Weight of attacks on the enemy king, in percent, 0 to 300.",
+            "Aggressivity", "Aggressivity"}, &Aggressivity, 100, 300, 3, "%"),
+    Number({nullptr, "Weight of the own king's safety, in percent, 0 to 300.",
+            "Cowardice", "Cowardice"}, &Cowardice, 100, 300, 3, "%"),
+
+    Number({"Resigning",
+            "The engine resigns when its score was worse than this many centipawns below zero...",
+            "ResignValue", "ResignValue"}, &In.ResignValue, 800, 9999, 4),
+    Number({nullptr, "...for this many of its moves in a row, 0 to 9 (0 resigns at once).",
+            "ResignTimes", "ResignTimes"}, &In.ResignTimes, 3, 9, 1),
+
+    Switch({"Endgame tablebases",
+            "\"off\" leaves them alone. xboard refuses an engine whose start-up text contains\n"
+            "\"not found\", which is what the engine says when there are no tables: set this to \"off\"\n"
+            "in a directory without tables.",
+            "UseEGTB", "UseEGTB"}, &In.UseEGTB, 1, kHearsOff),
+    {nullptr,
+     "Directories of the tables, separated by \";\" or \",\". Plain ASCII, and the whole line at\n"
+     "most 249 characters. Empty: the directory the program is started in.",
+     "EGTBPath", "EGTB path", SettingKind::Path, nullptr, 0, 0, 0, 0, 0, 0, "", {"", ""}, 0},
+
+    Switch({"Opening book (Book.vlx)",
+            "\"on\": moves are chosen by their results. \"off\": every book move is equally likely.",
+            "UseBookWeights", "UseBookWeights"}, &In.UseBookWeights, 1, kHearsBoth),
+    Switch({nullptr, "\"on\": the results of the games are written back into the book.",
+            "BookLearning", "UseBookLearning"}, &In.UseBookLearning, 1, kHearsBoth),
+    Switch({nullptr,
+            "\"kill\" plays what has done best; \"discover\" plays what has been played least.",
+            "BookLearningMode", "BookLearningMode"},
+           &In.BookLearningMode, 0, kHearsOn, "KILL", "DISCOVER"),
+    Number({nullptr,
+            "How far below the best result a book move may be and still be chosen, in percent,\n"
+            "0 to 100. 0 plays only the best, 100 any.",
+            "VarietyOfPlay", "VarietyOfPlay"}, &In.VarietyOfPlay, 10, 100, 3),
+    Number({nullptr,
+            "A game counts as decided for the book once the score passes this many centipawns.",
+            "BookLearningBound", "BookLearningBound"}, &In.BookLearningBound, 400, 9999, 4),
+
+    Switch({"Position learning (Learn.vl1)",
+            "\"on\": positions whose score later collapsed are remembered.",
+            "Learning", "UseLearning"}, &In.UseLearning, 0, kHearsBoth),
+    Switch({nullptr, "\"on\": the search uses what is remembered.",
+            "UseLearningData", "UseLearningData"}, &In.UseLearningData, 0, kHearsBoth),
+    Switch({nullptr, "\"on\": every remembered position is also written as a line of learn.log.",
+            "LogLearningIntoFile", "LogLearningIntoFile"},
+           &In.LogLearningIntoFile, 0, kHearsBoth),
+
+    Switch({"Thinking on the opponent's time",
+            "\"off\" forbids it whatever the front end asks for.",
+            "Pondering", "Pondering"}, &In.Pondering, 1, kHearsOff),
+};
+// clang-format on
+
+void WriteSetting(const Setting& s) {
+    switch (s.kind) {
+        case SettingKind::Size: {
+            const bool possible = *s.value >= 0 && *s.value <= kMostBits;
+            const long long bytes =
+                possible ? static_cast<long long>(s.entryBytes) << *s.value : 0;
+            Write("%s=%d (%lld bytes)\n", s.name, *s.value, bytes);
+            break;
+        }
+        case SettingKind::Number:
+            Write("%s=%d%s\n", s.name, *s.value, s.unit);
+            break;
+        case SettingKind::Switch:
+            Write("%s=%s\n", s.name, s.words[*s.value != 0 ? 1 : 0]);
+            break;
+        case SettingKind::Path:
+            Write("%s=\"%s\"\n", s.name, Settings.EgtbPath);
+            break;
+    }
+}
+
+std::string DefaultText(const Setting& s) {
+    switch (s.kind) {
+        case SettingKind::Size:
+        case SettingKind::Number:
+            return std::to_string(s.standard);
+        case SettingKind::Switch: {
+            std::string word = s.words[s.standard];
+            for (char& c : word) c = ToLower(c);
+            return word;
+        }
+        case SettingKind::Path:
+            break;
+    }
+    return "";
+}
+
+// The lines of the text, each as a comment.
+std::string Commented(std::string_view text) {
+    std::string lines = "; ";
+    for (const char c : text) {
+        lines += c;
+        if (c == '\n') lines += "; ";
+    }
+    return lines + '\n';
 }
 
 }  // namespace
 
-void SetEarlyDefaults() {
-    EgtbPath[0] = '\0';
-    UseLearning = UseLearningData = LogLearningIntoFile = 0;
-    GameClock.MovesPerControl = GameClock.Increment = 0;
-    Pondering = UseEGTB = 1;
+std::span<const Setting> AllSettings() { return kSettings; }
+
+void SetDefaultSettings() {
+    SettingsInForce = {};
+    for (const Setting& s : kSettings)
+        if (s.value != nullptr) *s.value = s.standard;
     AllowPondering(true);
 }
 
-void SetLateDefaults() {
-    EGTBHashSize = 20;
-    TranspositionSize = 19;
-    PawnHashSize = 18;
-    Aggressivity = Cowardice = 100;
-    ResignValue = 800;
-    ResignTimes = 3;
-    UseBookLearning = UseBookWeights = 1;
-    BookLearningMode = 0;
-    BookLearningBound = 400;
-    VarietyOfPlay = 10;
-}
-
 void WriteSettingsReport() {
-    WriteSize("TranspositionSize", TranspositionSize, kHashEntryBytes);
-    WriteSize("PawnHashSize", PawnHashSize, kPawnEntryBytes);
-    WriteSize("EGTBHashSize", EGTBHashSize, 1);
-    Write("Aggressivity=%d%%\nCowardice=%d%%\n", Aggressivity, Cowardice);
-    Write("ResignValue=%d\nResignTimes=%d\n", ResignValue, ResignTimes);
-    WriteSwitch("UseEGTB", UseEGTB);
-    Write("EGTB path=\"%s\"\n", EgtbPath);
-    WriteSwitch("UseBookWeights", UseBookWeights);
-    WriteSwitch("UseBookLearning", UseBookLearning);
-    Write("BookLearningMode=%s\n", BookLearningMode == 0 ? "KILL" : "DISCOVER");
-    Write("VarietyOfPlay=%d\nBookLearningBound=%d\n", VarietyOfPlay, BookLearningBound);
-    WriteSwitch("UseLearning", UseLearning);
-    WriteSwitch("UseLearningData", UseLearningData);
-    WriteSwitch("LogLearningIntoFile", LogLearningIntoFile);
-    WriteSwitch("Pondering", Pondering);
+    for (const Setting& s : kSettings) WriteSetting(s);
     Write("\n");
     FlushOutput();
+}
+
+std::string DefaultSettingsText() {
+    std::string text =
+        "; Settings of Veltramox, read once when the program starts, from the directory "
+        "it is\n"
+        "; started in. One setting a line: Key=value, no blanks before the key or around "
+        "\"=\".\n"
+        "; Keys and words may be written in any case. Lines that begin with \";\" are "
+        "comments.\n"
+        "; Every key stands here at its default; a key that is left out keeps it.\n";
+    for (const Setting& s : kSettings) {
+        text += '\n';
+        if (s.section != nullptr)
+            text += "; ---- " + std::string(s.section) + " ----\n\n";
+        text += Commented(s.comment) + s.key + '=' + DefaultText(s) + '\n';
+    }
+    return text;
 }

@@ -12,6 +12,7 @@
 #include "driver/settingsfile.h"
 #include "driver/state.h"
 #include "egtb/tablebase.h"
+#include "eval/evaluate.h"
 #include "platform/clock.h"
 #include "platform/output.h"
 #include "platform/process.h"
@@ -21,7 +22,8 @@
 namespace {
 
 void AllocateTables() {
-    if (AllocateTranspositionTable(TranspositionSize) && AllocatePawnTable(PawnHashSize))
+    if (AllocateTranspositionTable(Settings.TranspositionSize) &&
+        AllocatePawnTable(Settings.PawnHashSize))
         return;
     Write("An error occured while memory allocation!\n");
     FlushOutput();
@@ -32,9 +34,9 @@ void AllocateTables() {
 
 // Endgame tables, when they are wanted: what there is, and a cache for it.
 void OpenTablebases() {
-    if (UseEGTB == 0) return;
+    if (Settings.UseEGTB == 0) return;
     std::uint64_t ramUsed = 0;
-    const int men = InitTablebases(EgtbPath, ramUsed);
+    const int men = InitTablebases(Settings.EgtbPath, ramUsed);
     if (men == 0)
         Write("EGTB files not found\n");
     else
@@ -42,7 +44,7 @@ void OpenTablebases() {
     if (ramUsed != 0)
         Write("%dkb of RAM used for TB indices and decompression tables\n",
               static_cast<int>((ramUsed + 1023) / 1024));
-    if (men != 0 && !SetUpTablebaseCache(EGTBHashSize))
+    if (men != 0 && !SetUpTablebaseCache(Settings.EGTBHashSize))
         Write("An error occured while memory allocation!\n");
 }
 
@@ -50,17 +52,17 @@ void OpenTablebases() {
 
 void StartUp() {
     PrepareSignals();
-    SetEarlyDefaults();
     Write("Veltramox v0.16a[lpha]\n");
     BuildTables();
-    SetLateDefaults();
+    SetDefaultSettings();
     ReadSettingsFile("Veltramox.ini");
     WriteSettingsReport();
     AllocateTables();
     SeedRandom(CalendarSeconds());
     OpenBook("Book.vlx");
-    if (UseLearningData != 0 || UseLearning != 0)
-        Control.LearnedScoresUsed = OpenLearningFile() && UseLearningData != 0 ? 1 : 0;
+    if (Settings.UseLearningData != 0 || Settings.UseLearning != 0)
+        Control.LearnedScoresUsed =
+            OpenLearningFile() && Settings.UseLearningData != 0 ? 1 : 0;
     PostThinking = 1;
     GameClock.EngineClock = -1;
     OpenTablebases();

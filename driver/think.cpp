@@ -45,26 +45,27 @@ bool LedTo(const OwnMove& move, int ply) {
 // So many moves in a row, without take-backs between, stood below the resign value.
 bool Resigns() {
     int count = 0;
-    for (int i = kRemembered - 1, ply = Board.GamePly; i >= 0 && count < ResignTimes;
-         --i, ply -= 2) {
+    for (int i = kRemembered - 1, ply = Board.GamePly;
+         i >= 0 && count < Settings.ResignTimes; --i, ply -= 2) {
         const OwnMove& move = ComputerMoveHistory[i];
-        if (!LedTo(move, ply) || move.score >= -ResignValue) break;
+        if (!LedTo(move, ply) || move.score >= -Settings.ResignValue) break;
         ++count;
     }
-    return count >= ResignTimes;
+    return count >= Settings.ResignTimes;
 }
 
 // The score passed the bound at which the game counts as decided: the book's moves in it
 // are credited, once a game.
 void LearnDecidedGame() {
-    if (UseBookLearning == 0 || Book.file == nullptr || Result.BookMovePlayed != 0 ||
-        BookLearnedThisGame != 0 || std::abs(RootScore) <= BookLearningBound)
+    if (Settings.UseBookLearning == 0 || Book.file == nullptr ||
+        Result.BookMovePlayed != 0 || BookLearnedThisGame != 0 ||
+        std::abs(RootScore) <= Settings.BookLearningBound)
         return;
     BookLearn(RootScore < 0 ? kGameLost : kGameWon);
 }
 
 void LearnFromSearch() {
-    if (UseLearning == 0) return;
+    if (Settings.UseLearning == 0) return;
     constexpr int kNewest = kRemembered - 1;
     PositionLearnAfterMove(
         RootScore, Root.RootDepth,

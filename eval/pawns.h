@@ -24,7 +24,8 @@ struct PawnEntry {
     const FileSets& Of(int colour) const { return sets[1 - colour]; }
     FileSets& Of(int colour) { return sets[1 - colour]; }
 };
-static_assert(sizeof(PawnEntry) == 22);
+inline constexpr int kPawnEntryBytes = 22;
+static_assert(sizeof(PawnEntry) == kPawnEntryBytes);
 
 // Flags of the pawn ending, [colour]: a passer out of the other pawns' reach; two of
 // them, or one on either wing; passers farther apart than the other's.

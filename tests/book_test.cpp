@@ -18,9 +18,9 @@ namespace {
 class BookTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        UseBookLearning = UseBookWeights = 1;
-        BookLearningMode = 0;
-        VarietyOfPlay = 10;
+        SettingsInForce.UseBookLearning = SettingsInForce.UseBookWeights = 1;
+        SettingsInForce.BookLearningMode = 0;
+        SettingsInForce.VarietyOfPlay = 10;
         PlayFromStart("");
     }
     void TearDown() override { CloseBook(); }
@@ -67,14 +67,14 @@ TEST_F(BookTest, OpeningReportsEachKindOfFile) {
     maker.version = 2;
     EXPECT_EQ(Open(maker.Image()), "Book version 2 not supported\n");
     EXPECT_EQ(BookLoaded, 0);
-    EXPECT_EQ(UseBookLearning, 1);
+    EXPECT_EQ(SettingsInForce.UseBookLearning, 1);
     maker.version = 0;
     EXPECT_EQ(Open(maker.Image()),
               "NG: Book learning not supported for book version 0\n"
               "0 nodes in openings book\n");
     EXPECT_EQ(BookLoaded, 1);
-    EXPECT_EQ(UseBookLearning, 0);
-    EXPECT_EQ(UseBookWeights, 0);
+    EXPECT_EQ(SettingsInForce.UseBookLearning, 0);
+    EXPECT_EQ(SettingsInForce.UseBookWeights, 0);
 }
 
 TEST_F(BookTest, ChoiceFollowsTheModeAndTheResults) {
@@ -87,18 +87,18 @@ TEST_F(BookTest, ChoiceFollowsTheModeAndTheResults) {
     EXPECT_EQ(Chosen().size(), 1u);
     EXPECT_EQ(Chosen()["e2e4"], 3000);
 
-    VarietyOfPlay = 50;
+    SettingsInForce.VarietyOfPlay = 50;
     std::map<std::string, int> chosen = Chosen();
     EXPECT_EQ(chosen.size(), 2u);
     EXPECT_NEAR(chosen["d2d4"], 1500, 150);
 
-    BookLearningMode = 1;  // least games, then the better score
+    SettingsInForce.BookLearningMode = 1;  // least games, then the better score
     EXPECT_EQ(Chosen()["e2e4"], 3000);
-    BookLearningMode = 0;
+    SettingsInForce.BookLearningMode = 0;
 
     for (int weights : {0, 1}) {  // any usable move
-        UseBookWeights = weights;
-        VarietyOfPlay = 100;
+        SettingsInForce.UseBookWeights = weights;
+        SettingsInForce.VarietyOfPlay = 100;
         chosen = Chosen();
         EXPECT_EQ(chosen.size(), 3u);
         for (const char* move : {"e2e4", "d2d4", "c2c4"})
@@ -113,7 +113,7 @@ TEST_F(BookTest, MovesWithoutGamesScoreHalf) {
     const auto chosen = Chosen();  // the threshold is 450
     EXPECT_EQ(chosen.size(), 2u);
     EXPECT_EQ(chosen.count("c2c4"), 0u);
-    BookLearningMode = 1;
+    SettingsInForce.BookLearningMode = 1;
     EXPECT_EQ(TextOf(BookProbe()), "d2d4");
 }
 

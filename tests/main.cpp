@@ -7,14 +7,14 @@
 #include "board/tables.h"
 #include "driver/input.h"
 #include "driver/settings.h"
+#include "eval/evaluate.h"
 
 int main(int count, char** words) {
     testing::InitGoogleTest(&count, words);
-    SetEarlyDefaults();
     BuildTables();
-    SetLateDefaults();
+    SetDefaultSettings();
     IgnoreInput();
-    if (!AllocatePawnTable(PawnHashSize)) {
+    if (!AllocatePawnTable(Settings.PawnHashSize)) {
         std::fprintf(stderr, "no memory for the pawn table\n");
         return 1;
     }

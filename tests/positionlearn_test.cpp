@@ -45,11 +45,11 @@ protected:
         std::filesystem::current_path(scratch.directory);
         BuildTables();
         ASSERT_TRUE(OpenLearningFile("Learn.vl1"));
-        LogLearningIntoFile = 1;
+        SettingsInForce.LogLearningIntoFile = 1;
     }
     void TearDown() override {
         CloseLearningFile();
-        LogLearningIntoFile = 0;
+        SettingsInForce.LogLearningIntoFile = 0;
         std::filesystem::current_path(before);
     }
     // The position after these moves is in the file.

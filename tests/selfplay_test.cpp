@@ -75,7 +75,7 @@ TEST(SelfPlay, SlowGamesEndProperly) {
         NewGame();
         MaxDepth = 3 + game % 3;
         // One who resigns at once ends lost games early; the others are played out.
-        ResignTimes = game % 4 == 0 ? 1 : 3;
+        SettingsInForce.ResignTimes = game % 4 == 0 ? 1 : 3;
         Random random(static_cast<std::uint32_t>(game));
         const BoardRecord start = Board;
         Occurrences seen;
@@ -90,7 +90,7 @@ TEST(SelfPlay, SlowGamesEndProperly) {
         while (Board.GamePly > 0) TakeBackGameMove();
         EXPECT_TRUE(SameBoard(Board, start)) << "game " << game;
     }
-    SetLateDefaults();
+    SetDefaultSettings();
     std::printf("%d games, the longest of %d plies\n", games, longest);
     for (const auto& [result, count] : results)
         std::printf("%6d  %s\n", count, result.c_str());

@@ -10,6 +10,7 @@
 #include "board/notation.h"
 #include "driver/settings.h"
 #include "driver/state.h"
+#include "eval/evaluate.h"
 #include "platform/output.h"
 #include "search/control.h"
 #include "search/hash.h"
@@ -19,13 +20,12 @@
 void FreshEngine(int tableBits) {
     FreePawnTable();
     ASSERT_TRUE(AllocateTranspositionTable(tableBits));
-    ASSERT_TRUE(AllocatePawnTable(PawnHashSize));
-    SetEarlyDefaults();
-    SetLateDefaults();
+    ASSERT_TRUE(AllocatePawnTable(Settings.PawnHashSize));
+    SetDefaultSettings();
     ResetMargins();
     ForceMode = PostThinking = Ponder.PonderAllowed = 0;
     MaxDepth = kMaxDepthDefault;
-    GameClock.EngineClock = -1;
+    GameClock = {.EngineClock = -1, .MovesPerControl = 0, .Increment = 0};
     Control.TimeBudget = kUnlimitedBudget;
     Control.PollInterval = kLongPollInterval;
     Result.PreviousScore = Control.StopSearch = Ponder.PonderSearch = Ponder.PonderProbe =

@@ -11,6 +11,7 @@
 
 #include "board/tables.h"
 #include "book/statistics.h"
+#include "driver/settings.h"
 #include "platform/output.h"
 #include "tools/bookcommands.h"
 #include "tools/learncommands.h"
@@ -181,6 +182,11 @@ void AddGamesCommand(CLI::App& app) {
     games->callback(WriteRandomGames);
 }
 
+void AddSettingsCommand(CLI::App& app) {
+    app.add_subcommand("settings", "Print a settings file: every setting at its default")
+        ->callback([] { WriteText(DefaultSettingsText()); });
+}
+
 // The parser's own words: help, or what is wrong with the command line.
 int ShowParserText(const CLI::App& app, const CLI::ParseError& error) {
     std::ostringstream help, complaint;
@@ -203,6 +209,7 @@ int main(int count, char** words) {
     AddLearn(app);
     AddStatistics(app);
     AddGamesCommand(app);
+    AddSettingsCommand(app);
     AddTablesCommands(app);
     BuildTables();
     try {

@@ -177,8 +177,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const bool started = [] {
         BuildTables();
-        SetEarlyDefaults();
-        SetLateDefaults();
+        SetDefaultSettings();
         return true;
     }();
     const std::string kind = VELTRAMOX_FUZZ_KIND;
