@@ -395,28 +395,43 @@ int AlphaBeta(int alpha, int beta, int depth, bool nullAllowed) {
               .best = alpha,
               .scoutBeta = beta};
     int score = 0;
+
+    // 1. Endings without mating material are drawn; simple ones are searched less deep.
     if (EndgameShortcut(node, score)) return score;
+
+    // 2. Draws by the fifty-move rule and by repetition.
     if (Board.FiftyCounter >= kFiftyMoves || RepeatsPosition()) return 0;
 
+    // 3. Transposition table: may settle the node, else gives a move to try first.
     const bool shallowNull = node.depth <= kNullDeepFrom || Board.Units[node.S] < 9;
     node.nullDepth = node.depth - (shallowNull ? kNullReduction : kNullDeepReduction);
     if (ProbeTable(node, score)) return score;
+
+    // 4. Endgame tables, and positions learned from earlier games.
     if (TbMaxPieces != 0 && ProbeTableScore(score)) return score;
     if (LearnedScore(node, score)) return score;
 
+    // 5. Null move: a position that stands passing will stand a move.
     if (nullAllowed && node.nullWorthwhile && NullMoveAllowed(node) &&
         TryNullMove(node, score))
         return score;
 
+    // 6. Singular-move test: the one move that holds is extended.
     node.fullExtensions = Line.Ply <= 2 * Root.RootDepth;
     FindSingularMove(node);
     if (Control.StopSearch != 0) return 0;
 
+    // 7. The table's move, before any move is generated.
     if (node.hashMove != NO_MOVE && SearchHashMove(node, score)) return score;
 
+    // 8. Near the horizon: one ply less or hopeless moves left out, far below alpha.
     SetUpFutility(node);
+
+    // 9. All other moves, stage by stage, late quiet ones reduced.
     const int top = Generated.MoveStackTop;
     const bool settled = SearchMoves(node, score);
     Generated.MoveStackTop = top;
+
+    // 10. No cut-off: the best score, mate or stalemate.
     return settled ? score : FinishNode(node);
 }
