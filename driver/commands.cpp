@@ -189,11 +189,11 @@ constexpr Command kCommands[] = {
 };
 
 // A new game right after the engine's move, with the score at zero: the players agreed to
-// a draw. The engine's own last move is taken back, so that the side to move is its own.
+// a draw. The score must be one of the game, not of analysis. The engine's own last move
+// is taken back, so that the side to move is its own.
 void LearnAbandonedDraw() {
-    const bool searched = Root.RootDepth != 0;
     if (Settings.UseBookLearning == 0 || Book.file == nullptr ||
-        BookLearnedThisGame != 0 || !searched || RootScore != 0 ||
+        BookLearnedThisGame != 0 || Result.ForGame == 0 || RootScore != 0 ||
         Board.SideToMove == RootSide || Board.GamePly == 0)
         return;
     TakeBackGameMove();

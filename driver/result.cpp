@@ -6,8 +6,10 @@
 #include "book/booklearn.h"
 #include "driver/settings.h"
 #include "platform/output.h"
+#include "search/control.h"
 #include "search/hash.h"
 #include "search/outward.h"
+#include "search/root.h"
 
 namespace {
 
@@ -18,10 +20,17 @@ void WriteResult(const char* line) {
     FlushOutput();
 }
 
+// The position came up in a game: it is not analysed, and not reached by a predicted move
+// (a search for such a move starts from the game's own position).
+bool IsPlayed() {
+    return Result.ForGame != 0 && (Ponder.PonderSearch == 0 || Ponder.PonderProbe != 0);
+}
+
 // A drawn game is credited to the book's moves before it is announced; mates are credited
 // when the score shows them coming.
 void LearnDraw() {
-    if (Settings.UseBookLearning != 0 && Book.file != nullptr) BookLearn(kGameDrawn);
+    if (Settings.UseBookLearning != 0 && Book.file != nullptr && IsPlayed())
+        BookLearn(kGameDrawn);
 }
 
 // A bare king against at most a king.

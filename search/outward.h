@@ -12,7 +12,8 @@ bool InputAvailable();
 void CheckInput();
 
 // ---- driver/result.cpp ----
-// Writes the result line and returns true if the game is drawn in this position.
+// Writes the result line and returns true if the game is drawn in this position. A draw,
+// or a stalemate below, that was played is credited to the book's moves.
 bool AnnounceDraw();
 // Writes the result line of a position without legal moves: mate or stalemate.
 void AnnounceNoMoves(bool inCheck);

@@ -43,7 +43,7 @@ void CentreWindow(int score) {
     Beta = Clamp(score + kAspiration);
 }
 
-void PrepareSearch(int depthLimit) {
+void PrepareSearch(int depthLimit, bool bookAllowed) {
     AdvanceTableAge(1);
     RootSide = Board.SideToMove;
     Root.RootGamePly = Board.GamePly;
@@ -53,6 +53,7 @@ void PrepareSearch(int depthLimit) {
     LazyMargin = Decayed(LazyMargin, kLazyFloor);
     Generated.MoveStackTop = 0;
     Result.BookMovePlayed = 0;
+    Result.ForGame = bookAllowed ? 1 : 0;
     Control.DepthLimit = depthLimit;
     Line.Ply = 0;
     Root.RootMoveIndex = 0;
@@ -233,7 +234,7 @@ bool GameOverCheck() {
 
 bool Search(int depthLimit, bool bookAllowed) {
     if (!HasBothKings()) return true;
-    PrepareSearch(depthLimit);
+    PrepareSearch(depthLimit, bookAllowed);
     if (bookAllowed && BookLoaded != 0 && TakeBookMove()) return false;
     Line.ExtFlags[1] = 0;
     if (GameOverCheck()) return true;

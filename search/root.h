@@ -28,6 +28,7 @@ inline int& RootScore = Root.RootScores[0];
 struct SearchResult {
     std::int64_t NodeCount;  // counted up by every search routine
     int BookMovePlayed;      // the move came from the opening book
+    int ForGame;             // the search with the book allowed: for a game, no analysis
     // RootScore of the last completed search that was no ponder search; written by the
     // driver.
     int PreviousScore;
@@ -37,6 +38,7 @@ extern SearchResult Result;
 // Finds the move for the current position: RootMoves[0], with RootScore, RootDepth and
 // NodeCount. `depthLimit` in plies, one above the last iteration. True when there is
 // nothing to move: the game is over (the result line is written) or a king is missing.
+// Without `bookAllowed` the opening book is neither asked for a move nor taught.
 bool Search(int depthLimit, bool bookAllowed);
 // Announces the end of the game if it has ended in this position, and returns true; else
 // fills the root list and shows the table's move, when it leads.

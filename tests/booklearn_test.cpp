@@ -9,6 +9,11 @@
 #include <vector>
 
 #include "board/fen.h"
+#include "driver/settings.h"
+#include "platform/output.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/root.h"
 #include "tests/bookmaker.h"
 #include "tests/killed.h"
 #include "tests/moves.h"
@@ -72,6 +77,46 @@ TEST_F(BookLearnTest, OwnMovesOfTheGameAreCredited) {
         EXPECT_EQ(Words("e2e4"), std::vector<int>{c.afterE4}) << c.game;
         EXPECT_EQ(Words("e2e4 e7e5"), std::vector<int>{c.afterE5}) << c.game;
     }
+}
+
+// A draw is credited where it was played: not in analysis, and not on a predicted move.
+TEST_F(BookLearnTest, DrawsAreCreditedWherePlayed) {
+    const struct {
+        const char* game;
+        int start, afterE3;  // words of e2e4 and a7a5
+    } games[] = {
+        {"e2e4 e7e5 g1f3 g8f6 f3g1 f6g8 g1f3 g8f6 f3g1 f6g8", Word(1, 1), 0},
+        {"e2e3 a7a5 d1h5 a8a6 h5a5 h7h5 h2h4 a6h6 a5c7 f7f6 c7d7 e8f7 d7b7 d8d3 b7b8 "
+         "d3h7 b8c8 f7g6 c8e6",
+         0, Word(1, 1)},
+    };
+    const struct {
+        bool bookAllowed;
+        int ponderSearch, ponderProbe;
+        bool credited;
+    } cases[] = {{true, 0, 0, true},
+                 {false, 0, 0, false},
+                 {true, 1, 0, false},
+                 {true, 1, 1, true}};
+    ASSERT_TRUE(AllocateTranspositionTable(10));
+    SettingsInForce.UseBookLearning = 1;
+    for (const auto& game : games)
+        for (const auto& c : cases) {
+            BookMaker maker;
+            maker.Add("", {{"e2e4", 0}});
+            maker.Add("e2e3", {{"a7a5", 0}});
+            Open(maker);
+            PlayFromStart(game.game);
+            Ponder.PonderSearch = c.ponderSearch;
+            Ponder.PonderProbe = c.ponderProbe;
+            testing::internal::CaptureStdout();
+            EXPECT_TRUE(Search(10, c.bookAllowed));
+            FlushOutput();
+            Ponder.PonderSearch = Ponder.PonderProbe = 0;
+            EXPECT_EQ(testing::internal::GetCapturedStdout().substr(0, 8), "1/2-1/2 ");
+            EXPECT_EQ(Words("")[0], c.credited ? game.start : 0) << game.game;
+            EXPECT_EQ(Words("e2e3")[0], c.credited ? game.afterE3 : 0) << game.game;
+        }
 }
 
 // The front end says whose turn it is: twice in a row White's, and Black's after Black.

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "board/fen.h"
 #include "book/statistics.h"
 #include "tests/bookmaker.h"
 #include "tests/scratch.h"
@@ -49,6 +50,37 @@ TEST(BookInPlay, MovesAreAnsweredListedAndCredited) {
         "e2e4 50% (not less than 1 game(s))\na2a3 -\n"
         "Current hash1=793679112, hash2=1990904136\n"
         "1 moves from current pos in book:\ng1f3 75% (not less than 2 game(s))\nexit 0");
+}
+
+// Neither a drawn position that is analysed nor the score 0 that analysis leaves behind.
+TEST(BookInPlay, AnalysisTeachesNothing) {
+    const std::string analyse = "analyze\n.\n.\nexit\n";
+    const std::string knight = "edit\n#Nd4Kc3cKe6.\nforce\n";
+    std::string repetition = "force\n", back;
+    for (int i = 0; i < 2; ++i) repetition += "g1f3\ng8f6\nf3g1\nf6g8\n";
+    for (int i = 0; i < 8; ++i) back += "undo\n";
+    const struct {
+        const char* fen;
+        char from;  // of the book's move to f3
+        std::string lines;
+    } cases[] = {
+        {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq", G1,
+         repetition + analyse + back},
+        {"8/8/4k3/8/3N4/2K5/8/8 w", D4,
+         knight + "d4f3\ne6e7\n" + analyse + "f3g1\nnew\n" + knight},
+    };
+    for (const auto& c : cases) {
+        Folder folder;
+        folder.Write("Veltramox.ini", "UseEGTB=off\n");
+        ASSERT_TRUE(SetFen(c.fen));
+        const char list[] = {1, c.from, F3, 0, 0};
+        BookMaker maker;
+        maker.AddRaw(BookKey1(Board.hash1, Board.SideToMove),
+                     static_cast<std::int32_t>(Board.hash2), std::string(list, 5));
+        folder.Write("Book.vlx", maker.Image());
+        const std::string output = folder.Say(c.lines + "bkm\n");
+        EXPECT_NE(output.find("f3 ?\n"), std::string::npos) << c.lines << output;
+    }
 }
 
 TEST(BookInPlay, ADamagedBookIsNoReasonNotToPlay) {
