@@ -132,13 +132,10 @@ Next EndPonderSearch() {
 // Searches a move to ponder on for a second, silently, on the opponent's position. True
 // when it was found; otherwise `next` says how to go on.
 bool ProbePonderMove(Next& next) {
-    const int post = PostThinking;
-    PostThinking = 0;
     BeginPonderProbe();
     ClearRequests();
     StartSearchClock();
     const bool over = Search(kTimedDepthLimit, true);
-    PostThinking = post;
     EndPonderProbe();
     next = Next::Finish;
     if (over || Request.NewGameRequested != 0) return false;

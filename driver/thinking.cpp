@@ -57,7 +57,7 @@ void FinalThinkingLine() {
 }
 
 void ThinkingLine(bool force) {
-    if (PostThinking == 0) return;
+    if (PostThinking == 0 || Ponder.PonderProbe != 0) return;
     if (!force && Result.NodeCount >= 1 && Result.NodeCount <= kQuietNodes) return;
     FinalThinkingLine();
 }

@@ -19,5 +19,6 @@ bool AnnounceDraw();
 void AnnounceNoMoves(bool inCheck);
 
 // ---- driver/thinking.cpp ----
-// Writes the thinking line. Without `force` only after 10000 nodes.
+// Writes the thinking line, unless thinking lines are off or the search only looks for a
+// move to ponder on. Without `force` only after 10000 nodes.
 void ThinkingLine(bool force);
