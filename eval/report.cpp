@@ -62,6 +62,16 @@ void WriteKings() {
     Write("Dng=%d\n", KingDanger(side));
 }
 
+// Without pawns the shield is looked at only for a king that has to hide.
+void LeaveShield(const Terms& t) {
+    const bool pawns = (Board.Pawns[WHITE] | Board.Pawns[BLACK]) != 0;
+    if (!pawns && t.ending[WHITE] && t.ending[BLACK]) return;
+    white_defects_k = t.pawns->defects[WHITE][0];
+    white_defects_q = t.pawns->defects[WHITE][1];
+    black_defects_k = t.pawns->defects[BLACK][0];
+    black_defects_q = t.pawns->defects[BLACK][1];
+}
+
 }  // namespace
 
 void LeaveForReport(const Terms& t) {
@@ -71,10 +81,7 @@ void LeaveForReport(const Terms& t) {
         PassedVector[c] = t.pawns->Of(c).passed;
     }
     pawn_score = t.pawnScore;
-    white_defects_k = t.pawns->defects[WHITE][0];
-    white_defects_q = t.pawns->defects[WHITE][1];
-    black_defects_k = t.pawns->defects[BLACK][0];
-    black_defects_q = t.pawns->defects[BLACK][1];
+    LeaveShield(t);
 }
 
 int KingDanger(int attacker) { return Attacks(attacker) + Shelter(ChangeSide(attacker)); }
