@@ -193,13 +193,17 @@ bool KingCatches(int pawn, SquareSet path) {
     return (CatchingSquares<c>(pawn) & SquareMask(king)) != 0;
 }
 
-// Moves the pawn needs to promote, its own men in the way included.
+// Moves the pawn needs to promote, its own men in the way included. On a way free of
+// those, a king that stands before it and yet comes too late saves it one; that of a pawn
+// on its last step leaves 0.
 template <int c>
 int RunningMoves(int pawn, SquareSet path) {
     const int file = FileOf(pawn), rank = RelativeRank<c>(pawn);
     if ((file == 0 || file == 7) && (path & Board.Kings[c]) != 0) return kNoRunner;
-    int moves = 7 - rank + PopCount(path & Board.Occupied[c]);
+    const int inTheWay = PopCount(path & Board.Occupied[c]);
+    int moves = 7 - rank + inTheWay;
     if (IsToMove(c)) moves -= rank == 1 ? 2 : 1;
+    if (inTheWay == 0 && (PasserZone<c>(pawn) & Board.Kings[1 - c]) != 0) --moves;
     return moves;
 }
 

@@ -174,6 +174,10 @@ TEST_F(EvaluateTest, WholeScores) {
                   [](int) { EXPECT_EQ(FullScore(), -27); });
     // Rook 620, mating help 390, black king -30, open file 24, one attack unit 2.
     InBothColours("8/8/8/4k3/8/8/8/R3K3 w", [](int) { EXPECT_EQ(FullScore(), 1006); });
+    // The e-pawn runs past the king with one move to go.
+    InBothColours("3k4/8/4PK2/1PP5/8/8/8/8 b",
+                  [](int) { EXPECT_EQ(FullScore(), -1613); });
+    InBothColours("3k4/8/4PK2/1P6/8/8/8/8 b", [](int) { EXPECT_EQ(FullScore(), -1305); });
 }
 
 TEST_F(EvaluateTest, DrawsLeaveAHigherAlpha) {

@@ -116,6 +116,13 @@ TEST_F(PawnsTest, PassedPawns) {
         {"n7/4k3/8/3PP3/8/8/8/4K3 w", 30},  // against a knight
         {"4k3/8/8/P7/8/8/8/7K w", 530},     // unstoppable, two moves to go
         {"3k4/8/8/P7/8/8/8/7K b", 0},       // the king is in the square
+        // A king before the pawn that comes too late saves it a move, 10, if no own man
+        // stands in the way.
+        {"8/8/4PK2/8/8/8/8/3k4 b", 530},    // two moves
+        {"3k4/8/4PK2/8/8/8/8/8 b", 540},    // one
+        {"3k4/5K2/4P3/8/8/8/8/8 w", 610},   // none; the own king ahead 60
+        {"3k4/4PK2/8/8/8/8/8/8 b", 550},    // none, in check
+        {"3k4/4NK2/4P3/8/8/8/8/8 b", 535},  // three: 520 + 60, blocked -45
         // Races with d the moves: kings ahead of their pawns cancel out or say so.
         {"8/7K/6P1/8/8/1p6/k7/8 w", 440},  // one move faster: 400 + 50 - 10
         {"8/7K/6P1/8/8/1p6/k7/8 b", -440},
