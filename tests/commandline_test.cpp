@@ -1,6 +1,6 @@
 // veltramox-tool as its users call it: the words of the command line, exit statuses, and
 // what stands on its standard output and error.
-#ifdef VELTRAMOX_TOOL
+#ifndef _WIN32
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
@@ -54,6 +54,18 @@ void Follow(const Scratch& folder, std::initializer_list<Step> steps) {
     }
 }
 
+// The text's JSON without its blanks and line feeds; parts that vary are left out by
+// hand.
+std::string Packed(const Outcome& outcome) {
+    std::string packed;
+    bool quoted = false;
+    for (const char c : outcome.text) {
+        quoted ^= c == '"';
+        if (quoted || (c != ' ' && c != '\n')) packed += c;
+    }
+    return packed;
+}
+
 constexpr char kGames[] =
     "[Result \"1-0\"]\n\n1. e4 e5 2. Qh5 Nc6 3. Bc4 Nf6 4. Qxf7# 1-0\n\n"
     "[Result \"0-1\"]\n\n1. f3 e5 2. g4 Qh4# 0-1\n";
@@ -64,8 +76,10 @@ TEST(CommandLineTest, TablesFromMakingToProbing) {
            {{"tables make krk -o t --jobs 1", 0, "krk"},
             {"tables check t --full", 0, "krk"},
             {"tables probe --dir t '8/8/8/3k4/8/8/8/K6R w'", 0, "White mates in 15"},
-            {"tables probe --dir t --json '8/8/8/8/8/1k6/8/K6r b'", 0,
+            {"tables make krk knk -o t --jobs 1", 0, "knk    1 of 1  White"},
+            {"tables probe --dir t --json '8/8/8/8/8/1k6/8/K6q b'", 1,
              "\"result\": \"unknown\""},
+            {"tables probe --dir t '8/8/8/8/8/1k6/8/K6q b'", 1, "No table"},
             {"tables pack t --remove", 0, "ratio"},
             {"tables probe --dir t --json '8/8/8/3k4/8/8/8/K6R w'", 0, "\"moves\": 15"},
             {"tables probe --dir t --json 'k7/8/1K6/8/8/8/8/7R b'", 0,
@@ -77,6 +91,56 @@ TEST(CommandLineTest, TablesFromMakingToProbing) {
             {"tables make", kRefused, ""}});
     folder.Write("t/krk.nbb.emd", "damaged");
     Follow(folder, {{"tables check t", 1, "krk"}});
+}
+
+// Whole documents, also when the work fails on the way.
+TEST(CommandLineTest, TablesAsJson) {
+    Scratch folder;
+    std::string made = Packed(Tool(folder, "tables make krk --jobs 1 --json -o t"));
+    const std::size_t time = made.find("\"milliseconds\":") + 15;
+    made.replace(time, made.find(',', time) - time, "T");
+    EXPECT_EQ(made,
+              "{\"directory\":\"t\",\"tables\":[{\"name\":\"krk\",\"made\":true,"
+              "\"position\":1,\"total\":1,\"whiteToMove\":{\"wins\":16,\"loses\":0},"
+              "\"blackToMove\":{\"wins\":0,\"loses\":16},\"milliseconds\":T,"
+              "\"secondsLeft\":0}]}");
+    EXPECT_EQ(Packed(Tool(folder, "tables make krk --json -o t")),
+              "{\"directory\":\"t\",\"tables\":[{\"name\":\"krk\",\"made\":false}]}");
+    EXPECT_EQ(Packed(Tool(folder, "tables check t --sample 1 --json")),
+              "{\"directory\":\"t\",\"tables\":[{\"name\":\"krk\",\"good\":true,"
+              "\"compared\":1,\"wrong\":0}],\"good\":true}");
+    EXPECT_EQ(Packed(Tool(folder, "tables check t kqk --json")),
+              "{\"directory\":\"t\",\"tables\":[{\"name\":\"kqk\",\"good\":false,"
+              "\"compared\":0,\"wrong\":0,\"fault\":\"kqk.nbw is missing\"}],"
+              "\"good\":false}");
+    EXPECT_EQ(Packed(Tool(folder, "tables pack t/krk.nbw --json")).substr(0, 30),
+              "{\"files\":1,\"plainBytes\":27030,");
+    folder.Write("t/kqk.nbb", "");
+    folder.Write("t/kqk.nbw", "x");
+    const Outcome failed = Tool(folder, "tables make kpk --json -o t");
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_NE(failed.text.find("\n  ]\n}\nveltramox-tool: t/kqk.nb"), std::string::npos)
+        << failed.text;
+}
+
+// In the game folder, and not in the program's own tables, to which a new one has a link.
+TEST(CommandLineTest, TablesAreMadeInTheGameFolder) {
+    Scratch folder;
+    Tool(folder, "tables make krk -o installed");
+    std::filesystem::create_directories(folder.Path("game"));
+    std::filesystem::create_symlink(folder.Path("installed"), folder.Path("game/tables"));
+    const std::string place = folder.Path("game/tables");
+    setenv("VELTRAMOX_GAME", folder.Path("game").c_str(), 1);
+    Follow(folder, {{"tables make krk kqk", 0, ("Tables in " + place + '\n').c_str()},
+                    {"tables make kqk", 0, "kqk    there already"},
+                    {"tables check game/tables", 0, "kqk    good"},
+                    {"tables probe '8/8/8/3k4/8/8/8/K6R w'", 0, "White mates in 15"}});
+    EXPECT_FALSE(std::filesystem::is_symlink(place));
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("installed/kqk.nbw")));
+    unsetenv("VELTRAMOX_GAME");
+    setenv("XDG_DATA_HOME", folder.directory.c_str(), 1);
+    Follow(folder, {{"tables make krk", 0, folder.Path("veltramox/tables").c_str()}});
+    unsetenv("XDG_DATA_HOME");
 }
 
 TEST(CommandLineTest, BooksLearningAndStatistics) {
@@ -107,6 +171,11 @@ TEST(CommandLineTest, AReportThatCannotBeWrittenIsStatusOne) {
     folder.Write("games.pgn", kGames);
     folder.Write("Veltramox.set", std::string(648 * 648 * 6, '\1'));
     folder.Write("learn", "Veltramox learning file" + std::string(4 << 16, '\0'));
+    // A name that is no UTF-8 does not keep a report from being written.
+    EXPECT_EQ(
+        Packed(Tool(folder, "stats merge Veltramox.set Veltramox.set -o \xff --json"))
+            .substr(0, 14),
+        "{\"file\":\"\uFFFD\",");
     for (const char* redirection : {">/dev/full", ">&-"}) {
         for (const char* command :
              {"book build games.pgn --min-games 1 -o b.vlx", "book check b.vlx",

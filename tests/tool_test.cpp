@@ -297,7 +297,7 @@ TEST_F(ToolTest, CheckingTriesEveryWayToAPosition) {
 // The whole report for other programs, of a file whose name needs escapes.
 TEST_F(ToolTest, DamageAsJson) {
     const std::string name = scratch.Path("a \"book\"\n");
-    const std::string escaped = scratch.Path("a \\\"book\\\"\\u000a");
+    const std::string escaped = scratch.Path("a \\\"book\\\"\\n");
     BookMaker maker;
     maker.Add("", {{"e2e4", 0}, {"e2e4", 0}});
     scratch.Write("a \"book\"\n", maker.Image());

@@ -1,5 +1,6 @@
 // Checking a book: everything that the engine relies on, and where it does not hold.
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "board/board.h"
 #include "board/notation.h"
@@ -8,8 +9,8 @@
 #include "tools/bookcommands.h"
 #include "tools/bookwalk.h"
 #include "tools/findings.h"
-#include "tools/json.h"
 #include "tools/progress.h"
+#include "tools/report.h"
 
 namespace {
 
@@ -142,16 +143,14 @@ void WriteText(const Findings& findings, const std::string& name) {
           findings.problems.count == 0 ? "good" : "damaged");
 }
 
-void WriteJson(const Findings& findings, const std::string& name) {
-    JsonWriter json;
-    json.BeginObject();
-    json.Text("file", name);
-    json.Flag("good", findings.problems.count == 0);
-    json.Number("positions", findings.positions);
-    json.Number("moves", static_cast<std::int64_t>(findings.moves));
-    json.Number("reached", findings.reached);
-    WriteJson(findings.problems, json);
-    json.End();
+void WriteAsJson(const Findings& findings, const std::string& name) {
+    Json report = {{"file", name},
+                   {"good", findings.problems.count == 0},
+                   {"positions", findings.positions},
+                   {"moves", findings.moves},
+                   {"reached", findings.reached}};
+    AddProblems(findings.problems, report);
+    WriteJson(report);
 }
 
 // Everything behind a header that has been read.
@@ -184,6 +183,6 @@ int CheckBook(const std::string& name, bool json) {
     if (!OpenBookFile(book, name.c_str())) return Fail("cannot open " + name);
     Findings findings;
     CheckContent(findings, book);
-    json ? WriteJson(findings, name) : WriteText(findings, name);
+    json ? WriteAsJson(findings, name) : WriteText(findings, name);
     return findings.problems.count == 0 ? 0 : 1;
 }

@@ -3,14 +3,15 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 
 #include "board/fen.h"
 #include "board/notation.h"
 #include "book/book.h"
 #include "platform/output.h"
 #include "tools/bookwalk.h"
-#include "tools/json.h"
 #include "tools/progress.h"
+#include "tools/report.h"
 #include "tools/sanwriter.h"
 
 namespace {
@@ -52,59 +53,68 @@ void DumpEntryText(const BookFile& book, const BookEntry& entry, bool onBoard) {
 }
 
 // The move, its text where the position is known, and what it has scored.
-void DumpEntryJson(JsonWriter& json, const BookFile& book, const BookEntry& entry,
-                   bool onBoard) {
-    json.BeginObject();
-    json.Text("move", SquaresOf(entry));
+Json JsonOfEntry(const BookFile& book, const BookEntry& entry, bool onBoard) {
+    Json json = {{"move", SquaresOf(entry)}};
     const std::string san = SanOfEntry(entry, onBoard);
-    if (!san.empty()) json.Text("san", san);
-    json.Flag("removed", IsRemoved(book, entry));
+    if (!san.empty()) json["san"] = san;
+    json["removed"] = IsRemoved(book, entry);
     if (book.version == 0) {
-        json.Number("flag", entry.word);
+        json["flag"] = entry.word;
     } else if (!IsRemoved(book, entry)) {
-        json.Number("for", PointsFor(entry.word));
-        json.Number("against", PointsAgainst(entry.word));
-        json.Number("score", MoveScore(entry));
+        json["for"] = PointsFor(entry.word);
+        json["against"] = PointsAgainst(entry.word);
+        json["score"] = MoveScore(entry);
     }
-    json.End();
+    return json;
+}
+
+std::string EpdHere() {
+    char epd[kEpdSize] = "";
+    WriteEpd(epd)[-1] = '\0';  // without the last blank
+    return epd;
 }
 
 // A position on the board, or one that only its keys are known of.
-void DumpPosition(JsonWriter* json, const BookFile& book, const BookPosition& position,
-                  bool onBoard) {
-    char epd[kEpdSize] = "";
-    if (onBoard) WriteEpd(epd)[-1] = '\0';  // without the last blank
-    if (json == nullptr) {
-        Write("%s\n", !onBoard                 ? "position not reached"
-                      : !position.line.empty() ? position.line.c_str()
-                                               : "start");
-        if (onBoard) Write("  %s\n", epd);
-        Write("  keys %08x %08x, list at %u\n",
-              static_cast<std::uint32_t>(position.record.key1),
-              static_cast<std::uint32_t>(position.record.key2), position.record.list);
-        for (int i = 0; i < position.list.count; ++i)
-            DumpEntryText(book, position.list.entries[i], onBoard);
-        return;
-    }
-    json->BeginObject();
-    if (onBoard) {
-        json->Text("line", position.line);
-        json->Text("epd", epd);
-    }
-    json->Number("key1", position.record.key1);
-    json->Number("key2", position.record.key2);
-    json->Number("list", position.record.list);
-    json->BeginArray("moves");
+void DumpPositionText(const BookFile& book, const BookPosition& position, bool onBoard) {
+    Write("%s\n", !onBoard                 ? "position not reached"
+                  : !position.line.empty() ? position.line.c_str()
+                                           : "start");
+    if (onBoard) Write("  %s\n", EpdHere().c_str());
+    Write("  keys %08x %08x, list at %u\n",
+          static_cast<std::uint32_t>(position.record.key1),
+          static_cast<std::uint32_t>(position.record.key2), position.record.list);
     for (int i = 0; i < position.list.count; ++i)
-        DumpEntryJson(*json, book, position.list.entries[i], onBoard);
-    json->End();
-    json->End();
+        DumpEntryText(book, position.list.entries[i], onBoard);
+}
+
+Json JsonOfPosition(const BookFile& book, const BookPosition& position, bool onBoard) {
+    Json json;
+    if (onBoard) {
+        json["line"] = position.line;
+        json["epd"] = EpdHere();
+    }
+    json["key1"] = position.record.key1;
+    json["key2"] = position.record.key2;
+    json["list"] = position.record.list;
+    Json& moves = json["moves"] = Json::array();
+    for (int i = 0; i < position.list.count; ++i)
+        moves.push_back(JsonOfEntry(book, position.list.entries[i], onBoard));
+    return json;
+}
+
+// As text when there is no list.
+void DumpPosition(JsonList* list, const BookFile& book, const BookPosition& position,
+                  bool onBoard) {
+    if (list == nullptr)
+        DumpPositionText(book, position, onBoard);
+    else
+        AddToJsonList(*list, JsonOfPosition(book, position, onBoard));
 }
 
 // Reached positions with their lines, then the others by their keys alone.
-void DumpAll(JsonWriter* json, const BookFile& book) {
+void DumpAll(JsonList* list, const BookFile& book) {
     const std::vector<bool> visited = WalkBook(book, [&](const BookPosition& position) {
-        DumpPosition(json, book, position, true);
+        DumpPosition(list, book, position, true);
         return false;
     });
     BookPosition position;
@@ -113,7 +123,7 @@ void DumpAll(JsonWriter* json, const BookFile& book) {
         if (!ReadBookRecord(book, position.index, position.record)) break;
         if (!ReadBookList(book, position.record.list, position.list))
             position.list.count = 0;
-        DumpPosition(json, book, position, false);
+        DumpPosition(list, book, position, false);
     }
 }
 
@@ -212,16 +222,13 @@ void ReportBuild(const BuildCounts& counts, const std::string& output, bool json
                 static_cast<unsigned long long>(counts.skipped));
         return;
     }
-    JsonWriter writer;
-    writer.BeginObject();
-    writer.Text("file", output);
-    writer.Number("positions", counts.positions);
-    writer.Number("moves", counts.moves);
-    writer.Number("games", static_cast<std::int64_t>(counts.games));
-    writer.Number("lines", static_cast<std::int64_t>(counts.lines));
-    writer.Number("broken", static_cast<std::int64_t>(counts.broken));
-    writer.Number("skipped", static_cast<std::int64_t>(counts.skipped));
-    writer.End();
+    WriteJson({{"file", output},
+               {"positions", counts.positions},
+               {"moves", counts.moves},
+               {"games", counts.games},
+               {"lines", counts.lines},
+               {"broken", counts.broken},
+               {"skipped", counts.skipped}});
 }
 
 }  // namespace
@@ -251,8 +258,6 @@ int BuildBook(const std::vector<std::string>& games,
 int DumpBook(const std::string& name, const std::string& fen, bool json) {
     OpenedBook book;
     if (!OpenForReading(book, name)) return 1;
-    JsonWriter writer;
-    JsonWriter* const out = json ? &writer : nullptr;
     BookPosition position;
     if (!fen.empty()) {
         if (!SetFen(fen)) return Fail("not a position: " + fen);
@@ -260,19 +265,19 @@ int DumpBook(const std::string& name, const std::string& fen, bool json) {
         if (!FindPosition(book, position.index, position.record) ||
             !ReadBookList(book, position.record.list, position.list))
             return Fail("the position is not in the book");
-        DumpPosition(out, book, position, true);
+        if (json)
+            WriteJson(JsonOfPosition(book, position, true));
+        else
+            DumpPositionText(book, position, true);
     } else if (!json) {
         Write("%s: version %u, %u positions\n", name.c_str(), book.version, book.nodes);
-        DumpAll(out, book);
+        DumpAll(nullptr, book);
     } else {
-        writer.BeginObject();
-        writer.Text("file", name);
-        writer.Number("version", book.version);
-        writer.Number("positions", book.nodes);
-        writer.BeginArray("book");
-        DumpAll(out, book);
-        writer.End();
-        writer.End();
+        JsonList list = BeginJsonList(
+            {{"file", name}, {"version", book.version}, {"positions", book.nodes}},
+            "book");
+        DumpAll(&list, book);
+        EndJsonList(list, Json::object());
     }
     return 0;
 }
@@ -293,11 +298,7 @@ int MergeBooks(const std::string& a, const std::string& b, const std::string& ou
         Write("%s: %u positions\n", output.c_str(), image.nodes);
         return 0;
     }
-    JsonWriter writer;
-    writer.BeginObject();
-    writer.Text("file", output);
-    writer.Number("positions", image.nodes);
-    writer.End();
+    WriteJson({{"file", output}, {"positions", image.nodes}});
     return 0;
 }
 

@@ -1,5 +1,7 @@
 #include "tools/findings.h"
 
+#include <nlohmann/json.hpp>
+
 #include "platform/output.h"
 
 namespace {
@@ -22,14 +24,9 @@ void WriteText(const Problems& problems, const std::string& name) {
               static_cast<unsigned long long>(problems.count - problems.told.size()));
 }
 
-void WriteJson(const Problems& problems, JsonWriter& json) {
-    json.Number("problemCount", static_cast<std::int64_t>(problems.count));
-    json.BeginArray("problems");
-    for (const Problem& problem : problems.told) {
-        json.BeginObject();
-        json.Number("offset", problem.offset);
-        json.Text("problem", problem.text);
-        json.End();
-    }
-    json.End();
+void AddProblems(const Problems& problems, Json& report) {
+    report["problemCount"] = problems.count;
+    Json& told = report["problems"] = Json::array();
+    for (const Problem& problem : problems.told)
+        told.push_back({{"offset", problem.offset}, {"problem", problem.text}});
 }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/json.h"
+#include "tools/report.h"
 
 struct Problem {
     std::int64_t offset;  // in the file
@@ -21,5 +21,5 @@ struct Problems {
 void Report(Problems& problems, std::int64_t offset, const std::string& text);
 // One line for each problem, "FILE: at OFFSET: what".
 void WriteText(const Problems& problems, const std::string& name);
-// The members "problemCount" and "problems" of the object that is open.
-void WriteJson(const Problems& problems, JsonWriter& json);
+// The members "problemCount" and "problems" of a report.
+void AddProblems(const Problems& problems, Json& report);

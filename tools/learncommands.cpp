@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "board/board.h"
@@ -12,8 +13,8 @@
 #include "platform/bytes.h"
 #include "platform/output.h"
 #include "tools/findings.h"
-#include "tools/json.h"
 #include "tools/progress.h"
+#include "tools/report.h"
 
 namespace {
 
@@ -139,33 +140,29 @@ void WriteText(const Findings& findings, const std::string& name) {
           findings.problems.count == 0 ? "good" : "damaged");
 }
 
-void WriteJson(const Findings& findings, const std::string& name) {
-    JsonWriter json;
-    json.BeginObject();
-    json.Text("file", name);
-    json.Flag("good", findings.problems.count == 0);
-    json.Number("records", static_cast<std::int64_t>(findings.records));
-    json.Number("unreachableBytes", findings.unreachable);
-    WriteJson(findings.problems, json);
-    json.End();
+void WriteAsJson(const Findings& findings, const std::string& name) {
+    Json report = {{"file", name},
+                   {"good", findings.problems.count == 0},
+                   {"records", findings.records},
+                   {"unreachableBytes", findings.unreachable}};
+    AddProblems(findings.problems, report);
+    WriteJson(report);
 }
 
 // Scores in centipawns for the side to move, depth in sixtieths of a ply.
-void DumpRecord(JsonWriter* json, std::uint32_t offset, const LearnRecord& record) {
-    if (json == nullptr) {
+void DumpRecord(JsonList* list, std::uint32_t offset, const LearnRecord& record) {
+    if (list == nullptr) {
         Write("%08x %08x  %s  score %d  depth %d (%d plies)  at %u\n", record.hash1,
               record.hash2, TextOf(record.move).c_str(), record.score, record.depth,
               record.depth / 60, offset);
         return;
     }
-    json->BeginObject();
-    json->Number("hash1", record.hash1);
-    json->Number("hash2", record.hash2);
-    json->Text("move", TextOf(record.move));
-    json->Number("score", record.score);
-    json->Number("depth", record.depth);
-    json->Number("offset", offset);
-    json->End();
+    AddToJsonList(*list, {{"hash1", record.hash1},
+                          {"hash2", record.hash2},
+                          {"move", TextOf(record.move)},
+                          {"score", record.score},
+                          {"depth", record.depth},
+                          {"offset", offset}});
 }
 
 // The records of a file, one for each position, as a new file's content.
@@ -202,22 +199,15 @@ std::vector<std::uint8_t> Compacted(FileHandle file) {
 int DumpLearning(const std::string& name, bool json) {
     FileHandle file = OpenExisting(name);
     if (file == nullptr) return 1;
-    JsonWriter writer;
-    if (json) {
-        writer.BeginObject();
-        writer.Text("file", name);
-        writer.BeginArray("records");
-    }
+    JsonList list;
+    if (json) list = BeginJsonList(Json::object({{"file", name}}), "records");
     WalkLearning(
         file,
         [&](std::uint32_t, std::uint32_t offset, const LearnRecord& record) {
-            DumpRecord(json ? &writer : nullptr, offset, record);
+            DumpRecord(json ? &list : nullptr, offset, record);
         },
         [](std::uint32_t, const std::string&) {});
-    if (json) {
-        writer.End();
-        writer.End();
-    }
+    if (json) EndJsonList(list, Json::object());
     CloseFile(file);
     return 0;
 }
@@ -242,13 +232,10 @@ int CompactLearning(const std::string& name, const std::string& output, bool jso
               static_cast<long long>(before), image.size());
         return 0;
     }
-    JsonWriter writer;
-    writer.BeginObject();
-    writer.Text("file", target);
-    writer.Number("records", static_cast<std::int64_t>(records));
-    writer.Number("bytesBefore", before);
-    writer.Number("bytes", static_cast<std::int64_t>(image.size()));
-    writer.End();
+    WriteJson({{"file", target},
+               {"records", records},
+               {"bytesBefore", before},
+               {"bytes", image.size()}});
     return 0;
 }
 
@@ -258,6 +245,6 @@ int CheckLearning(const std::string& name, bool json) {
     Findings findings;
     CheckContent(findings, file);
     CloseFile(file);
-    json ? WriteJson(findings, name) : WriteText(findings, name);
+    json ? WriteAsJson(findings, name) : WriteText(findings, name);
     return findings.problems.count == 0 ? 0 : 1;
 }

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr int kWidth = 40;
+constexpr int kWidth = 30;
 constexpr std::int64_t kInterval = 200;  // ms
 
 std::int64_t LastShown = 0;
@@ -48,6 +48,17 @@ void ShowProgress(const char* what, std::uint64_t done, std::uint64_t whole) {
 void EndProgress() {
     if (Shown) std::fprintf(stderr, "\r\x1B[K");
     Shown = false;
+}
+
+std::string DurationText(double seconds) {
+    const auto whole = static_cast<long long>(seconds + 0.5);
+    char text[32];
+    if (whole >= 3600)
+        std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", whole / 3600,
+                      whole / 60 % 60, whole % 60);
+    else
+        std::snprintf(text, sizeof text, "%lld:%02lld", whole / 60, whole % 60);
+    return text;
 }
 
 int Fail(const std::string& reason) {

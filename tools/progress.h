@@ -10,6 +10,8 @@
 void ShowProgress(const char* what, std::uint64_t done, std::uint64_t whole);
 // Removes the bar.
 void EndProgress();
+// "0:07", "2:31", "1:02:31".
+std::string DurationText(double seconds);
 
 // Reports an error, "veltramox-tool: ...", behind all output so far and without the bar.
 // Returns the exit status 1.

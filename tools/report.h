@@ -1,5 +1,7 @@
-// What the companion program reports on standard output.
+// What the companion program reports on standard output: text, by Write, or JSON.
 #pragma once
+
+#include <nlohmann/json_fwd.hpp>
 
 // Before anything is opened or written: a reader who goes away, or a full disk, ends no
 // work, and no file gets the number of a standard stream that is closed.
@@ -7,3 +9,20 @@ void PrepareReport();
 // At the program's end: hands out what is left. Returns the exit status: 1 instead of 0
 // when some of the report could not be delivered.
 int FinishReport(int status);
+
+// ---- JSON: members in the order given, two blanks a level. Bytes that are no UTF-8 come
+// out as U+FFFD. ----
+using Json = nlohmann::ordered_json;
+
+void WriteJson(const Json& document);
+
+// A document that need not be held as a whole: an object whose elements under one key are
+// written as they come.
+struct JsonList {
+    bool empty = true;
+};
+// The members in front of the list, and its key.
+JsonList BeginJsonList(const Json& members, const char* key);
+void AddToJsonList(JsonList& list, const Json& element);
+// The members behind the list.
+void EndJsonList(const JsonList& list, const Json& members);

@@ -54,13 +54,7 @@ use_own_tables() {
 
 # Beside those of three men, in a directory that is the player's own.
 make_tables() {
-  if [ -L "$game/tables" ]; then
-    rm -rf "$game/tables.new"
-    cp -r "$game/tables/." "$game/tables.new"
-    rm "$game/tables"
-    mv "$game/tables.new" "$game/tables"
-  fi
-  "$tool" tables make --men 4 -o "$game/tables" </dev/null >&2
+  VELTRAMOX_GAME=$game "$tool" tables make --men 4 </dev/null >&2
   use_own_tables
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <vector>
 
@@ -11,8 +12,8 @@
 #include "platform/bytes.h"
 #include "platform/files.h"
 #include "platform/output.h"
-#include "tools/json.h"
 #include "tools/progress.h"
+#include "tools/report.h"
 
 namespace {
 
@@ -129,17 +130,9 @@ void WriteResults(const char* what, const Results& r) {
           static_cast<long long>(r.draws), static_cast<long long>(r.losses), percent);
 }
 
-void AddResults(JsonWriter& json, const Results& r) {
-    json.Number("games", r.Games());
-    json.Number("wins", r.wins);
-    json.Number("draws", r.draws);
-    json.Number("losses", r.losses);
-}
-
-void AddResults(JsonWriter& json, const char* key, const Results& r) {
-    json.BeginObject(key);
-    AddResults(json, r);
-    json.End();
+Json JsonOf(const Results& r) {
+    return {
+        {"games", r.Games()}, {"wins", r.wins}, {"draws", r.draws}, {"losses", r.losses}};
 }
 
 struct RankedPair {
@@ -195,14 +188,11 @@ int QueryStatistics(const std::string& name, const std::string& materials, bool 
         WriteResults("together", together);
         return 0;
     }
-    JsonWriter writer;
-    writer.BeginObject();
-    writer.Text("material", own);
-    writer.Text("against", other);
-    AddResults(writer, "toMove", toMove);
-    AddResults(writer, "otherToMove", notToMove);
-    AddResults(writer, "together", together);
-    writer.End();
+    WriteJson({{"material", own},
+               {"against", other},
+               {"toMove", JsonOf(toMove)},
+               {"otherToMove", JsonOf(notToMove)},
+               {"together", JsonOf(together)}});
     return 0;
 }
 
@@ -211,27 +201,18 @@ int TopStatistics(const std::string& name, int count, bool json) {
     if (!Load(name, counters)) return 1;
     std::vector<RankedPair> ranked = RankPairs(counters);
     ranked.resize(std::min(ranked.size(), static_cast<std::size_t>(count)));
-    JsonWriter writer;
-    if (json) {
-        writer.BeginObject();
-        writer.BeginArray("pairs");
-    }
+    Json pairs = Json::array();
     for (const RankedPair& pair : ranked) {
         const std::string own = LettersOf(pair.own), other = LettersOf(pair.other);
         if (!json) {
             WriteResults((own + ' ' + other).c_str(), pair.results);
             continue;
         }
-        writer.BeginObject();
-        writer.Text("material", own);
-        writer.Text("against", other);
-        AddResults(writer, pair.results);
-        writer.End();
+        Json listed = {{"material", own}, {"against", other}};
+        listed.update(JsonOf(pair.results));
+        pairs.push_back(std::move(listed));
     }
-    if (json) {
-        writer.End();
-        writer.End();
-    }
+    if (json) WriteJson({{"pairs", std::move(pairs)}});
     return 0;
 }
 
@@ -261,11 +242,6 @@ int MergeStatistics(const std::string& a, const std::string& b, const std::strin
               static_cast<long long>(games), static_cast<long long>(rescaled));
         return 0;
     }
-    JsonWriter writer;
-    writer.BeginObject();
-    writer.Text("file", output);
-    writer.Number("results", games);
-    writer.Number("rescaled", rescaled);
-    writer.End();
+    WriteJson({{"file", output}, {"results", games}, {"rescaled", rescaled}});
     return 0;
 }

@@ -181,7 +181,8 @@ CheckedTable CheckTable(int entry, const CheckOptions& options, TableStore& stor
 }  // namespace
 
 bool CheckTables(const fs::path& directory, const std::vector<int>& entries,
-                 const CheckOptions& options, void (*report)(const CheckedTable&)) {
+                 const CheckOptions& options,
+                 const std::function<void(const CheckedTable&)>& report) {
     TableStore store;
     store.directory = directory;
     bool good = true;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,4 +25,5 @@ struct CheckedTable {
 // Checks the tables of the directory that are among `entries` (empty: all), `report`
 // being called after each. True when none has a fault.
 bool CheckTables(const std::filesystem::path& directory, const std::vector<int>& entries,
-                 const CheckOptions& options, void (*report)(const CheckedTable&));
+                 const CheckOptions& options,
+                 const std::function<void(const CheckedTable&)>& report);

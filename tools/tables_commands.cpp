@@ -1,8 +1,10 @@
 #include "tools/tables_commands.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -12,6 +14,7 @@
 #include "egtb/indextables.h"
 #include "platform/output.h"
 #include "tools/progress.h"
+#include "tools/report.h"
 #include "tools/tables_check.h"
 #include "tools/tables_make.h"
 #include "tools/tables_pack.h"
@@ -33,27 +36,95 @@ int EntryNamed(const std::string& name) {
     return entry;
 }
 
+void AddJson(CLI::App* command, bool& json) {
+    command->add_flag("--json", json, "Write the report as JSON");
+}
+
+// A list under "tables" that is whole also when the work behind it fails. `work` adds to
+// it and returns the members that stand behind it.
+template <typename Work>
+void ReportTables(const Json& members, const Work& work) {
+    JsonList list = BeginJsonList(members, "tables");
+    Json after = Json::object();
+    try {
+        after = work(list);
+    } catch (...) {
+        EndJsonList(list, after);
+        throw;
+    }
+    EndJsonList(list, after);
+}
+
+std::string Variable(const char* name) {
+    const char* const value = std::getenv(name);
+    return value == nullptr ? "" : value;
+}
+
+// "tables" in the player's game folder, which the start script finds by the same rules;
+// without a home, in the current directory.
+std::string DefaultDirectory() {
+    if (const std::string folder = Variable("VELTRAMOX_GAME"); !folder.empty())
+        return (fs::path(folder) / "tables").string();
+    if (const fs::path data = Variable("XDG_DATA_HOME"); data.is_absolute())
+        return (data / "veltramox" / "tables").string();
+    if (const fs::path home = Variable("HOME"); home.is_absolute())
+        return (home / ".local" / "share" / "veltramox" / "tables").string();
+    return "tables";
+}
+
+// In a new game folder "tables" leads to the tables that came with the program, where
+// nobody writes: a directory of the player's own takes its place, with the same tables.
+void MakeOwn(const fs::path& directory) {
+    if (!fs::is_symlink(directory)) return;
+    const fs::path copy = directory.string() + ".new";
+    fs::remove_all(copy);
+    fs::create_directories(copy);
+    if (fs::is_directory(directory))
+        for (const fs::directory_entry& file : fs::directory_iterator(directory))
+            if (file.is_regular_file())
+                fs::copy_file(file.path(), copy / file.path().filename());
+    fs::remove(directory);
+    fs::rename(copy, directory);
+}
+
 // ---- make ----
 
 struct MakeOptions {
     std::vector<std::string> names;
     std::vector<int> men;
-    std::string directory = ".";
+    std::string directory;
     int jobs = DefaultJobs();
+    bool json = false;
 };
 
-void ReportMade(const MadeTable& table) {
+void WriteMade(const MadeTable& table) {
     const std::string name(EntryOf(table.entry).name);
     if (!table.made) {
         Write("%-6s there already\n", name.c_str());
         return;
     }
     Write(
-        "%-6s White to move: wins in %d, loses in %d; Black to move: wins in %d, "
-        "loses in %d; %.1f s\n",
-        name.c_str(), table.longestWin[0], table.longestLoss[0], table.longestWin[1],
-        table.longestLoss[1], table.seconds);
+        "%-6s %d of %d  White to move: wins in %d, loses in %d; Black to move: wins in "
+        "%d, loses in %d; %.1f s",
+        name.c_str(), table.position, table.total, table.longestWin[0],
+        table.longestLoss[0], table.longestWin[1], table.longestLoss[1], table.seconds);
+    if (table.secondsLeft >= 1)
+        Write("; %s left", DurationText(table.secondsLeft).c_str());
+    Write("\n");
     FlushOutput();
+}
+
+Json JsonOfMade(const MadeTable& table) {
+    Json json = {{"name", EntryOf(table.entry).name}, {"made", table.made}};
+    if (!table.made) return json;
+    json["position"] = table.position;
+    json["total"] = table.total;
+    for (const int side : {WHITE, BLACK})
+        json[side == WHITE ? "whiteToMove" : "blackToMove"] = {
+            {"wins", table.longestWin[side]}, {"loses", table.longestLoss[side]}};
+    json["milliseconds"] = static_cast<std::int64_t>(1000 * table.seconds);
+    json["secondsLeft"] = static_cast<std::int64_t>(table.secondsLeft + 0.5);
+    return json;
 }
 
 void RunMake(const MakeOptions& options) {
@@ -63,7 +134,24 @@ void RunMake(const MakeOptions& options) {
         for (const int entry : TablesWithMen(men)) entries.push_back(entry);
     for (const std::string& name : options.names) entries.push_back(EntryNamed(name));
     if (entries.empty()) throw CLI::ValidationError("name tables, or give --men");
-    MakeTables(entries, options.directory, options.jobs, ReportMade);
+    std::string directory = options.directory;
+    if (directory.empty()) {
+        directory = DefaultDirectory();
+        MakeOwn(directory);
+    }
+    if (!options.json) {
+        Write("Tables in %s\n", directory.c_str());
+        FlushOutput();
+        MakeTables(entries, directory, options.jobs, WriteMade);
+        return;
+    }
+    ReportTables({{"directory", directory}}, [&](JsonList& list) {
+        MakeTables(entries, directory, options.jobs, [&list](const MadeTable& table) {
+            AddToJsonList(list, JsonOfMade(table));
+            FlushOutput();
+        });
+        return Json::object();
+    });
 }
 
 void AddMake(CLI::App& tables) {
@@ -73,9 +161,10 @@ void AddMake(CLI::App& tables) {
     make->add_option("names", options->names, "Tables by name: krk kbnk kqkr ...");
     make->add_option("--men", options->men, "All tables with this many men")
         ->check(CLI::Range(3, kMostMenMade));
-    make->add_option("-o,--output", options->directory, "Directory of the tables")
-        ->capture_default_str();
+    make->add_option("-o,--output", options->directory,
+                     "Directory of the tables; without it, " + DefaultDirectory());
     make->add_option("--jobs", options->jobs, "Threads")->check(CLI::Range(1, 256));
+    AddJson(make, options->json);
     make->callback([options] { RunMake(*options); });
 }
 
@@ -86,6 +175,7 @@ struct PackOptions {
     std::string directory;
     bool remove = false;
     int jobs = DefaultJobs();
+    bool json = false;
 };
 
 bool IsPacked(const fs::path& file) { return file.extension() == ".emd"; }
@@ -137,6 +227,12 @@ void Convert(const PackOptions& options, bool packing) {
         if (options.remove) fs::remove(file);
     }
     EndProgress();
+    if (options.json) {
+        WriteJson({{"files", files.size()},
+                   {"plainBytes", plainBytes},
+                   {"packedBytes", packedBytes}});
+        return;
+    }
     Write("%zu files, %ju bytes of values, %ju bytes packed", files.size(), plainBytes,
           packedBytes);
     if (packedBytes > 0)
@@ -158,6 +254,7 @@ void AddPack(CLI::App& tables, bool packing) {
     command->add_flag("--remove", options->remove,
                       "Remove each file when it is converted");
     command->add_option("--jobs", options->jobs, "Threads")->check(CLI::Range(1, 256));
+    AddJson(command, options->json);
     command->callback([options, packing] { Convert(*options, packing); });
 }
 
@@ -167,9 +264,10 @@ struct CheckCommand {
     std::string directory = ".";
     std::vector<std::string> names;
     CheckOptions options{.jobs = DefaultJobs()};
+    bool json = false;
 };
 
-void ReportChecked(const CheckedTable& table) {
+void WriteChecked(const CheckedTable& table) {
     const std::string name(EntryOf(table.entry).name);
     if (!table.fault.empty())
         Write("%-6s FAULT: %s\n", name.c_str(), table.fault.c_str());
@@ -183,6 +281,16 @@ void ReportChecked(const CheckedTable& table) {
         Write("%-6s and %ju positions more\n", "",
               static_cast<std::uintmax_t>(table.wrong - 1));
     FlushOutput();
+}
+
+Json JsonOfChecked(const CheckedTable& table) {
+    Json json = {{"name", EntryOf(table.entry).name},
+                 {"good", table.fault.empty()},
+                 {"compared", table.compared},
+                 {"wrong", table.wrong}};
+    if (!table.fault.empty()) json["fault"] = table.fault;
+    if (!table.notCompared.empty()) json["notCompared"] = table.notCompared;
+    return json;
 }
 
 bool HoldsTables(const fs::path& directory) {
@@ -200,8 +308,19 @@ void RunCheck(const CheckCommand& check) {
     for (const std::string& name : check.names) entries.push_back(EntryNamed(name));
     if (entries.empty() && !HoldsTables(check.directory))
         throw std::runtime_error("there are no tables in " + check.directory);
-    if (!CheckTables(check.directory, entries, check.options, ReportChecked))
-        throw CLI::RuntimeError(1);
+    bool good = true;
+    if (!check.json)
+        good = CheckTables(check.directory, entries, check.options, WriteChecked);
+    else
+        ReportTables({{"directory", check.directory}}, [&](JsonList& list) {
+            good = CheckTables(check.directory, entries, check.options,
+                               [&list](const CheckedTable& table) {
+                                   AddToJsonList(list, JsonOfChecked(table));
+                                   FlushOutput();
+                               });
+            return Json::object({{"good", good}});
+        });
+    if (!good) throw CLI::RuntimeError(1);
 }
 
 void AddCheck(CLI::App& tables) {
@@ -218,13 +337,14 @@ void AddCheck(CLI::App& tables) {
         ->capture_default_str();
     command->add_option("--jobs", check->options.jobs, "Threads")
         ->check(CLI::Range(1, 256));
+    AddJson(command, check->json);
     command->callback([check] { RunCheck(*check); });
 }
 
 // ---- probe ----
 
 struct ProbeOptions {
-    std::string directory, fen;
+    std::string directory = DefaultDirectory(), fen;
     bool json = false;
 };
 
@@ -232,10 +352,11 @@ void AddProbe(CLI::App& tables) {
     CLI::App* probe =
         tables.add_subcommand("probe", "Result of a position, and the line to mate");
     auto options = std::make_shared<ProbeOptions>();
-    probe->add_option(
-        "--dir", options->directory,
-        "Directories of the tables, separated by \";\"; without it, this one");
-    probe->add_flag("--json", options->json, "Write the answer as JSON");
+    probe
+        ->add_option("--dir", options->directory,
+                     "Directories of the tables, separated by \";\"")
+        ->capture_default_str();
+    AddJson(probe, options->json);
     probe->add_option("FEN", options->fen, "The position")->required();
     probe->callback([options] {
         const int status = ProbeTables(options->directory, options->fen, options->json);

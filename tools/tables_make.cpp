@@ -130,11 +130,30 @@ NodeSpace SpaceOf(int entry) {
     return space;
 }
 
+// How far the making of several tables has got. Work is counted in nodes: tables of equal
+// size take times that differ by a factor of about two.
+struct Outlook {
+    std::chrono::steady_clock::time_point start;
+    double whole = 0, done = 0;  // of all tables, and of those that are finished
+    int position = 0, total = 0;
+
+    double Seconds() const {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
+            .count();
+    }
+    // When `more` has been done of the table at hand.
+    double SecondsLeft(double more) const {
+        const double known = done + more;
+        return known > 0 ? Seconds() / known * (whole - known) : 0;
+    }
+};
+
 struct Analysis {
     NodeSpace space;
     ConversionMap conversions;
     const TableStore& store;
     int jobs;
+    const Outlook& outlook;
     std::string name;
     SideNodes side[2] = {};
     // [side to move], in the order of the nodes.
@@ -151,11 +170,26 @@ void NoteDistance(Analysis& a, int distance) {
         throw std::runtime_error(a.name + ": mates longer than 127 moves do not fit");
 }
 
-// For any thread.
-void Show(const Analysis& a, const char* stage, std::uint64_t done, std::uint64_t whole) {
+// What the classifying takes of a table's time; the other half goes backwards from mate.
+constexpr double kClassifyingShare = 0.5;
+constexpr double kEarly = 2;  // seconds, before which the time left is anybody's guess
+
+// For any thread. `share` of the table was done before this stage, which adds `more`.
+void Show(const Analysis& a, const char* stage, std::uint64_t done, std::uint64_t whole,
+          double share, double more) {
     static std::mutex mutex;
     const std::lock_guard lock(mutex);
-    ShowProgress((a.name + stage).c_str(), done, whole);
+    const Outlook& o = a.outlook;
+    share += more * static_cast<double>(done) /
+             static_cast<double>(std::max<std::uint64_t>(whole, 1));
+    std::string label =
+        a.name + ' ' + std::to_string(o.position) + '/' + std::to_string(o.total);
+    if (o.Seconds() >= kEarly)
+        label +=
+            ", " +
+            DurationText(o.SecondsLeft(share * static_cast<double>(a.space.Size()))) +
+            " left";
+    ShowProgress((label + stage).c_str(), done, whole);
 }
 
 // ---- What a position is worth before the analysis starts ----
@@ -283,7 +317,7 @@ void ClassifyAll(Analysis& a) {
                          for (std::uint64_t node = begin; node < end; ++node)
                              Classify(a, static_cast<Node>(node), side);
                          done += end - begin;
-                         Show(a, ": classifying positions ", done, 2 * size);
+                         Show(a, ": classifying", done, 2 * size, 0, kClassifyingShare);
                      });
         std::sort(a.enPassant[side].begin(), a.enPassant[side].end(),
                   [](const EnPassantNode& x, const EnPassantNode& y) {
@@ -419,8 +453,9 @@ void SpreadDistance(Analysis& a, int side, MateDistance distance) {
 void Analyse(Analysis& a) {
     ClassifyAll(a);
     for (MateDistance distance = 1; distance <= a.longest; ++distance) {
-        Show(a, ": half-moves to mate    ", static_cast<std::uint64_t>(distance),
-             static_cast<std::uint64_t>(a.longest));
+        Show(a, ": distances  ", static_cast<std::uint64_t>(distance),
+             static_cast<std::uint64_t>(a.longest), kClassifyingShare,
+             1 - kClassifyingShare);
         for (int side : {WHITE, BLACK}) SpreadDistance(a, side, distance);
     }
 }
@@ -502,13 +537,13 @@ void WriteTable(Analysis& a, const std::filesystem::path& directory) {
 // ---- The order of the tables ----
 
 MadeTable MakeTable(int entry, const std::filesystem::path& directory, int jobs,
-                    TableStore& store) {
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point start = Clock::now();
+                    TableStore& store, const Outlook& outlook) {
+    const double start = outlook.Seconds();
     Analysis a{.space = SpaceOf(entry),
                .conversions = ConversionsOf(MenOfTable(entry)),
                .store = store,
                .jobs = jobs,
+               .outlook = outlook,
                .name = std::string(EntryOf(entry).name)};
     const std::vector<int> needed = TablesReachedFrom(a.conversions);
     for (int other = 1; other < kTableEntries; ++other)
@@ -519,36 +554,52 @@ MadeTable MakeTable(int entry, const std::filesystem::path& directory, int jobs,
     WriteTable(a, directory);
     MadeTable made{.entry = entry, .made = true};
     LongestMates(a, made);
-    made.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    made.seconds = outlook.Seconds() - start;
     return made;
 }
 
-// Makes what the table leads to, then the table itself.
-void MakeWithNeeded(int entry, int jobs, TableStore& store,
-                    void (*report)(const MadeTable&)) {
-    if (TableIsThere(store.directory, entry)) return;
+// Adds the table, behind those that it leads to, unless it is there or planned already.
+void Plan(int entry, const std::filesystem::path& directory, std::vector<int>& plan) {
+    if (TableIsThere(directory, entry) ||
+        std::find(plan.begin(), plan.end(), entry) != plan.end())
+        return;
     for (const int needed : TablesReachedFrom(ConversionsOf(MenOfTable(entry))))
-        MakeWithNeeded(needed, jobs, store, report);
-    const MadeTable made = MakeTable(entry, store.directory, jobs, store);
-    EndProgress();
-    report(made);
+        Plan(needed, directory, plan);
+    plan.push_back(entry);
 }
 
 }  // namespace
 
 void MakeTables(const std::vector<int>& entries, const std::filesystem::path& directory,
-                int jobs, void (*report)(const MadeTable&)) {
+                int jobs, const std::function<void(const MadeTable&)>& report) {
     BuildIndexTables();
     std::filesystem::create_directories(directory);
+    std::vector<int> plan;
     for (const int entry : entries) {
         if (ShapeOf(entry).men > kMostMenMade)
             throw std::runtime_error(std::string(EntryOf(entry).name) +
                                      ": tables of six men are too large to make");
         if (TableIsThere(directory, entry)) report({.entry = entry, .made = false});
+        Plan(entry, directory, plan);
     }
+    Outlook outlook{.start = std::chrono::steady_clock::now(),
+                    .total = static_cast<int>(plan.size())};
+    const auto work = [](int entry) {
+        return static_cast<double>(SpaceOf(entry).Size());
+    };
+    for (const int entry : plan) outlook.whole += work(entry);
     TableStore store;
     store.directory = directory;
-    for (const int entry : entries) MakeWithNeeded(entry, jobs, store, report);
+    for (const int entry : plan) {
+        ++outlook.position;
+        MadeTable made = MakeTable(entry, directory, jobs, store, outlook);
+        outlook.done += work(entry);
+        made.position = outlook.position;
+        made.total = outlook.total;
+        made.secondsLeft = outlook.SecondsLeft(0);
+        EndProgress();
+        report(made);
+    }
 }
 
 std::vector<int> TablesWithMen(int men) {

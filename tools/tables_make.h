@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <vector>
 
 struct MadeTable {
@@ -10,6 +11,9 @@ struct MadeTable {
     int longestWin[2] = {};  // moves, by side to move; 0 when that side never wins
     int longestLoss[2] = {};
     double seconds = 0;
+    // Of the tables that had to be made.
+    int position = 0, total = 0;
+    double secondsLeft = 0;  // for the others, as far as their sizes tell
 };
 
 // Makes the tables, and those that captures and promotions lead to, in the directory, on
@@ -17,7 +21,7 @@ struct MadeTable {
 // Throws std::runtime_error with a text for the user; complete files stay, and the next
 // call goes on after them.
 void MakeTables(const std::vector<int>& entries, const std::filesystem::path& directory,
-                int jobs, void (*report)(const MadeTable&));
+                int jobs, const std::function<void(const MadeTable&)>& report);
 
 // The entries with this many men, in the order of the list.
 std::vector<int> TablesWithMen(int men);

@@ -1,14 +1,15 @@
 #include "tools/tables_probe.h"
 
 #include <cstdint>
+#include <nlohmann/json.hpp>
 
 #include "board/fen.h"
 #include "board/legalmoves.h"
 #include "board/notation.h"
 #include "egtb/tablebase.h"
 #include "platform/output.h"
-#include "tools/json.h"
 #include "tools/progress.h"
+#include "tools/report.h"
 #include "tools/sanwriter.h"
 
 namespace {
@@ -97,20 +98,13 @@ void WriteWords(const TableAnswer& answer) {
     for (std::size_t i = 0; i < answer.line.size(); ++i) UnmakeMove();
 }
 
-void WriteJson(const TableAnswer& answer) {
+void WriteAsJson(const TableAnswer& answer) {
     constexpr const char* names[] = {"win", "loss", "draw", "unknown"};
-    JsonWriter json;
-    json.BeginObject();
-    json.Text("result", names[static_cast<int>(answer.verdict)]);
-    json.Number("moves", answer.moves);
-    json.BeginArray("line");
-    for (const Move m : answer.line) {
-        char text[kMoveTextSize];
-        MoveToText(text, m);
-        json.Text({}, text);
-    }
-    json.End();
-    json.End();
+    Json line = Json::array();
+    for (const Move m : answer.line) line.push_back(MoveText(m));
+    WriteJson({{"result", names[static_cast<int>(answer.verdict)]},
+               {"moves", answer.moves},
+               {"line", std::move(line)}});
 }
 
 }  // namespace
@@ -137,8 +131,8 @@ int ProbeTables(const std::string& directory, const std::string& fen, bool json)
     if (!SetUpTablebaseCache(kCacheLog2)) return Fail("not enough memory");
     const TableAnswer answer = AskTables();
     if (json)
-        WriteJson(answer);
+        WriteAsJson(answer);
     else
         WriteWords(answer);
-    return 0;
+    return answer.verdict == TableVerdict::Unknown ? 1 : 0;
 }

@@ -19,5 +19,5 @@ struct TableAnswer {
 TableAnswer AskTables();
 
 // Asks the tables of the directory about a FEN record and writes the answer. Returns the
-// program's exit status.
+// program's exit status, which is 1 also when no table knows the position.
 int ProbeTables(const std::string& directory, const std::string& fen, bool json);
