@@ -36,7 +36,7 @@ std::string Digest(const std::string& name, bool unnumbered = false) {
         if (status == PgnStatus::Unrecognised) digest += " ?" + std::string(pgn->token);
         if (status == PgnStatus::TooLong) digest += " >" + std::string(pgn->token);
         if (status == PgnStatus::Ambiguous)
-            digest += " " + std::to_string(pgn->matches) + "*" + pgn->token;
+            digest += std::string(" ") + std::to_string(pgn->matches) + "*" + pgn->token;
         digest += " | ";
     }
     ClosePgn(*pgn);
