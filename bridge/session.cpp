@@ -41,15 +41,25 @@ struct EngineBoard {
 };
 EngineBoard OnBoard;
 
+// ---- The last thinking line ----
+// It names a promotion without its piece. Where the moves after it do not tell either, it
+// is held back until the engine says the whole move: as its own, or when asked what it
+// looks at. Held for too long, it is shown without its moves first.
+constexpr std::int64_t kLongestHold = 500;    // ms
+constexpr std::int64_t kPromotionPause = 20;  // ms between questions
+std::string LastLine;
+std::int64_t HeldUntil;  // 0: it has been shown
+
 // ---- The search under way ----
 SearchLimits Limits;
 std::int64_t SearchBegan;
 std::int64_t MoveDeadline;  // when "?" is due; 0: never
-std::int64_t NodesAskedAt;  // when the node count is asked for next; 0: never
+std::int64_t StatusDue;     // when the engine's status is asked for next; 0: never
 bool Resigning;             // "resign" came, its move has not yet
 bool StatusWanted;          // the outside has asked
 bool StatusAsked;           // the engine has been, and has not answered yet
 bool MoveAsked;             // it has been told to move now
+bool AnalysisEnded;         // it had nothing left to search when it was asked
 int Refusals;               // searches of this position that gave no usable move
 int Deaths;                 // of the engine since it last ended a search
 bool HasSearched;           // since its start
@@ -58,6 +68,10 @@ bool Harvesting;            // what it says while it settles still counts
 std::string HarvestedMove;
 
 int EnginePly() { return OnBoard.prelude + static_cast<int>(OnBoard.moves.size()); }
+
+bool Thinking() {
+    return EngineActivity == Activity::Searching || EngineActivity == Activity::Analysing;
+}
 
 // The board of the library is the game's again.
 void RestoreGameBoard() {
@@ -99,12 +113,12 @@ void StartClock() {
     SearchBegan = ClockMilliseconds();
     const std::int64_t limit = OwnTimeLimit(Limits);
     MoveDeadline = limit > 0 ? SearchBegan + limit : 0;
-    NodesAskedAt = Limits.nodes > 0 ? SearchBegan + kNodePause : 0;
+    StatusDue = Limits.nodes > 0 ? SearchBegan + kNodePause : 0;
 }
 
 void ForgetSearch() {
-    MoveDeadline = NodesAskedAt = 0;
-    Resigning = StatusWanted = StatusAsked = MoveAsked = false;
+    MoveDeadline = StatusDue = HeldUntil = 0;
+    Resigning = StatusWanted = StatusAsked = MoveAsked = AnalysisEnded = false;
     PonderHint.clear();
 }
 
@@ -199,15 +213,86 @@ void AskEngineStatus() {
     TellEngine(".\n");
 }
 
+void ShowThoughtWithoutMoves() {
+    if (HeldUntil == 0) return;
+    HeldUntil = 0;
+    ThinkingReport report = LastReport;
+    report.moves.clear();
+    Outside->onThinking(report);
+}
+
+// The last line was about this move; it is shown, once more if need be, when it did not
+// tell so.
+void SettleThought(const std::string& move) {
+    if (LastReport.moves.empty() || !SameSquares(LastReport.moves[0], move))
+        return ShowThoughtWithoutMoves();
+    if (LastReport.moves[0] == move && !LastReport.unsure) return;
+    HeldUntil = 0;
+    ReadThinkingLine(LastLine, move, LastReport);
+    Outside->onThinking(LastReport);
+}
+
+// The first line of an iteration is about the move that the last one before was about.
+bool SameMoveAsLast(const ThinkingReport& report) {
+    return !report.moves.empty() && !LastReport.moves.empty() &&
+           report.depth > LastReport.depth &&
+           SameSquares(report.moves[0], LastReport.moves[0]);
+}
+
+// An analysis that has come to its end would begin again with a question.
+bool MayAsk() {
+    return EngineActivity == Activity::Searching ||
+           (!AnalysisEnded && MovesToMate(LastReport.score) == 0);
+}
+
+void HandleThinking(const std::string& line) {
+    ThinkingReport report;
+    if (!ReadThinkingLine(line, "", report)) return;
+    if (SameMoveAsLast(report)) {
+        if (!LastReport.unsure) ReadThinkingLine(line, LastReport.moves[0], report);
+        if (!report.unsure) SettleThought(report.moves[0]);
+    }
+    ShowThoughtWithoutMoves();
+    LastReport = report;
+    LastLine = line;
+    if (!report.unsure) return Outside->onThinking(LastReport);
+    HeldUntil = ClockMilliseconds() + kLongestHold;
+    if (MayAsk()) StatusDue = ClockMilliseconds();
+}
+
+struct EngineStatus {
+    long long centiseconds, nodes, depth, movesLeft, movesAndOne;
+    std::string move;  // the root's one that is being searched, promotion complete
+};
+
+// False for the status of an engine that does not search.
+bool ReadStatus(std::string_view line, EngineStatus& status) {
+    TakeWord(line);
+    for (long long* number : {&status.centiseconds, &status.nodes, &status.depth,
+                              &status.movesLeft, &status.movesAndOne})
+        if (!ToNumber(TakeWord(line), *number)) return false;
+    status.move = TakeWord(line);
+    return LegalMove(status.move) != NO_MOVE;
+}
+
+// The engine looks at its best move first.
+bool IsBestMove(const EngineStatus& status) {
+    return status.movesLeft + 1 == status.movesAndOne;
+}
+
 void AcceptStatus(const std::string& line) {
     StatusAsked = false;
     if (StatusWanted) Outside->onStatus(line);
     StatusWanted = false;
-    std::string_view rest = line;
-    TakeWord(rest);
-    TakeWord(rest);
-    long long nodes = 0;
-    if (Limits.nodes > 0 && ToNumber(TakeWord(rest), nodes) && nodes >= Limits.nodes)
+    EngineStatus status;
+    if (!ReadStatus(line, status)) {
+        AnalysisEnded = true;
+        StatusDue = 0;
+        return ShowThoughtWithoutMoves();
+    }
+    if (LastReport.unsure && IsBestMove(status)) SettleThought(status.move);
+    if (EngineActivity == Activity::Searching && Limits.nodes > 0 &&
+        status.nodes >= Limits.nodes)
         MoveNow();
 }
 
@@ -223,18 +308,11 @@ bool IsThinking(const std::string& line) {
     return !line.empty() && line[0] >= '0' && line[0] <= '9';
 }
 
-void HandleThinking(const std::string& line) {
-    ThinkingReport report;
-    if (!ReadThinkingLine(line, report)) return;
-    LastReport = report;
-    Outside->onThinking(LastReport);
-}
-
 void HandleEngineLine(const std::string& line) {
-    const bool busy =
-        EngineActivity == Activity::Searching || EngineActivity == Activity::Analysing;
+    const bool busy = Thinking();
     if (Begins(line, "move ")) {
         const std::string move(Trimmed(std::string_view(line).substr(5)));
+        if (EngineActivity == Activity::Searching) SettleThought(move);
         NoteEngineMove(move);
         if (EngineActivity == Activity::Searching) AcceptMove(move);
     } else if (Begins(line, "Hint: ")) {
@@ -256,6 +334,7 @@ void HandleEngineLine(const std::string& line) {
 void Settled(const std::string& line) {
     if (Begins(line, "move ")) {
         HarvestedMove = Trimmed(std::string_view(line).substr(5));
+        if (Harvesting) SettleThought(HarvestedMove);
         NoteEngineMove(HarvestedMove);
     } else if (Harvesting && IsThinking(line)) {
         HandleThinking(line);
@@ -272,21 +351,29 @@ void HandleEngine() {
     if (EngineOutput.ended && EngineOutput.descriptor >= 0) Revive();
 }
 
+// When the engine is to be asked again, after having been asked now.
+std::int64_t NextStatus(std::int64_t now) {
+    if (EngineActivity == Activity::Searching && Limits.nodes > 0)
+        return now + kNodePause;
+    return LastReport.unsure && MayAsk() ? now + kPromotionPause : 0;
+}
+
 void HandleTimers() {
+    if (!Thinking()) return;
     const std::int64_t now = ClockMilliseconds();
-    if (EngineActivity != Activity::Searching) return;
     if (MoveDeadline != 0 && now >= MoveDeadline) MoveNow();
-    if (NodesAskedAt != 0 && now >= NodesAskedAt) {
-        NodesAskedAt = now + kNodePause;
-        AskEngineStatus();
-    }
+    if (HeldUntil != 0 && now >= HeldUntil) ShowThoughtWithoutMoves();
+    if (StatusDue == 0 || now < StatusDue) return;
+    StatusDue = NextStatus(now);
+    AskEngineStatus();
 }
 
 // Milliseconds to the next timer, -1 when none runs.
 int Pause() {
-    std::int64_t next = MoveDeadline;
-    if (NodesAskedAt != 0 && (next == 0 || NodesAskedAt < next)) next = NodesAskedAt;
-    if (next == 0 || EngineActivity != Activity::Searching) return -1;
+    std::int64_t next = 0;
+    for (const std::int64_t timer : {MoveDeadline, HeldUntil, StatusDue})
+        if (timer != 0 && (next == 0 || timer < next)) next = timer;
+    if (next == 0 || !Thinking()) return -1;
     return static_cast<int>(std::max(next - ClockMilliseconds(), std::int64_t{0}));
 }
 
@@ -371,7 +458,8 @@ void EndActivity() {
 void MoveNow() {
     if (EngineActivity != Activity::Searching || MoveAsked) return;
     MoveAsked = true;
-    MoveDeadline = NodesAskedAt = 0;
+    MoveDeadline = 0;
+    if (Limits.nodes > 0) StatusDue = 0;
     TellEngine("?\n");
 }
 
@@ -396,13 +484,36 @@ bool TurnPonderHit(const SearchLimits& limits) {
     return true;
 }
 
+namespace {
+
+// The best move of the analysis that has just ended. Where a promotion's piece is not
+// known, the engine, its tables full, is made to play the move.
+std::string AnalysedMove() {
+    if (LastReport.unsure) {
+        const ThinkingReport report = LastReport;
+        const std::string line = LastLine;
+        Limits = SearchLimits{};
+        Limits.depth = kQuickDepth;
+        PonderWanted = false;
+        HarvestedMove.clear();
+        Search(CatchUp());
+        EndActivity();
+        LastReport = report;
+        LastLine = line;
+        if (SameSquares(report.moves[0], HarvestedMove)) SettleThought(HarvestedMove);
+    }
+    return LastReport.moves.empty() ? "" : LastReport.moves[0];
+}
+
+}  // namespace
+
 std::string EndWithMove() {
     const bool analysing = EngineActivity == Activity::Analysing;
     HarvestedMove.clear();
     Harvesting = EngineActivity == Activity::Searching || analysing;
     EndActivity();
     Harvesting = false;
-    if (analysing) return LastReport.moves.empty() ? "" : LastReport.moves[0];
+    if (analysing) return AnalysedMove();
     return LegalMove(HarvestedMove) == NO_MOVE ? "" : HarvestedMove;
 }
 

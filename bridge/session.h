@@ -40,6 +40,10 @@ extern ThinkingReport LastReport;
 // Ends the loop.
 extern bool QuitRequested;
 
+// Plies of a search that is over before it could be interrupted: for a move where the
+// engine has not named one.
+inline constexpr int kQuickDepth = 3;
+
 // Has the engine search the game's position, which must have a legal move. Whatever it
 // did before is ended first, and new options are put into force.
 void BeginSearch(const SearchLimits& limits);

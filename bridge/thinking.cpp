@@ -1,5 +1,6 @@
 #include "bridge/thinking.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "bridge/game.h"
@@ -11,6 +12,10 @@ namespace {
 constexpr int kShownMate = 32767;
 constexpr int kShownMateBound = 31000;
 
+// Its search can count up to so many half-moves too few, and shows a mate in less than
+// none.
+constexpr int kMostMiscounted = 200;
+
 constexpr std::size_t kMostMoves = 64;
 
 // What an engine can say of itself: beyond it, the line is none.
@@ -18,38 +23,68 @@ constexpr long long kMostDepth = 1000;
 constexpr long long kLongestThought = 1000000000;  // centiseconds
 constexpr long long kMostNodes = 1000000000000000;
 
+using Texts = std::vector<std::string_view>;
+
+constexpr std::string_view kPromotions[] = {"q", "n", "r", "b"};
+
+std::vector<std::string> Follow(const Texts& texts, std::size_t from);
+
+// The move and what follows on it, the texts after `from`; nothing when it is illegal.
+std::vector<std::string> FollowWith(const std::string& text, const Texts& texts,
+                                    std::size_t from) {
+    const Move m = LegalMove(text);
+    if (m == NO_MOVE) return {};
+    MakeMove(m);
+    std::vector<std::string> line = Follow(texts, from + 1);
+    UnmakeMove();
+    line.insert(line.begin(), text);
+    return line;
+}
+
 // The texts from `from` on as moves played from here, as far as they are legal.
-std::vector<std::string> Follow(const std::vector<std::string_view>& texts,
-                                std::size_t from) {
-    std::vector<std::string> best;
-    if (from == texts.size()) return best;
-    constexpr std::string_view kEndings[] = {"", "q", "n", "r", "b"};
-    for (const std::string_view ending : kEndings) {
-        std::string text(texts[from]);
-        text += ending;
-        const Move m = LegalMove(text);
-        if (m == NO_MOVE) continue;
-        MakeMove(m);
-        std::vector<std::string> line = Follow(texts, from + 1);
-        UnmakeMove();
-        line.insert(line.begin(), text);
+std::vector<std::string> Follow(const Texts& texts, std::size_t from) {
+    if (from == texts.size()) return {};
+    const std::string text(texts[from]);
+    std::vector<std::string> best = FollowWith(text, texts, from);
+    if (!best.empty()) return best;
+    for (const std::string_view ending : kPromotions) {
+        std::vector<std::string> line =
+            FollowWith(std::string(text).append(ending), texts, from);
         if (line.size() > best.size()) best = std::move(line);
-        if (ending.empty() || best.size() == texts.size() - from) break;
+        if (best.size() == texts.size() - from) break;
     }
     return best;
 }
 
+// Several pieces can go on as far as the best line does.
+bool SeveralFit(const Texts& texts, std::size_t length) {
+    if (length == 0 || LegalMove(texts[0]) != NO_MOVE) return false;
+    int fitting = 0;
+    for (const std::string_view ending : kPromotions)
+        if (FollowWith(std::string(texts[0]).append(ending), texts, 0).size() == length)
+            ++fitting;
+    return fitting > 1;
+}
+
+// The score of a mate that comes with the last of so many half-moves.
+int MateBy(std::size_t plies, bool wins) {
+    const int moves = std::max((static_cast<int>(plies) + 1) / 2, 1);
+    return wins ? kShownMate - (2 * moves - 1) : 2 * moves - kShownMate;
+}
+
 }  // namespace
 
-bool ReadThinkingLine(std::string_view line, ThinkingReport& report) {
+bool ReadThinkingLine(std::string_view line, std::string_view first,
+                      ThinkingReport& report) {
     long long numbers[4];
     for (long long& number : numbers)
         if (!ToNumber(TakeWord(line), number)) return false;
-    if (numbers[0] < 0 || numbers[0] > kMostDepth || numbers[1] > kShownMate ||
-        numbers[1] < -kShownMate || numbers[2] < 0 || numbers[2] > kLongestThought ||
+    constexpr long long kMostScore = kShownMate + kMostMiscounted;
+    if (numbers[0] < 0 || numbers[0] > kMostDepth || numbers[1] > kMostScore ||
+        numbers[1] < -kMostScore || numbers[2] < 0 || numbers[2] > kLongestThought ||
         numbers[3] < 0 || numbers[3] > kMostNodes)
         return false;
-    std::vector<std::string_view> texts;
+    Texts texts;
     for (std::string_view word;
          texts.size() < kMostMoves && !(word = TakeWord(line)).empty();)
         texts.push_back(word);
@@ -57,8 +92,16 @@ bool ReadThinkingLine(std::string_view line, ThinkingReport& report) {
     report.score = static_cast<int>(numbers[1]);
     report.centiseconds = numbers[2];
     report.nodes = numbers[3];
+    if (!texts.empty() && !first.empty()) texts[0] = first;
     report.moves = Follow(texts, 0);
+    if (std::abs(report.score) > kShownMate)
+        report.score = MateBy(report.moves.size(), report.score > 0);
+    report.unsure = SeveralFit(texts, report.moves.size());
     return true;
+}
+
+bool SameSquares(std::string_view a, std::string_view b) {
+    return a.size() >= 4 && a.substr(0, 4) == b.substr(0, 4);
 }
 
 int MovesToMate(int score) {

@@ -11,9 +11,8 @@ namespace {
 
 // ---- The search that a "bestmove" is owed for ----
 bool MoveOwed;
-bool AwaitingHit;               // "go ponder": its clock starts at "ponderhit"
-SearchLimits HitLimits;         // and these hold from then on
-constexpr int kQuickDepth = 3;  // when stopped before anything was thought
+bool AwaitingHit;        // "go ponder": its clock starts at "ponderhit"
+SearchLimits HitLimits;  // and these hold from then on
 
 // Why the last "position" was refused; empty: it was not. There is then nothing to
 // search: the position before it is not what the front end has on its board.

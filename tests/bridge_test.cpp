@@ -185,16 +185,28 @@ TEST(BridgeThinking, CompletesAndChecksMoves) {
     for (const Case& c : cases) {
         ASSERT_TRUE(SetPlayableFen(c.fen));
         ThinkingReport report;
-        ASSERT_TRUE(ReadThinkingLine(c.line, report)) << c.line;
+        ASSERT_TRUE(ReadThinkingLine(c.line, "", report)) << c.line;
         std::string moves;
         for (const std::string& move : report.moves)
             moves += (moves.empty() ? "" : " ") + move;
         EXPECT_EQ(moves, c.moves);
     }
     ThinkingReport report;
+    ASSERT_TRUE(SetPlayableFen("8/P7/8/8/8/k7/8/K7 w - - 0 1"));
+    for (const char* first : {"", "a7a8r"}) {
+        // A queen and a rook can go on like this, a knight or a bishop cannot.
+        ASSERT_TRUE(ReadThinkingLine("5 900 3 1 a7a8 a3b3 a8a7", first, report));
+        EXPECT_EQ(report.unsure, *first == '\0');
+        EXPECT_EQ(report.moves[0], *first == '\0' ? "a7a8q" : first);
+        EXPECT_EQ(report.moves.size(), 3u);
+    }
+    ASSERT_TRUE(ReadThinkingLine("5 900 3 1 a7a8 a3b3 a8d5", "", report));
+    EXPECT_TRUE(report.unsure);  // a queen or a bishop
+    ASSERT_TRUE(ReadThinkingLine("5 900 3 1 a7a8 a3b3 a8b6", "", report));
+    EXPECT_FALSE(report.unsure);
     for (const char* line : {"", "5", "5 20 3", "5 x 3 1 e2e4", "5 99999999 3 1 e2e4",
                              "move e2e4", "1-0 {White mates}"})
-        EXPECT_FALSE(ReadThinkingLine(line, report)) << line;
+        EXPECT_FALSE(ReadThinkingLine(line, "", report)) << line;
 }
 
 TEST(BridgeThinking, Mates) {
@@ -564,6 +576,51 @@ TEST(BridgeProgram, IllegalMovesDoNotPass) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == EXIT_FAILURE);
     close(bridge.toEngine);
     close(bridge.fromEngine);
+}
+
+// An engine that thinks of a promotion, says what it looks at when asked, and moves.
+std::string Promoting(const std::string& lines, const std::string& status) {
+    return "while read line; do case $line in\n"
+           "a1a1x*) echo \"Illegal move: $line\";;\n"
+           "go) went=yes; printf '" +
+           lines + "';;\n.) test -z \"$went\" || printf '" + status +
+           "';;\nquit) exit;; esac; done\n";
+}
+
+// The engine's lines leave the piece out: it is the one that it plays, or looks at first.
+TEST(BridgeProgram, PromotionsGetTheirPiece) {
+    constexpr char kLine[] = "5 900 3 20000 a7a8 a3b3 a8a7\\n";
+    constexpr char kMove[] = "move a7a8r\\n";
+    const std::string rest = " time 30 nodes 20000 nps 666666";
+    struct Case {
+        std::string lines, status;
+        std::vector<std::string> said;
+    };
+    const Case cases[] = {
+        {std::string(kLine) + kMove, "", {"cp 900" + rest + " pv a7a8r a3b3 a8a7"}},
+        {kLine,
+         std::string("stat01: 4 30000 5 7 8 a7a8r\\n6 901 3 20000 a7a8 a3b3 a8a7\\n") +
+             kMove,
+         {"cp 900" + rest + " pv a7a8r a3b3 a8a7",
+          "cp 901" + rest + " pv a7a8r a3b3 a8a7"}},
+        // While it looks at another move, nothing is known: what is shown has no moves.
+        {kLine,
+         std::string("stat01: 4 30000 5 3 8 a7a8q\\n5 902 3 20000 a1b1 a3b3\\n") +
+             "move a1b1\\n",
+         {"cp 900" + rest, "cp 902" + rest + " pv a1b1 a3b3"}},
+    };
+    for (const Case& c : cases) {
+        Scratch folder;
+        EngineProcess bridge =
+            StartWithEngine(folder, Promoting(c.lines, c.status), true);
+        SendText(bridge, "position fen 8/P7/8/8/8/k7/8/K7 w - - 0 1\ngo depth 9\n");
+        for (const std::string& said : c.said) {
+            const std::string line = WaitForLine(bridge, "info depth", kPatience);
+            EXPECT_EQ(line.substr(line.find("cp")), said);
+        }
+        EXPECT_NE(WaitForLine(bridge, "bestmove", kPatience), "");
+        EXPECT_TRUE(StopEngine(bridge));
+    }
 }
 
 // The engine credits a game to its book once, and at "new" begins another.
