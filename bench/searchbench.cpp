@@ -3,10 +3,10 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "bench/enginestate.h"
 #include "bench/positions.h"
 #include "board/fen.h"
 #include "board/notation.h"
+#include "driver/startup.h"
 #include "platform/clock.h"
 #include "search/root.h"
 
@@ -14,7 +14,7 @@ SearchBench SearchBenchPositions(int depth) {
     SearchBench bench;
     int number = 0;
     for (const char* fen : kBenchPositions) {
-        if (!FreshState() || !SetFen(fen)) std::abort();
+        if (!ResetEngine() || !SetFen(fen)) std::abort();
         const double start = UserSeconds();
         Search(depth, false);
         bench.seconds += UserSeconds() - start;

@@ -226,6 +226,8 @@ void BuildKnightCatch() {
 }  // namespace
 
 void BuildTables() {
+    if (Lookup.built) return;
+    Lookup.built = true;
     BuildLeaperAttacks();
     BuildSlidingAttacks();
     BuildLines();

@@ -8,7 +8,8 @@
 
 #include "board/types.h"
 
-// Fills every table below. Takes a few milliseconds; call it once, before anything else.
+// Fills every table below, before anything else is done. Takes a few milliseconds; the
+// second and later calls do nothing.
 void BuildTables();
 
 // ---- Line numbers ----
@@ -67,6 +68,8 @@ struct LookupTables {
     // file lies further out, and those where it lies at least nearly as far out.
     std::uint8_t OutsideWings[65536];
     std::uint8_t ReachWings[65536];
+
+    bool built;
 };
 // Written by BuildTables alone; all others read through the names below.
 extern LookupTables Lookup;

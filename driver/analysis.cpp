@@ -27,15 +27,10 @@ bool Begins(const char* prefix) {
     return std::strncmp(InputLine, prefix, std::strlen(prefix)) == 0;
 }
 
-void WriteIllegal(const char* text) {
-    Write("Illegal move: %s\n", text);
-    FlushOutput();
-}
-
 void PlayTypedMove() {
     const Move m = ParseCoordinateMove(InputLine, InputLine[4]);
     if (!IsLegalUserMove(m)) {
-        WriteIllegal(InputLine);
+        WriteIllegalMove(InputLine);
         return;
     }
     Write("move maked...\n");
@@ -47,7 +42,10 @@ void PlayTypedMove() {
 // it that asks for nothing: the next line is waited for. What leaves or changes the
 // analysis during a search does so here too.
 void WaitForLine() {
-    ReadCommandLine();
+    if (!ReadCommandLine()) {
+        RequestQuit();
+        return;
+    }
     if (Begins(".")) {
         Write("stat01: 0 0 0 0 0\n");
         FlushOutput();
@@ -61,7 +59,7 @@ void WaitForLine() {
     } else if (Begins("undo")) {
         if (Board.GamePly > 0) TakeBackGameMove();
     } else if (Begins("q")) {
-        Quit();
+        RequestQuit();
     }
 }
 
@@ -72,7 +70,7 @@ void PlayPendingMove() {
     }
     char text[kMoveTextSize];
     MoveToText(text, Request.PendingMove);
-    WriteIllegal(text);
+    WriteIllegalMove(text);
 }
 
 }  // namespace
@@ -80,6 +78,7 @@ void PlayPendingMove() {
 void Analyze() {
     do {
         SearchWithoutLimit();
+        if (Request.QuitRequested != 0) return;
         if (Request.PendingMove != NO_MOVE)
             PlayPendingMove();
         else if (Request.NewGameRequested != 0)
@@ -89,5 +88,5 @@ void Analyze() {
             TakeBackGameMove();
         else if (Request.ExitAnalysis == 0)
             WaitForLine();
-    } while (Request.ExitAnalysis == 0);
+    } while (Request.ExitAnalysis == 0 && Request.QuitRequested == 0);
 }

@@ -14,8 +14,8 @@
 #include "driver/analysis.h"
 #include "driver/edit.h"
 #include "driver/input.h"
+#include "driver/modes.h"
 #include "driver/settings.h"
-#include "driver/state.h"
 #include "driver/think.h"
 #include "driver/usermove.h"
 #include "eval/evaluate.h"
@@ -26,72 +26,36 @@
 #include "search/quiesce.h"
 #include "search/root.h"
 
-int ForceMode;
-int PostThinking;
-int MaxDepth = kMaxDepthDefault;
-
 namespace {
 
-// Values of "level" beyond this are nonsense, moves or seconds.
-constexpr int kLevelLimit = 9999999;
-
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-
-// The decimal digits at the start of the text, 0 if there are none; capped.
-int LeadingNumber(const char* text) {
-    int number = 0;
-    for (; IsDigit(*text); ++text)
-        number = std::min(number * 10 + (*text - '0'), kLevelLimit);
-    return number;
-}
 
 void PlayUserMove() {
     const Move m = ParseCoordinateMove(InputLine, InputLine[4]);
     if (!IsLegalUserMove(m)) {
-        Write("Illegal move: %s\n", InputLine);
-        FlushOutput();
+        WriteIllegalMove(InputLine);
         return;
     }
     PlayGameMove(m);
-    if (ForceMode == 0) Think();
+    if (Modes.ForceMode == 0) Think();
 }
 
-void Post() { PostThinking = 1; }
-void NoPost() { PostThinking = 0; }
-void Force() { ForceMode = 1; }
 void White() { Board.SideToMove = WHITE; }
 void Black() { Board.SideToMove = BLACK; }
-void Easy() { AllowPondering(false); }
-void Hard() {
-    if (Settings.Pondering == 1) AllowPondering(true);
-}
 void Time() { SetEngineClock(InputLine); }
 
-// "level MOVES BASE INCREMENT": the moves stand first and the increment last; the base
-// time between them is not used. Front ends send fractions of seconds: whole seconds
-// count.
-void Level() {
-    const char* moves = InputLine + std::min(std::strlen(InputLine), std::size_t{5});
-    while (*moves == ' ') ++moves;
-    GameClock.MovesPerControl = LeadingNumber(moves);
-
-    const char* end = InputLine + std::strlen(InputLine);
-    while (end > InputLine && end[-1] == ' ') --end;
-    const char* field = end;
-    while (field > InputLine && field[-1] != ' ' && field[-1] != ':') --field;
-    GameClock.Increment = LeadingNumber(field);
-}
+void Level() { SetLevel(InputLine); }
 
 // "sd N": one or two digits, a third is not looked at.
 void SearchDepth() {
     const char first = InputLine[3];
     if (!IsDigit(first)) return;
     const char second = InputLine[4];
-    MaxDepth = IsDigit(second) ? 10 * (first - '0') + (second - '0') : first - '0';
+    Modes.MaxDepth = IsDigit(second) ? 10 * (first - '0') + (second - '0') : first - '0';
 }
 
 void Go() {
-    ForceMode = 0;
+    Modes.ForceMode = 0;
     Think();
 }
 
@@ -162,30 +126,14 @@ struct Command {
 
 // In this order; the first that matches the line's beginning is carried out.
 constexpr Command kCommands[] = {
-    {"q", Quit},
-    {nullptr, PlayUserMove},
-    {"new", NewGame},
-    {"post", Post},
-    {"level", Level},
-    {"edit", EditPosition},
-    {"nopost", NoPost},
-    {"sd ", SearchDepth},
-    {"go", Go},
-    {"white", White},
-    {"remove", Remove},
-    {"analyze", Analyze},
-    {"black", Black},
-    {"force", Force},
-    {"brd", WriteBoard},
-    {"time", Time},
-    {"easy", Easy},
-    {"hard", Hard},
-    {"evl", WriteEvaluation},
-    {"undo", TakeBack},
-    {"tst", TestCaptures},
-    {"mvd", WriteFlags},
-    {"demo", Demo},
-    {"bkm", WriteBookInformation},
+    {"q", RequestQuit},       {nullptr, PlayUserMove}, {"new", NewGame},
+    {"post", Post},           {"level", Level},        {"edit", EditPosition},
+    {"nopost", NoPost},       {"sd ", SearchDepth},    {"go", Go},
+    {"white", White},         {"remove", Remove},      {"analyze", Analyze},
+    {"black", Black},         {"force", Force},        {"brd", WriteBoard},
+    {"time", Time},           {"easy", Easy},          {"hard", Hard},
+    {"evl", WriteEvaluation}, {"undo", TakeBack},      {"tst", TestCaptures},
+    {"mvd", WriteFlags},      {"demo", Demo},          {"bkm", WriteBookInformation},
 };
 
 // A new game right after the engine's move, with the score at zero: the players agreed to
@@ -216,36 +164,28 @@ void CarryOut() {
 
 }  // namespace
 
-void SetEngineClock(const char* line) {
-    constexpr long long kMost = std::numeric_limits<int>::max();
-    const char* number = std::strlen(line) > 5 ? line + 5 : "";
-    const long long value = std::strtoll(number, nullptr, 10);
-    GameClock.EngineClock = static_cast<int>(std::clamp(value, -kMost, kMost));
-}
-
 void NewGame() {
     LearnAbandonedDraw();
     BookLearnedThisGame = 0;
     SetStartPosition();
-    MaxDepth = kMaxDepthDefault;
-    ForceMode = 0;
+    Modes.MaxDepth = kMaxDepthDefault;
+    Modes.ForceMode = 0;
     ClearHistoryAndKillers();
     UpdateMatingFlags();
     ResetMargins();
 }
 
-void Quit() {
+void ShutDown() {
     FreeTranspositionTable();
     FreePawnTable();
     if (BookLoaded != 0) CloseBook();
     if (Settings.UseLearning != 0 || Settings.UseLearningData != 0) CloseLearningFile();
     FlushOutput();
-    std::exit(EXIT_SUCCESS);
 }
 
 void CommandLoop() {
-    for (;;) {
-        ReadCommandLine();
+    ClearRequests();
+    while (Request.QuitRequested == 0 && ReadCommandLine()) {
         for (char* c = InputLine; *c != '\0'; ++c) *c = ToLower(*c);
         CarryOut();
     }

@@ -1,11 +1,9 @@
-// The command loop and what its commands share with the commands during a search.
+// The command loop: what it reads it carries out.
 #pragma once
 
-// Reads and carries out commands for ever; only Quit leaves the program.
-[[noreturn]] void CommandLoop();
-// Releases tables and files and ends the program with status 0.
-[[noreturn]] void Quit();
+// Reads and carries out commands until "quit" or the end of input.
+void CommandLoop();
+// Releases tables and files and writes what waits to be written.
+void ShutDown();
 // "new": the start position, the engine's modes and its move ordering from scratch.
 void NewGame();
-// "time N": the engine's remaining time in centiseconds, from the sixth character on.
-void SetEngineClock(const char* line);

@@ -19,9 +19,11 @@ void WriteError() {
 // The square that follows a piece letter; kNoSquare at the first character that does not
 // fit.
 int ReadSquare() {
-    const char file = ToLower(ReadInputCharacter());
-    if (SquareOf(file, '1') == kNoSquare) return kNoSquare;
-    return SquareOf(file, ReadInputCharacter());
+    char file, rank;
+    if (!ReadInputCharacter(file) || SquareOf(ToLower(file), '1') == kNoSquare ||
+        !ReadInputCharacter(rank))
+        return kNoSquare;
+    return SquareOf(ToLower(file), rank);
 }
 
 // A man's code comes from its letter; the code EMPTY, of "x", empties the square.
@@ -51,8 +53,8 @@ void FinishEditing() {
 
 void EditPosition() {
     int colour = WHITE;
-    for (;;) {
-        const char c = ToLower(ReadInputCharacter());
+    for (char typed; ReadInputCharacter(typed);) {
+        const char c = ToLower(typed);
         switch (c) {
             case '.':
                 FinishEditing();

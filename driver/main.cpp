@@ -5,4 +5,5 @@ int main(int count, char** arguments) {
     StartUp();
     RunStatisticsModes(count, arguments);
     CommandLoop();
+    ShutDown();
 }

@@ -8,9 +8,9 @@
 #include "book/positionlearn.h"
 #include "book/statistics.h"
 #include "driver/commands.h"
+#include "driver/modes.h"
 #include "driver/settings.h"
 #include "driver/settingsfile.h"
-#include "driver/state.h"
 #include "egtb/tablebase.h"
 #include "eval/evaluate.h"
 #include "platform/clock.h"
@@ -18,6 +18,7 @@
 #include "platform/process.h"
 #include "search/control.h"
 #include "search/hash.h"
+#include "search/root.h"
 
 namespace {
 
@@ -48,13 +49,33 @@ void OpenTablebases() {
         Write("An error occured while memory allocation!\n");
 }
 
+// Everything but the tables' contents.
+void ResetState() {
+    BuildTables();
+    ResetControl();
+    ResetClock();
+    ResetRoot();
+    ResetModes();
+    SetDefaultSettings();
+}
+
 }  // namespace
+
+bool ResetEngine(int tableBits) {
+    ResetState();
+    FreePawnTable();
+    if (!AllocateTranspositionTable(tableBits != 0 ? tableBits
+                                                   : Settings.TranspositionSize) ||
+        !AllocatePawnTable(Settings.PawnHashSize))
+        return false;
+    NewGame();
+    return true;
+}
 
 void StartUp() {
     PrepareSignals();
     Write("Veltramox v0.16a[lpha]\n");
-    BuildTables();
-    SetDefaultSettings();
+    ResetState();
     ReadSettingsFile("Veltramox.ini");
     WriteSettingsReport();
     AllocateTables();
@@ -63,8 +84,7 @@ void StartUp() {
     if (Settings.UseLearningData != 0 || Settings.UseLearning != 0)
         Control.LearnedScoresUsed =
             OpenLearningFile() && Settings.UseLearningData != 0 ? 1 : 0;
-    PostThinking = 1;
-    GameClock.EngineClock = -1;
+    Post();
     OpenTablebases();
     NewGame();
     FlushOutput();

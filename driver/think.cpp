@@ -8,8 +8,8 @@
 #include "book/booklearn.h"
 #include "book/positionlearn.h"
 #include "driver/commands.h"
+#include "driver/modes.h"
 #include "driver/settings.h"
-#include "driver/state.h"
 #include "driver/thinking.h"
 #include "driver/usermove.h"
 #include "platform/output.h"
@@ -80,7 +80,7 @@ bool SearchPosition() {
     ClearRequests();
     if (GameClock.EngineClock == -1) {
         SetUnlimitedBudget();
-        return Search(MaxDepth, true);
+        return Search(Modes.MaxDepth, true);
     }
     ComputeTimeBudget();
     return Search(kTimedDepthLimit, true);
@@ -111,7 +111,7 @@ enum class Next { Search, Finish };
 Next AnswerPendingMove() {
     LeavePondering();
     PlayGameMove(Request.PendingMove);
-    return ForceMode != 0 ? Next::Finish : Next::Search;
+    return Modes.ForceMode != 0 ? Next::Finish : Next::Search;
 }
 
 // An "undo" that ended the pondering takes back one ply, as the command loop would.
@@ -138,7 +138,7 @@ bool ProbePonderMove(Next& next) {
     const bool over = Search(kTimedDepthLimit, true);
     EndPonderProbe();
     next = Next::Finish;
-    if (over || Request.NewGameRequested != 0) return false;
+    if (over || Request.NewGameRequested != 0 || Request.QuitRequested != 0) return false;
     if (Ponder.PonderMiss == 0 && Ponder.ProbeTimeUp != 0) {
         BeginPondering(RootMoves[0]);
         return true;
@@ -167,6 +167,7 @@ Next StartPondering() {
 // One search and what follows from it.
 Next ThinkOnce() {
     const bool nothingToMove = SearchPosition();
+    if (Request.QuitRequested != 0) return Next::Finish;
     if (Ponder.PonderSearch != 0) return EndPonderSearch();
     if (nothingToMove || !PlayBestMove() || Ponder.PonderAllowed == 0)
         return Next::Finish;

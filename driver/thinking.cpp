@@ -1,7 +1,7 @@
 #include "driver/thinking.h"
 
 #include "board/notation.h"
-#include "driver/state.h"
+#include "driver/modes.h"
 #include "platform/output.h"
 #include "search/control.h"
 #include "search/hash.h"
@@ -57,7 +57,7 @@ void FinalThinkingLine() {
 }
 
 void ThinkingLine(bool force) {
-    if (PostThinking == 0 || Ponder.PonderProbe != 0) return;
+    if (Modes.PostThinking == 0 || Ponder.PonderProbe != 0) return;
     if (!force && Result.NodeCount >= 1 && Result.NodeCount <= kQuietNodes) return;
     FinalThinkingLine();
 }

@@ -4,6 +4,7 @@
 
 #include "board/legalmoves.h"
 #include "board/notation.h"
+#include "platform/output.h"
 
 namespace {
 
@@ -46,6 +47,11 @@ Move ParseCoordinateMove(const char* text, char promotion) {
 }
 
 bool IsLegalUserMove(Move m) { return LegalMoves().Contains(m) && Captured(m) != KING; }
+
+void WriteIllegalMove(const char* text) {
+    Write("Illegal move: %s\n", text);
+    FlushOutput();
+}
 
 void BuildMatchList() {
     const LegalMoves legal;

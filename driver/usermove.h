@@ -14,6 +14,9 @@ Move ParseCoordinateMove(const char* text, char promotion);
 // The move is legal in the current position and captures no king.
 bool IsLegalUserMove(Move m);
 
+// Tells the user, and flushes.
+void WriteIllegalMove(const char* text);
+
 // ---- The match list: legal moves of the position whose moves may be typed during a
 // search
 void BuildMatchList();

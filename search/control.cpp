@@ -1,12 +1,13 @@
 #include "search/control.h"
 
 InputRequests Request;
-PonderState Ponder = {.PonderAllowed = 1,
-                      .PonderSearch = 0,
-                      .PonderMove = NO_MOVE,
-                      .PonderMiss = 0,
-                      .PonderProbe = 0,
-                      .ProbeTimeUp = 0};
+PonderState Ponder;
+
+void ResetControl() {
+    Request = {};
+    Ponder = {};
+    Ponder.PonderAllowed = 1;
+}
 
 void ClearRequests() {
     Request = {};
@@ -18,6 +19,11 @@ void RequestNewGame() { Request.NewGameRequested = 1; }
 void RequestExit() { Request.ExitAnalysis = 1; }
 
 void RequestUndo() { Request.UndoRequested = 1; }
+
+void RequestQuit() {
+    Request.QuitRequested = 1;
+    Control.StopSearch = 1;
+}
 
 void AllowPondering(bool allowed) { Ponder.PonderAllowed = allowed ? 1 : 0; }
 

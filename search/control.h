@@ -13,14 +13,19 @@ struct InputRequests {
     int NewGameRequested;  // "new"
     int ExitAnalysis;      // "exit"
     int UndoRequested;     // "undo"
+    int QuitRequested;     // "quit" or the end of input: for good, no search follows
 };
 extern InputRequests Request;
 
+// Requests and pondering as in a program just started.
+void ResetControl();
 // Before every search: no requests, and nothing stops it.
 void ClearRequests();
 void RequestNewGame();
 void RequestExit();
 void RequestUndo();
+// The search unwinds, nothing more is written, and the program ends.
+void RequestQuit();
 
 // ---- Pondering. Written by search/control.cpp ----
 struct PonderState {
@@ -73,6 +78,8 @@ inline constexpr int kLongPollInterval = 20000;
 inline constexpr int kShortPollInterval = 300;
 inline constexpr int kTimedDepthLimit = 999;  // as depth limit: the clock ends the search
 
+// No clock is known, no search limited.
+void ResetClock();
 // The clock of a search starts to run.
 void StartSearchClock();
 // TimeBudget and PollInterval of a search that the clock does not limit.

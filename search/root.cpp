@@ -218,6 +218,13 @@ void Deepen() {
 
 }  // namespace
 
+void ResetRoot() {
+    Root = {};
+    Result = {};
+    Line = {};
+    Generated.MoveStackTop = 0;
+}
+
 bool GameOverCheck() {
     if (AnnounceDraw()) return true;
     const bool tableMoveLeads = BuildRootMoves();

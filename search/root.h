@@ -35,6 +35,8 @@ struct SearchResult {
 };
 extern SearchResult Result;
 
+// No moves, no result, an empty line and move stack.
+void ResetRoot();
 // Finds the move for the current position: RootMoves[0], with RootScore, RootDepth and
 // NodeCount. `depthLimit` in plies, one above the last iteration. True when there is
 // nothing to move: the game is over (the result line is written) or a king is missing.

@@ -10,14 +10,8 @@
 #include "search/control.h"
 #include "search/root.h"
 
-ClockState GameClock = {.EngineClock = -1, .MovesPerControl = 0, .Increment = 0};
-SearchControl Control = {.StopSearch = 0,
-                         .DepthLimit = 0,
-                         .TimeBudget = kUnlimitedBudget,
-                         .PollInterval = kLongPollInterval,
-                         .PollCountdown = 0,
-                         .SearchStartTime = 0,
-                         .LearnedScoresUsed = 0};
+ClockState GameClock;
+SearchControl Control;
 
 namespace {
 
@@ -79,6 +73,12 @@ std::int64_t WithKingSafety(std::int64_t budget) {
 
 std::int64_t ElapsedMilliseconds() {
     return ClockMilliseconds() - Control.SearchStartTime;
+}
+
+void ResetClock() {
+    GameClock = {.EngineClock = -1, .MovesPerControl = 0, .Increment = 0};
+    Control = {};
+    SetUnlimitedBudget();
 }
 
 void StartSearchClock() { Control.SearchStartTime = ClockMilliseconds(); }

@@ -6,7 +6,7 @@
 #include <fstream>
 
 #include "bench/positions.h"
-#include "driver/state.h"
+#include "driver/modes.h"
 #include "driver/thinking.h"
 #include "platform/clock.h"
 #include "search/alphabeta.h"
@@ -90,7 +90,7 @@ TEST(Search, DepthLimitAndOnlyMove) {
     SearchFresh(kMiddlegame, 2);  // no iteration at all: the first move of the list
     EXPECT_EQ(Result.NodeCount, 0);
     EXPECT_EQ(Root.RootMoveCount, 46);
-    PostThinking = 1;  // a lone move is neither searched nor shown
+    Modes.PostThinking = 1;  // a lone move is neither searched nor shown
     Position("k7/8/1K6/8/8/8/8/7R b");
     EXPECT_EQ(OutputOf([] { EXPECT_FALSE(Search(20, false)); }), "");
     EXPECT_EQ(TextOf(RootMoves[0]), "a8b8");

@@ -8,8 +8,8 @@
 
 #include "board/attacks.h"
 #include "driver/commands.h"
+#include "driver/modes.h"
 #include "driver/settings.h"
-#include "driver/state.h"
 #include "driver/think.h"
 #include "tests/support.h"
 
@@ -73,7 +73,7 @@ TEST(SelfPlay, SlowGamesEndProperly) {
     for (int game = 0; game < games && !HasFailure(); ++game) {
         FreshEngine(16);
         NewGame();
-        MaxDepth = 3 + game % 3;
+        Modes.MaxDepth = 3 + game % 3;
         // One who resigns at once ends lost games early; the others are played out.
         SettingsInForce.ResignTimes = game % 4 == 0 ? 1 : 3;
         Random random(static_cast<std::uint32_t>(game));

@@ -8,9 +8,7 @@
 #include "board/attacks.h"
 #include "board/fen.h"
 #include "board/notation.h"
-#include "driver/settings.h"
-#include "driver/state.h"
-#include "eval/evaluate.h"
+#include "driver/startup.h"
 #include "platform/output.h"
 #include "search/control.h"
 #include "search/hash.h"
@@ -18,19 +16,8 @@
 #include "search/root.h"
 
 void FreshEngine(int tableBits) {
-    FreePawnTable();
-    ASSERT_TRUE(AllocateTranspositionTable(tableBits));
-    ASSERT_TRUE(AllocatePawnTable(Settings.PawnHashSize));
-    SetDefaultSettings();
-    ResetMargins();
-    ForceMode = PostThinking = Ponder.PonderAllowed = 0;
-    MaxDepth = kMaxDepthDefault;
-    GameClock = {.EngineClock = -1, .MovesPerControl = 0, .Increment = 0};
-    Control.TimeBudget = kUnlimitedBudget;
-    Control.PollInterval = kLongPollInterval;
-    Result.PreviousScore = Control.StopSearch = Ponder.PonderSearch = Ponder.PonderProbe =
-        Request.NewGameRequested = 0;
-    Position(kStart);
+    ASSERT_TRUE(ResetEngine(tableBits));
+    AllowPondering(false);
 }
 
 void Position(const char* fen) {

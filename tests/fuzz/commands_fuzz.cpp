@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <csetjmp>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -12,13 +11,9 @@
 
 #include "driver/commands.h"
 #include "driver/startup.h"
-#include "search/control.h"
 #include "tests/scratch.h"
 
 namespace {
-
-std::jmp_buf AtEnd;  // where the program's end leads back to
-bool Running = false;
 
 // The whole input waits in a pipe, which must hold it without a reader.
 constexpr std::size_t kLongestInput = 32768;
@@ -47,48 +42,19 @@ void PutIntoStandardInput(const std::string& text) {
     close(ends[0]);
 }
 
-// What a process begins with, where the last run ended in the middle of something.
-void ForgetLastRun() {
-    Control.StopSearch = Ponder.PonderSearch = Ponder.PonderMiss = Ponder.PonderProbe = 0;
-    GameClock.MovesPerControl = GameClock.Increment = 0;
-    Ponder.PonderAllowed = 1;
-}
-
 // From start-up to the end of input, in a folder of its own with the smallest tables.
 void RunProgram() {
     static const Scratch folder;
     static const int before = open(".", O_RDONLY);
     folder.Write("Veltramox.ini", "TranspositionSize=13\nPawnHashSize=12\nUseEGTB=off\n");
     Require(chdir(folder.directory.c_str()) == 0);
-    Running = true;
-    if (setjmp(AtEnd) == 0) {
-        ForgetLastRun();
-        StartUp();
-        CommandLoop();
-    }
-    Running = false;
+    StartUp();
+    CommandLoop();
+    ShutDown();
     Require(fchdir(before) == 0);
 }
 
 }  // namespace
-
-// The linker leads every exit() here: at the end of its input the program has released
-// what it holds, and can be started again.
-extern "C" [[noreturn]] void __real_exit(int status);
-extern "C" [[noreturn]] void __wrap_exit(int status);
-extern "C" void __wrap_exit(int status) {
-    if (Running) std::longjmp(AtEnd, 1);
-    __real_exit(status);
-}
-
-// Tables that never change are built at the first start alone: they take longer than most
-// sessions.
-extern "C" void RealBuildTables() asm("__real__Z11BuildTablesv");
-extern "C" void WrapBuildTables() asm("__wrap__Z11BuildTablesv");
-extern "C" void WrapBuildTables() {
-    static const bool built = (RealBuildTables(), true);
-    Require(built);
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
