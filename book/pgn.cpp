@@ -43,13 +43,18 @@ bool Is(char c, int classes) {
 
 // ---- The stream ----
 
+std::size_t ReadMore(PgnReader& pgn, char* buffer, std::size_t size) {
+    return pgn.source != nullptr ? pgn.source(pgn.from, buffer, size)
+                                 : ReadNext(pgn.file, buffer, size);
+}
+
 // Fetches more, behind what is left; false at the file's end, where nothing comes.
 bool Refill(PgnReader& pgn) {
     const auto left = static_cast<std::size_t>(pgn.end - pgn.at);
     pgn.bytesBefore += static_cast<std::uint64_t>(pgn.at - pgn.buffer);
     std::memmove(pgn.buffer, pgn.at, left);
     const std::size_t got =
-        pgn.fileEnd ? 0 : ReadNext(pgn.file, pgn.buffer + left, kPgnBufferSize - left);
+        pgn.fileEnd ? 0 : ReadMore(pgn, pgn.buffer + left, kPgnBufferSize - left);
     if (got == 0) pgn.fileEnd = true;
     pgn.at = pgn.buffer;
     pgn.end = pgn.buffer + left + got;
@@ -275,13 +280,19 @@ PgnStatus Resolve(PgnReader& pgn, const char* raw, bool foreign, Move& move) {
 }  // namespace
 
 bool OpenPgn(PgnReader& pgn, const char* name) {
-    ClosePgn(pgn);
+    OpenPgn(pgn, nullptr, nullptr);
     pgn.file = OpenFile(name, FileMode::Read);
+    return pgn.file != nullptr;
+}
+
+void OpenPgn(PgnReader& pgn, PgnSource source, void* from) {
+    ClosePgn(pgn);
+    pgn.source = source;
+    pgn.from = from;
     pgn.inGame = pgn.fileEnd = false;
     pgn.bytesBefore = 0;
     pgn.at = pgn.end = pgn.buffer;
     pgn.buffer[0] = '\0';
-    return pgn.file != nullptr;
 }
 
 void ClosePgn(PgnReader& pgn) { CloseFile(pgn.file); }

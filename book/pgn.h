@@ -28,8 +28,13 @@ inline constexpr int kPgnDrawn = 3;
 inline constexpr int kPgnTokenLimit = 15;
 inline constexpr std::size_t kPgnBufferSize = 1 << 16;
 
+// Puts at most `size` bytes into the buffer; 0 at the end, and on an error.
+using PgnSource = std::size_t (*)(void* from, void* buffer, std::size_t size);
+
 struct PgnReader {
     FileHandle file = nullptr;
+    PgnSource source = nullptr;  // instead of the file
+    void* from = nullptr;
     // Moves begin right behind the tags, with or without numbers. Otherwise all text up
     // to a "1" is skipped, and a game without move numbers is not told from such text.
     bool unnumbered = false;
@@ -58,6 +63,8 @@ enum class PgnStatus {
 };
 
 bool OpenPgn(PgnReader& pgn, const char* name);
+// Reads from something else than a file, which stays the caller's.
+void OpenPgn(PgnReader& pgn, PgnSource source, void* from);
 void ClosePgn(PgnReader& pgn);
 // Goes on to the next game, whatever is left of this one, and reads its tags; false when
 // the file has no more.

@@ -155,6 +155,8 @@ TEST(CommandLineTest, BooksLearningAndStatistics) {
                     {"book build none.pgn -o d.vlx", kRefused, "none.pgn"},
                     {"learn check junk", 1, ""},
                     {"learn check none", kRefused, "none"},
+                    {"book import junk -o e.vlx --keys junk", 1, "not in junk"},
+                    {"book export b.vlx -o e.vlx", kRefused, "--polyglot"},
                     {"random-games 3 --first 5", 0, "[Result "},
                     {"random-games 10 --first 4294967290", 0, "\"4294967299\""},
                     {"random-games 2 --first 18446744073709551615", 1, "numbers"},
@@ -162,6 +164,50 @@ TEST(CommandLineTest, BooksLearningAndStatistics) {
                     {"stats top", 1, "there is no file Veltramox.set"},
                     {"stats top --file junk", kRefused, "junk"},
                     {"nonsense", kRefused, "subcommand"}});
+}
+
+// Plain and compressed games, from files and from a pipe, make the same book; what cannot
+// be read to its end makes none.
+TEST(CommandLineTest, GamesFromGzipAndStandardInput) {
+    Scratch folder;
+    std::string games;
+    for (int i = 0; i < 20000; ++i) games += kGames;
+    folder.Write("games.pgn", games);
+    ASSERT_EQ(
+        std::system(("cd '" + folder.directory.string() +
+                     "' && gzip -k games.pgn && head -c 2000 games.pgn.gz >cut.gz &&"
+                     " (head -c 1000 games.pgn.gz; printf 'damage, damage';"
+                     " tail -c +1015 games.pgn.gz) >broken.gz")
+                        .c_str()),
+        0);
+    for (const char* build :
+         {"book build games.pgn -o a", "book build games.pgn.gz -o b",
+          "book build - -o c <games.pgn", "book build -o d -- - <games.pgn.gz"})
+        EXPECT_EQ(Tool(folder, build).status, 0) << build;
+    EXPECT_GT(folder.Read("a").size(), 100u);
+    for (const char* same : {"b", "c", "d"})
+        EXPECT_TRUE(folder.Read("a") == folder.Read(same)) << same;
+    Follow(folder, {{"book build cut.gz -o e", 1, "cannot read cut.gz: "},
+                    {"book build broken.gz games.pgn -o e", 1, "cannot read broken.gz: "},
+                    {"book build - -o e <.", 1, "cannot read -"}});
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("e")));
+}
+
+TEST(CommandLineTest, AnEmptyBookSaysWhy) {
+    Scratch folder;
+    folder.Write("games", kGames);
+    folder.Write("set-up", "[FEN \"8/8/8/8/8/8/8/K1k5 w - - 0 1\"]\n\n1. Ka2 *\n");
+    folder.Write("unknown", "[Result \"*\"]\n\n1. Sf3 *\n");
+    folder.Write("nothing", "1. e4 e5\n");
+    Follow(
+        folder,
+        {{"book build games -o b", 1,
+          "in 3 games, which is --min-games; the most frequent"},
+         {"book build set-up -o b", 1, "all games (1) begin at a position of their own"},
+         {"book build unknown -o b", 1, "of 1 games no first move could be told"},
+         {"book build nothing -o b", 1, "a game begins with its tags"},
+         {"book build - -o b", 1, "there are no games"}});
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("b")));
 }
 
 // The work goes on, the status tells that its report is lost; and a closed standard

@@ -2,7 +2,11 @@
 // each different position.
 #include "tools/bookbuild.h"
 
+#include <zlib.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -80,6 +84,17 @@ void CreditGame(BuiltMove& slot, int result, int side) {
     slot.pointsAgainst += drawn ? 1 : won ? 0 : 2;
 }
 
+// ---- Games ----
+
+using GzipFile = std::unique_ptr<gzFile_s, int (*)(gzFile)>;
+
+// What is not compressed is read as it stands.
+std::size_t ReadGzip(void* file, void* buffer, std::size_t size) {
+    const int got =
+        gzread(static_cast<gzFile>(file), buffer, static_cast<unsigned>(size));
+    return got > 0 ? static_cast<std::size_t>(got) : 0;
+}
+
 // The moves up to the limit; the reader goes over the rest by itself.
 void AddGame(BookBuilder& builder, PgnReader& pgn, const BuildOptions& options) {
     SetStartPosition();
@@ -147,9 +162,16 @@ bool ComesBefore(const BuiltMove& a, const BuiltMove& b) {
 }  // namespace
 
 bool AddGames(BookBuilder& builder, const std::string& name, const BuildOptions& options,
-              std::uint64_t bytesBefore, std::uint64_t wholeBytes) {
+              std::uint64_t bytesBefore, std::uint64_t wholeBytes, std::string& reason) {
+    const GzipFile file(name == "-" ? gzdopen(0, "rb") : gzopen(name.c_str(), "rb"),
+                        gzclose);
+    if (!file) {
+        reason = "cannot open " + name;
+        return false;
+    }
+    gzbuffer(file.get(), 2 * kPgnBufferSize);
     const auto pgn = std::make_unique<PgnReader>();
-    if (!OpenPgn(*pgn, name.c_str())) return false;
+    OpenPgn(*pgn, ReadGzip, file.get());
     pgn->unnumbered = true;
     while (NextPgnGame(*pgn)) {
         ++builder.counts.games;
@@ -158,11 +180,17 @@ bool AddGames(BookBuilder& builder, const std::string& name, const BuildOptions&
         else
             AddGame(builder, *pgn, options);
         if (builder.counts.games % kProgressEvery == 0)
-            ShowProgress("Reading games", bytesBefore + PgnPosition(*pgn), wholeBytes);
+            ShowProgress("Reading games",
+                         bytesBefore + static_cast<std::uint64_t>(gzoffset(file.get())),
+                         wholeBytes);
     }
-    ClosePgn(*pgn);
     EndProgress();
-    return true;
+    int error = Z_OK;
+    const char* const text = gzerror(file.get(), &error);
+    if (error == Z_OK || error == Z_STREAM_END) return true;
+    reason =
+        "cannot read " + name + ": " + (error == Z_ERRNO ? std::strerror(errno) : text);
+    return false;
 }
 
 // The moves stand behind the last colon: names may have colons of their own.
@@ -192,6 +220,8 @@ bool AddLines(BookBuilder& builder, const std::string& name, std::string& reason
 // The slots are sorted where they are, so that no second table is needed.
 BookImage FinishBook(BookBuilder& builder, const BuildOptions& options) {
     std::vector<BuiltMove>& moves = builder.slots;
+    for (const BuiltMove& m : moves)
+        builder.counts.mostGames = std::max(builder.counts.mostGames, m.games);
     std::erase_if(moves, [&](const BuiltMove& m) { return !IsKept(m, options); });
     std::sort(moves.begin(), moves.end(), ComesBefore);
     BookImage image;
@@ -211,4 +241,18 @@ BookImage FinishBook(BookBuilder& builder, const BuildOptions& options) {
     builder.counts.positions = image.nodes;
     builder = BookBuilder{.counts = builder.counts};
     return image;
+}
+
+std::string WhyEmpty(const BuildCounts& counts, const BuildOptions& options) {
+    if (counts.games == 0)
+        return "there are no games (a game begins with its tags, like [Result \"1-0\"]) "
+               "and no opening lines";
+    const std::string games = std::to_string(counts.games);
+    if (counts.skipped == counts.games)
+        return "all games (" + games + ") begin at a position of their own";
+    if (counts.mostGames == 0)
+        return "of " + games + " games no first move could be told";
+    return "no move occurs in " + std::to_string(options.minGames) +
+           " games, which is --min-games; the most frequent occurs in " +
+           std::to_string(counts.mostGames);
 }

@@ -19,6 +19,7 @@ struct BuildCounts {
     std::uint64_t broken = 0;   // a move could not be told; the moves before it count
     std::uint64_t skipped = 0;  // games that do not begin at the start position
     std::uint64_t lines = 0;
+    std::uint32_t mostGames = 0;  // that a move occurs in, before rare ones were dropped
     std::uint32_t positions = 0, moves = 0;  // of the book
 };
 
@@ -39,13 +40,16 @@ struct BookBuilder {
     BuildCounts counts;
 };
 
-// Adds the games of a PGN file; false when it cannot be opened. Progress is shown against
+// Adds the games of a PGN file, plain or compressed by gzip; "-" is standard input.
+// False, with the reason, when it cannot be read to its end. Progress is shown against
 // `wholeBytes`, of which `bytesBefore` have been read from other files.
 bool AddGames(BookBuilder& builder, const std::string& name, const BuildOptions& options,
-              std::uint64_t bytesBefore, std::uint64_t wholeBytes);
+              std::uint64_t bytesBefore, std::uint64_t wholeBytes, std::string& reason);
 // Adds the lines of a text file, one a line: "Name: 1. e4 e5 2. Nf3". What follows "#" is
 // a comment. A move marked with "?" or "?!" is known to the book but not played. False,
 // with the reason, when the file cannot be opened or a move in it is not legal.
 bool AddLines(BookBuilder& builder, const std::string& name, std::string& reason);
 // The book of what has been added, best known moves first in each list.
 BookImage FinishBook(BookBuilder& builder, const BuildOptions& options);
+// Why a book has become empty: the rule that has dropped what was read.
+std::string WhyEmpty(const BuildCounts& counts, const BuildOptions& options);

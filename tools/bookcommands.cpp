@@ -244,11 +244,12 @@ int BuildBook(const std::vector<std::string>& games,
     std::uint64_t whole = 0, before = 0;
     for (const std::string& name : games) whole += SizeOf(name);
     for (const std::string& name : games) {
-        if (!AddGames(builder, name, options, before, whole))
-            return Fail("cannot open " + name);
+        if (!AddGames(builder, name, options, before, whole, reason)) return Fail(reason);
         before += SizeOf(name);
     }
     const BookImage image = FinishBook(builder, options);
+    if (image.nodes == 0)
+        return Fail("the book would be empty: " + WhyEmpty(builder.counts, options));
     if (!WriteBookImage(image, output, reason)) return Fail(reason);
     ReportBuild(builder.counts, output, json);
     return 0;

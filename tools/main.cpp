@@ -15,6 +15,7 @@
 #include "platform/output.h"
 #include "tools/bookcommands.h"
 #include "tools/learncommands.h"
+#include "tools/polyglotbook.h"
 #include "tools/progress.h"
 #include "tools/randomgames.h"
 #include "tools/report.h"
@@ -25,7 +26,8 @@ namespace {
 
 // ---- What the command line says ----
 std::vector<std::string> Files, Lines;
-std::string Output, Fen, Materials;
+std::string Output, Fen, Materials, KeysFile;
+bool Polyglot = false;
 std::string StatisticsFile = "Veltramox.set";
 int TopCount = 20;
 BuildOptions Options;
@@ -51,7 +53,10 @@ void AddInput(CLI::App* command, const char* name, const char* help) {
 void AddBookBuild(CLI::App* book) {
     CLI::App* build = book->add_subcommand(
         "build", "Build a book from games, whose results count, and from opening lines");
-    build->add_option("GAMES", Files, "PGN files")->check(CLI::ExistingFile);
+    build
+        ->add_option("GAMES", Files,
+                     "PGN files, plain or compressed by gzip; \"-\" is standard input")
+        ->check(CLI::ExistingFile | CLI::IsMember({"-"}));
     build->add_option("-o,--output", Output, "The book to write")->required();
     build->add_option("--max-ply", Options.maxPly, "Half-moves of each game that count")
         ->check(CLI::Range(1, 600))
@@ -69,6 +74,27 @@ void AddBookBuild(CLI::App* book) {
             throw CLI::ValidationError("GAMES",
                                        "name games, or opening lines with --lines");
         Status = BuildBook(Files, Lines, Output, Options, Json);
+    });
+}
+
+using PolyglotWork = int (*)(const std::string& name, const std::string& output,
+                             const PolyglotKeys& keys, bool json);
+
+// What the two ways between our books and Polyglot's have in common.
+void AddPolyglot(CLI::App* command, PolyglotWork work) {
+    command->add_option("-o,--output", Output, "The book to write")->required();
+    command
+        ->add_option("--keys", KeysFile,
+                     "A file that has Polyglot's random numbers; without it, the package "
+                     "polyglot or xboard")
+        ->check(CLI::ExistingFile);
+    AddJson(command);
+    command->callback([work] {
+        PolyglotKeys keys;
+        std::string reason;
+        Status = FindPolyglotKeys(keys, KeysFile, reason)
+                     ? work(Files[0], Output, keys, Json)
+                     : Fail(reason);
     });
 }
 
@@ -96,6 +122,16 @@ void AddBook(CLI::App& app) {
     merge->add_option("-o,--output", Output, "The book to write")->required();
     AddJson(merge);
     merge->callback([] { Status = MergeBooks(Files[0], Files[1], Output, Json); });
+
+    CLI::App* leave = book->add_subcommand("export", "Write a book for other programs");
+    AddInput(leave, "BOOK", "The book");
+    leave->add_flag("--polyglot", Polyglot, "In the format of Polyglot")->required();
+    AddPolyglot(leave, ExportPolyglot);
+
+    CLI::App* import =
+        book->add_subcommand("import", "Make a book from one in the format of Polyglot");
+    AddInput(import, "BIN", "The Polyglot book");
+    AddPolyglot(import, ImportPolyglot);
 }
 
 void AddLearn(CLI::App& app) {
