@@ -403,6 +403,8 @@ void OnNoMove(const std::string& result) {
 void OnStatus(const std::string& line) { Say("%s", line.c_str()); }
 void OnNotice(const std::string& text) { Say("# %s", text.c_str()); }
 
+bool ToMove(bool) { return EngineActivity == Activity::Searching; }
+
 }  // namespace
 
-const Protocol kCecp = {OnLine, OnThinking, OnMove, OnNoMove, OnStatus, OnNotice};
+const Protocol kCecp = {OnLine, OnThinking, OnMove, OnNoMove, OnStatus, OnNotice, ToMove};

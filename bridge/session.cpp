@@ -23,6 +23,7 @@ bool PonderWanted;
 std::string PonderHint;
 ThinkingReport LastReport;
 bool QuitRequested;
+long long InputReads;
 
 namespace {
 
@@ -385,7 +386,7 @@ void Listen(LineReader& outside) {
     sigemptyset(&terminate);
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&terminate, signal);
     sigprocmask(SIG_BLOCK, &terminate, &before);
-    pollfd waiting[] = {{outside.descriptor, POLLIN, 0},
+    pollfd waiting[] = {{outside.ended ? -1 : outside.descriptor, POLLIN, 0},
                         {EngineOutput.descriptor, POLLIN, 0},
                         {STDOUT_FILENO, 0, 0}};
     int ready = 0;
@@ -399,19 +400,22 @@ void Listen(LineReader& outside) {
     if (ready <= 0) return;
     if (waiting[2].revents != 0) OutsideGone = true;
     if (waiting[1].revents != 0) ReadSome(EngineOutput);
-    if (waiting[0].revents != 0) ReadSome(outside);
+    if (waiting[0].revents == 0) return;
+    ReadSome(outside);
+    ++InputReads;
 }
 
 int RunLoop(LineReader& outside) {
     while (!QuitRequested && !OutsideGone) {
         HandleEngine();
         HandleTimers();
+        const bool more = Outside->goOn(outside.ended);
         std::string line;
         if (!QuitRequested && TakeLine(outside, line)) {
             Outside->onLine(line);
             continue;
         }
-        if (outside.ended) break;
+        if (outside.ended && !more) break;
         if (!QuitRequested) Listen(outside);
     }
     StopEngine();
@@ -555,6 +559,16 @@ void ApplyOptions() {
     if (RestartEngine() && interrupted == Activity::Analysing) Search(CatchUp());
 }
 
+namespace {
+
+// The protocol that a line asks for; nullptr: it leaves that open.
+const Protocol* AskedFor(std::string_view word) {
+    if (word == "xboard" || word == "protover") return &kCecp;
+    return word != "help" && word != "quit" && IsUciCommand(word) ? &kUci : nullptr;
+}
+
+}  // namespace
+
 int RunSessionByFirstLine() {
     LineReader& input = StandardInput();
     for (std::string line;;) {
@@ -562,15 +576,16 @@ int RunSessionByFirstLine() {
             std::string_view rest = line;
             const std::string_view word = TakeWord(rest);
             if (word == "quit") return EXIT_SUCCESS;
-            const bool uci = word == "uci";
-            if (uci || word == "xboard" || word == "protover") {
-                const Protocol& protocol = uci ? kUci : kCecp;
-                Outside = &protocol;
+            Outside = AskedFor(word);
+            if (Outside != nullptr) {
                 if (!RestartEngine()) return ExitStatus;
-                protocol.onLine(line);
+                Outside->onLine(line);
                 return RunLoop(input);
             }
-            if (!word.empty()) Say("Error (unknown command): %s", line.c_str());
+            if (word == "help")
+                kUci.onLine(line);
+            else if (!word.empty())
+                Say("Error (unknown command): %s", line.c_str());
         }
         if (input.ended) return EXIT_SUCCESS;
         Listen(input);

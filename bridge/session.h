@@ -22,6 +22,9 @@ struct Protocol {
     void (*onStatus)(const std::string& line);
     // Something the user may want to know.
     void (*onNotice)(const std::string& text);
+    // Between lines and the engine's words: goes on with what has waited for them. True
+    // when there is more to come before the program may end, should the input have ended.
+    bool (*goOn)(bool inputEnded);
 };
 
 enum class Activity {
@@ -39,6 +42,9 @@ extern std::string PonderHint;
 extern ThinkingReport LastReport;
 // Ends the loop.
 extern bool QuitRequested;
+// How often something has been read from the outside: lines that came together with
+// another one are those taken under the same number.
+extern long long InputReads;
 
 // Plies of a search that is over before it could be interrupted: for a move where the
 // engine has not named one.

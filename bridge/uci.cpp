@@ -1,11 +1,14 @@
 #include "bridge/uci.h"
 
 #include <algorithm>
+#include <deque>
+#include <iterator>
 
 #include "board/notation.h"
 #include "bridge/game.h"
 #include "bridge/lines.h"
 #include "bridge/options.h"
+#include "bridge/shell.h"
 
 namespace {
 
@@ -17,6 +20,14 @@ SearchLimits HitLimits;  // and these hold from then on
 // Why the last "position" was refused; empty: it was not. There is then nothing to
 // search: the position before it is not what the front end has on its board.
 std::string Refusal;
+
+// ---- Lines that wait for the end of a search ----
+// "position" and "go" do, as with other engines: so a batch of them is worked off.
+std::deque<std::string> Waiting;
+std::size_t WaitingBytes;
+constexpr std::size_t kMostWaiting = std::size_t{1} << 26;  // bytes
+long long ReadsAtGo;                                        // InputReads at the last "go"
+void CarryOutNext();
 
 void Complain(const std::string& text) { Say("info string error: %s", text.c_str()); }
 
@@ -82,7 +93,7 @@ void ChangeOption(std::string_view rest) {
 }
 
 // Every "go" is owed a "bestmove", before anything else is done.
-void Stop(std::string_view) {
+void EndSearch() {
     if (!MoveOwed) return;
     if (NothingToSearch()) return GiveNoMove();
     std::string move = EndWithMove();
@@ -97,7 +108,7 @@ void Stop(std::string_view) {
 }
 
 void NewGame(std::string_view) {
-    Stop({});
+    EndSearch();
     ForgetGames();
     StartGame();
     Refusal.clear();
@@ -129,7 +140,7 @@ bool ReadPosition(std::string_view rest, std::string& fault) {
 }
 
 void SetPosition(std::string_view rest) {
-    Stop({});
+    EndSearch();
     Refusal.clear();
     if (!ReadPosition(rest, Refusal)) Complain(Refusal);
 }
@@ -192,8 +203,9 @@ void Go(std::string_view rest) {
     SearchLimits limits;
     bool ponder = false;
     if (!ReadLimits(rest, limits, ponder)) return;
-    Stop({});
+    EndSearch();
     LastReport = ThinkingReport{};
+    ReadsAtGo = InputReads;
     MoveOwed = true;
     AwaitingHit = ponder;
     HitLimits = limits;
@@ -216,28 +228,99 @@ void PonderHit(std::string_view) {
     BeginSearch(HitLimits);
 }
 
-void Quit(std::string_view) { QuitRequested = true; }
+// What waits was asked for before: it is begun and ended, so that nothing is owed.
+void Stop(std::string_view) {
+    EndSearch();
+    while (!Waiting.empty() && !QuitRequested) {
+        CarryOutNext();
+        EndSearch();
+    }
+}
+
+void Quit(std::string_view) {
+    EndSearch();
+    QuitRequested = true;
+}
+void Draw(std::string_view) {
+    if (!Refusal.empty()) return Complain("no position: " + Refusal);
+    DrawBoard();
+}
+void Help(std::string_view) { ShowHelp(); }
 void Nothing(std::string_view) {}
+
+// What a command does while a search that will end of itself goes on.
+enum class Turn {
+    AtOnce,
+    InOrder,  // waits when others wait
+    After,    // waits
+    Last,     // the same, if it belongs to a batch: it came in one piece with "go"
+};
 
 constexpr struct {
     std::string_view name;
     void (*run)(std::string_view rest);
+    Turn turn;
 } kCommands[] = {
-    {"uci", Identify},       {"isready", IsReady},      {"setoption", ChangeOption},
-    {"ucinewgame", NewGame}, {"position", SetPosition}, {"go", Go},
-    {"stop", Stop},          {"ponderhit", PonderHit},  {"quit", Quit},
-    {"debug", Nothing},      {"register", Nothing},
+    {"uci", Identify, Turn::AtOnce},
+    {"isready", IsReady, Turn::AtOnce},
+    {"setoption", ChangeOption, Turn::InOrder},
+    {"ucinewgame", NewGame, Turn::After},
+    {"position", SetPosition, Turn::After},
+    {"go", Go, Turn::After},
+    {"stop", Stop, Turn::AtOnce},
+    {"ponderhit", PonderHit, Turn::AtOnce},
+    {"quit", Quit, Turn::Last},
+    {"d", Draw, Turn::InOrder},
+    {"help", Help, Turn::AtOnce},
+    {"debug", Nothing, Turn::AtOnce},
+    {"register", Nothing, Turn::AtOnce},
 };
 
 // ---- What happens ----
 
-void OnLine(const std::string& line) {
+void CarryOut(const std::string& line) {
     std::string_view rest = line;
     const std::string_view word = TakeWord(rest);
     if (word.empty()) return;
     for (const auto& command : kCommands)
         if (word == command.name) return command.run(rest);
     Complain("unknown command " + std::string(word));
+}
+
+void CarryOutNext() {
+    const std::string line = std::move(Waiting.front());
+    Waiting.pop_front();
+    WaitingBytes -= line.size();
+    CarryOut(line);
+}
+
+bool SearchEndsOfItself() { return MoveOwed && EngineActivity == Activity::Searching; }
+
+bool MustWait(std::string_view word) {
+    if (!SearchEndsOfItself() && Waiting.empty()) return false;
+    for (const auto& command : kCommands) {
+        if (word != command.name) continue;
+        if (command.turn == Turn::AtOnce || command.turn == Turn::After)
+            return command.turn == Turn::After;
+        return !Waiting.empty() ||
+               (command.turn == Turn::Last && InputReads == ReadsAtGo);
+    }
+    return false;
+}
+
+void OnLine(const std::string& line) {
+    std::string_view rest = line;
+    if (!MustWait(TakeWord(rest))) return CarryOut(line);
+    if (WaitingBytes + line.size() > kMostWaiting)
+        return Complain("too much waits for the end of the search");
+    WaitingBytes += line.size();
+    Waiting.push_back(line);
+}
+
+bool GoOn(bool inputEnded) {
+    while (!Waiting.empty() && !SearchEndsOfItself() && !QuitRequested) CarryOutNext();
+    if (inputEnded && !SearchEndsOfItself()) EndSearch();
+    return MoveOwed || !Waiting.empty();
 }
 
 void OnThinking(const ThinkingReport& report) {
@@ -271,4 +354,9 @@ void OnNotice(const std::string& text) { Say("info string %s", text.c_str()); }
 
 }  // namespace
 
-const Protocol kUci = {OnLine, OnThinking, OnMove, OnNoMove, OnStatus, OnNotice};
+const Protocol kUci = {OnLine, OnThinking, OnMove, OnNoMove, OnStatus, OnNotice, GoOn};
+
+bool IsUciCommand(std::string_view word) {
+    return std::any_of(std::begin(kCommands), std::end(kCommands),
+                       [word](const auto& command) { return command.name == word; });
+}
