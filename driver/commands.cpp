@@ -142,7 +142,7 @@ constexpr Command kCommands[] = {
 void LearnAbandonedDraw() {
     if (Settings.UseBookLearning == 0 || Book.file == nullptr ||
         BookLearnedThisGame != 0 || Result.ForGame == 0 || RootScore != 0 ||
-        Board.SideToMove == RootSide || Board.GamePly == 0)
+        Board.SideToMove == EvaluationInput.RootSide || Board.GamePly == 0)
         return;
     TakeBackGameMove();
     BookLearn(kGameDrawn);

@@ -60,9 +60,9 @@ const Setting kSettings[] = {
          &In.EGTBHashSize, 20, 0, kMostCacheBits, kMostCacheBits, 1),
 
     Number({"Style", "Weight of attacks on the enemy king, in percent, 0 to 300.",
-            "Aggressivity", "Aggressivity"}, &Aggressivity, 100, 300, 3, "%"),
+            "Aggressivity", "Aggressivity"}, &EvaluationInput.Aggressivity, 100, 300, 3, "%"),
     Number({nullptr, "Weight of the own king's safety, in percent, 0 to 300.",
-            "Cowardice", "Cowardice"}, &Cowardice, 100, 300, 3, "%"),
+            "Cowardice", "Cowardice"}, &EvaluationInput.Cowardice, 100, 300, 3, "%"),
 
     Number({"Resigning",
             "The engine resigns when its score was worse than this many centipawns below zero...",

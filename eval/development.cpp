@@ -49,7 +49,7 @@ int Undeveloped() {
     if (points + kMostPiecePoints <= kUndeveloped) return 0;
     points += PiecePoints<c>();
     if (points <= kUndeveloped) return 0;
-    const auto& [factor, less] = kPenalty[RootSide == c ? 1 : 0];
+    const auto& [factor, less] = kPenalty[EvaluationInput.RootSide == c ? 1 : 0];
     return factor * points - less;
 }
 

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "eval/endgame.h"
+#include "eval/evaluate.h"
 
 namespace {
 
@@ -105,8 +106,8 @@ int ScaleByKind(int score, int balance) {
 
 int ClampCantWin(int score) {
     const int side = Board.SideToMove;
-    if (score > 0 && CantWin[side] != 0) return 0;
-    if (score < 0 && CantWin[ChangeSide(side)] != 0) return 0;
+    if (score > 0 && LastEvaluation.CantWin[side] != 0) return 0;
+    if (score < 0 && LastEvaluation.CantWin[ChangeSide(side)] != 0) return 0;
     return score;
 }
 

@@ -1,9 +1,8 @@
 #include "eval/endgame.h"
 
 #include "board/attacks.h"
+#include "eval/evaluate.h"
 #include "eval/rookpawn.h"
-
-int CantWin[2];
 
 namespace {
 
@@ -246,7 +245,9 @@ EndingVerdict RecogniseEnding() {
         return bare == kStalemate ? kDraw : kLoss;
     if (onePawn) found = MajorPieceVerdict();
     if (found.verdict != Verdict::None) return found;
-    for (const int colour : {WHITE, BLACK}) CantWin[colour] = CannotWin(colour) ? 1 : 0;
-    if (CantWin[WHITE] != 0 && CantWin[BLACK] != 0) return kDraw;
+    for (const int colour : {WHITE, BLACK})
+        LastEvaluation.CantWin[colour] = CannotWin(colour) ? 1 : 0;
+    if (LastEvaluation.CantWin[WHITE] != 0 && LastEvaluation.CantWin[BLACK] != 0)
+        return kDraw;
     return found;
 }

@@ -14,12 +14,8 @@ struct EndingVerdict {
     int bonus = 0;  // with None: +-300 for a rook that beats a pawn, side to move's view
 };
 
-// [colour]: 1 when the colour cannot win, for it has no mating material, only bishops of
-// one colour, or only rook's pawns whose corner the enemy king holds; else 0. Recomputed
-// by RecogniseEnding unless an earlier recogniser settles the position.
-extern int CantWin[2];
-
-// Runs all recognisers in their order. Both kings must be on the board and
+// Runs all recognisers in their order and, when none settles the position before,
+// sets LastEvaluation.CantWin. Both kings must be on the board and
 // MatingFlagsValid be 1.
 EndingVerdict RecogniseEnding();
 

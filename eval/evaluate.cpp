@@ -11,17 +11,18 @@
 #include "eval/passers.h"
 #include "eval/pawns.h"
 #include "eval/pieces.h"
-#include "eval/report.h"
 #include "eval/shelter.h"
 #include "eval/terms.h"
 
-int RootSide = WHITE;
-int Aggressivity = 100, Cowardice = 100;
-int PositionalMargin, LazyMargin;
+EvaluationInputs EvaluationInput = {
+    .RootSide = WHITE, .Aggressivity = 100, .Cowardice = 100};
+AdaptiveMargins Margins;
+EvaluationRecord LastEvaluation;
 
 namespace {
 
 constexpr int kNewPositionalMargin = 280, kNewLazyMargin = 180;
+constexpr int kPositionalFloor = 300, kLazyFloor = 200;  // margins decay down to here
 constexpr int kMaterialMargin = 600;  // of the first lazy exit, centipawns
 
 // From White's view to the side to move's, and back.
@@ -94,17 +95,55 @@ int PieceTerms(Terms& t) {
 // bounds.
 bool IsOutside(int score, int& alpha, int beta) {
     if (Board.Units[WHITE] + Board.Units[BLACK] == 0) return false;
-    if (score + LazyMargin < alpha) return true;
-    if (score - LazyMargin <= beta) return false;
+    if (score + Margins.LazyMargin < alpha) return true;
+    if (score - Margins.LazyMargin <= beta) return false;
     alpha = beta;
     return true;
 }
 
+// Without pawns the shield is looked at only for a king that has to hide.
+void KeepShield(const Terms& t) {
+    const bool pawns = (Board.Pawns[WHITE] | Board.Pawns[BLACK]) != 0;
+    if (!pawns && t.ending[WHITE] && t.ending[BLACK]) return;
+    for (int c : {WHITE, BLACK})
+        for (int wing : {0, 1})
+            LastEvaluation.shieldDefects[c][wing] = t.pawns->defects[c][wing];
+}
+
+void Keep(const Terms& t) {
+    for (int c : {WHITE, BLACK}) {
+        LastEvaluation.Defended[c] = t.defended[c];
+        LastEvaluation.Danger[c] = t.danger[c];
+        LastEvaluation.PassedVector[c] = t.pawns->Of(c).passed;
+    }
+    LastEvaluation.pawnScore = t.pawnScore;
+    KeepShield(t);
+}
+
+// Shrunk by a quarter, down to a floor.
+int Decayed(int margin, int floor) { return std::max(margin * 3 / 4, floor); }
+
 }  // namespace
 
 void ResetMargins() {
-    PositionalMargin = kNewPositionalMargin;
-    LazyMargin = kNewLazyMargin;
+    Margins.PositionalMargin = kNewPositionalMargin;
+    Margins.LazyMargin = kNewLazyMargin;
+}
+
+void DecayMargins() {
+    Margins.PositionalMargin = Decayed(Margins.PositionalMargin, kPositionalFloor);
+    Margins.LazyMargin = Decayed(Margins.LazyMargin, kLazyFloor);
+}
+
+int AttackBy(int attacker) {
+    return AttackOnKing(LastEvaluation.Danger[attacker],
+                        LastEvaluation.Defended[ChangeSide(attacker)]);
+}
+
+int ShelterOf(int colour) { return ShelterPenalty(LastEvaluation.Defended[colour]); }
+
+int KingDanger(int attacker) {
+    return AttackBy(attacker) + ShelterOf(ChangeSide(attacker));
 }
 
 // The sequence matters: each lazy exit compares the sum of the terms before it with the
@@ -123,8 +162,9 @@ void Evaluate(int& alpha, int beta) {
     const int lazyBase = score;  // what the second exit has seen
     score += ForMover(PieceTerms(t));
     if (t.endgame && score != 0) score = ScaleDrawish(score, ForMover(balance));
-    LeaveForReport(t);
-    LazyMargin = std::max(LazyMargin, std::abs(score - lazyBase));
-    PositionalMargin = std::max(PositionalMargin, std::abs(score - ForMover(balance)));
+    Keep(t);
+    Margins.LazyMargin = std::max(Margins.LazyMargin, std::abs(score - lazyBase));
+    Margins.PositionalMargin =
+        std::max(Margins.PositionalMargin, std::abs(score - ForMover(balance)));
     alpha = std::max(alpha, score);
 }

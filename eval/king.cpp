@@ -60,7 +60,8 @@ int QueenFor(const Terms& t) {
 template <int c>
 int AttackFor(Terms& t) {
     t.danger[c] = std::clamp(t.danger[c], kFewestUnits, kMostUnits);
-    const int weight = RootSide == c ? Aggressivity : Cowardice;
+    const int weight = EvaluationInput.RootSide == c ? EvaluationInput.Aggressivity
+                                                     : EvaluationInput.Cowardice;
     return weight * AttackOnKing(t.danger[c], t.defended[1 - c]) / 100;
 }
 

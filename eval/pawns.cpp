@@ -10,8 +10,6 @@
 #include "eval/shelter.h"
 #include "platform/memory.h"
 
-int PSValue[2];
-
 namespace {
 
 // ---- Placement, eighth rank on top, files a to h, from White's side ----
@@ -96,9 +94,11 @@ constexpr int kEnoughMobile = 3;
 constexpr int kMobilityPerPawn = 12;
 
 // ---- The hash table ----
-PawnEntry* PawnHashTable = nullptr;
-std::size_t PawnTableBytes = 0;
-std::uint32_t PawnHashMask = 0;
+struct {
+    PawnEntry* entries = nullptr;
+    std::size_t bytes = 0;
+    std::uint32_t mask = 0;  // number of entries - 1
+} PawnHashTable;
 constexpr int kMaxPawnHashBits = 28;
 constexpr std::size_t kSpareEntries = 2;
 
@@ -110,8 +110,9 @@ KingClass ClassOfKings(bool endgame) {
 }
 
 PawnEntry& SlotOf(KingClass kings) {
-    return PawnHashTable[(Board.PawnHash2 ^ static_cast<std::uint32_t>(kings)) &
-                         PawnHashMask];
+    const std::uint32_t slot =
+        (Board.PawnHash2 ^ static_cast<std::uint32_t>(kings)) & PawnHashTable.mask;
+    return PawnHashTable.entries[slot];
 }
 
 bool HoldsCurrentPawns(const PawnEntry& entry) {
@@ -333,8 +334,8 @@ FileSets SetsOf(const PawnPass& pass) {
 void EvaluatePawns(PawnEntry& entry, KingClass kings) {
     const PawnPass white = PassOver<WHITE>(kTableOf[kings][WHITE]);
     const PawnPass black = PassOver<BLACK>(kTableOf[kings][BLACK]);
-    PSValue[WHITE] = white.value;
-    PSValue[BLACK] = black.value;
+    LastEvaluation.PSValue[WHITE] = white.value;
+    LastEvaluation.PSValue[BLACK] = black.value;
     std::memcpy(&entry.key[0], &Board.PawnHash1, 4);
     std::memcpy(&entry.key[2], &Board.PawnHash2, 4);
     entry.score = static_cast<std::int16_t>(white.value - black.value);
@@ -349,12 +350,12 @@ void EvaluatePawns(PawnEntry& entry, KingClass kings) {
 #ifdef VELTRAMOX_SELF_CHECK
 // What depends on the pawns alone must be in the entry as a fresh pass finds it.
 void CheckEntry(const PawnEntry& entry, KingClass kings) {
-    const int kept[2] = {PSValue[WHITE], PSValue[BLACK]};
+    const int kept[2] = {LastEvaluation.PSValue[WHITE], LastEvaluation.PSValue[BLACK]};
     PawnEntry fresh;
     ShieldDefects(fresh);
     EvaluatePawns(fresh, kings);
-    PSValue[WHITE] = kept[WHITE];
-    PSValue[BLACK] = kept[BLACK];
+    LastEvaluation.PSValue[WHITE] = kept[WHITE];
+    LastEvaluation.PSValue[BLACK] = kept[BLACK];
     bool same = std::memcmp(fresh.defects, entry.defects, sizeof fresh.defects) == 0;
     for (int c : {WHITE, BLACK})
         same = same && fresh.files[c] == entry.files[c] &&
@@ -411,15 +412,15 @@ bool AllocatePawnTable(int bits) {
     if (bits < 0 || bits > kMaxPawnHashBits) return false;
     const std::size_t entries = std::size_t{1} << bits;
     // All zero: no structure has the key 0, 0.
-    PawnTableBytes = (entries + kSpareEntries) * sizeof(PawnEntry);
-    PawnHashTable = static_cast<PawnEntry*>(AllocateTable(PawnTableBytes));
-    PawnHashMask = static_cast<std::uint32_t>(entries - 1);
-    return PawnHashTable != nullptr;
+    PawnHashTable.bytes = (entries + kSpareEntries) * sizeof(PawnEntry);
+    PawnHashTable.entries = static_cast<PawnEntry*>(AllocateTable(PawnHashTable.bytes));
+    PawnHashTable.mask = static_cast<std::uint32_t>(entries - 1);
+    return PawnHashTable.entries != nullptr;
 }
 
 void FreePawnTable() {
-    FreeTable(PawnHashTable, PawnTableBytes);
-    PawnHashTable = nullptr;
+    FreeTable(PawnHashTable.entries, PawnHashTable.bytes);
+    PawnHashTable.entries = nullptr;
 }
 
 int PawnTerms(Terms& t) {

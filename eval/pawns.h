@@ -36,9 +36,6 @@ constexpr int EndingFlagsOf(int c) {
     return kOutsidePasser[c] | kOutsidePassers[c] | kWiderSpread[c];
 }
 
-// ---- Left by the last pass over the pawns ----
-extern int PSValue[2];  // [colour]: placement and structure, centipawns
-
 // Pawn structure with the bonuses that the rest of the board gives it; fills the pawn
 // fields of the evaluation in progress. Centipawns from White's view.
 int PawnTerms(Terms& t);

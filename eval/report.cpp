@@ -1,27 +1,10 @@
-#include "eval/report.h"
-
+// The report of an evaluation, "evl": its names are those that users know.
 #include "eval/development.h"
 #include "eval/evaluate.h"
-#include "eval/king.h"
-#include "eval/pawns.h"
-#include "eval/shelter.h"
+#include "eval/terms.h"
 #include "platform/output.h"
 
-int Defended[2];
-int Danger[2];
-int pawn_score;
-std::uint8_t PassedVector[2];
-std::uint8_t white_defects_k, white_defects_q, black_defects_k, black_defects_q;
-
 namespace {
-
-// The attack of a colour on the other king, before the settings' weights.
-int Attacks(int attacker) {
-    return AttackOnKing(Danger[attacker], Defended[ChangeSide(attacker)]);
-}
-
-// The penalty for a king's defects, before the settings' weights.
-int Shelter(int colour) { return ShelterPenalty(Defended[colour]); }
 
 // From the h-file, bit 0, to the a-file.
 void WriteFileSet(const char* label, unsigned files) {
@@ -34,10 +17,11 @@ void WritePawns() {
     Write(
         "PSValue[BLACK]=%d PSValue[WHITE]=%d pawn_score=%d Positional[BLACK]=%d "
         "Positional[WHITE]=%d\n",
-        PSValue[BLACK], PSValue[WHITE], static_cast<std::int16_t>(pawn_score),
-        Board.Positional[BLACK], Board.Positional[WHITE]);
-    WriteFileSet("PassedVector[BLACK]", PassedVector[BLACK]);
-    WriteFileSet("PassedVector[WHITE]", PassedVector[WHITE]);
+        LastEvaluation.PSValue[BLACK], LastEvaluation.PSValue[WHITE],
+        static_cast<std::int16_t>(LastEvaluation.pawnScore), Board.Positional[BLACK],
+        Board.Positional[WHITE]);
+    WriteFileSet("PassedVector[BLACK]", LastEvaluation.PassedVector[BLACK]);
+    WriteFileSet("PassedVector[WHITE]", LastEvaluation.PassedVector[WHITE]);
     Write("\n");
 }
 
@@ -53,38 +37,19 @@ void WriteMaterial() {
 void WriteKings() {
     const int side = Board.SideToMove, other = ChangeSide(side);
     Write("black_defects_k=%d black_defects_q=%d white_defects_k=%d white_defects_q=%d\n",
-          black_defects_k, black_defects_q, white_defects_k, white_defects_q);
-    Write("Defended[BLACK]=%d Defended[WHITE]=%d\n", Defended[BLACK], Defended[WHITE]);
-    Write("Danger[BLACK]=%d Danger[WHITE]=%d\n", Danger[BLACK], Danger[WHITE]);
-    Write("Attacks[ChangeSide(SideToMove)]=%d\n", Attacks(side));
-    Write("Attacks[SideToMove]=%d\n", Attacks(other));
-    Write("Shelter[BLACK]=%d Shelter[WHITE]=%d\n", Shelter(BLACK), Shelter(WHITE));
+          LastEvaluation.shieldDefects[BLACK][0], LastEvaluation.shieldDefects[BLACK][1],
+          LastEvaluation.shieldDefects[WHITE][0], LastEvaluation.shieldDefects[WHITE][1]);
+    Write("Defended[BLACK]=%d Defended[WHITE]=%d\n", LastEvaluation.Defended[BLACK],
+          LastEvaluation.Defended[WHITE]);
+    Write("Danger[BLACK]=%d Danger[WHITE]=%d\n", LastEvaluation.Danger[BLACK],
+          LastEvaluation.Danger[WHITE]);
+    Write("Attacks[ChangeSide(SideToMove)]=%d\n", AttackBy(side));
+    Write("Attacks[SideToMove]=%d\n", AttackBy(other));
+    Write("Shelter[BLACK]=%d Shelter[WHITE]=%d\n", ShelterOf(BLACK), ShelterOf(WHITE));
     Write("Dng=%d\n", KingDanger(side));
 }
 
-// Without pawns the shield is looked at only for a king that has to hide.
-void LeaveShield(const Terms& t) {
-    const bool pawns = (Board.Pawns[WHITE] | Board.Pawns[BLACK]) != 0;
-    if (!pawns && t.ending[WHITE] && t.ending[BLACK]) return;
-    white_defects_k = t.pawns->defects[WHITE][0];
-    white_defects_q = t.pawns->defects[WHITE][1];
-    black_defects_k = t.pawns->defects[BLACK][0];
-    black_defects_q = t.pawns->defects[BLACK][1];
-}
-
 }  // namespace
-
-void LeaveForReport(const Terms& t) {
-    for (int c : {WHITE, BLACK}) {
-        Defended[c] = t.defended[c];
-        Danger[c] = t.danger[c];
-        PassedVector[c] = t.pawns->Of(c).passed;
-    }
-    pawn_score = t.pawnScore;
-    LeaveShield(t);
-}
-
-int KingDanger(int attacker) { return Attacks(attacker) + Shelter(ChangeSide(attacker)); }
 
 // A settled ending leaves the values of the evaluation before it.
 void WriteEvaluationReport() {

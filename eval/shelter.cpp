@@ -163,8 +163,9 @@ int ShelterFor(Terms& t) {
     }
     if (Board.Units[e] <= kFullAttackUnits || Board.Queens[e] == 0) d /= 2;
     t.defended[c] = std::min(d, kMaxDefended);
-    const int weight =
-        RootSide == c ? Cowardice : Aggressivity * kOpponentKingShare / 100;
+    const int weight = EvaluationInput.RootSide == c
+                           ? EvaluationInput.Cowardice
+                           : EvaluationInput.Aggressivity * kOpponentKingShare / 100;
     return penalty - weight * kShelterPenalty[t.defended[c]] / 100;
 }
 

@@ -169,7 +169,7 @@ inline bool ProbeTable(Node& node, int& score) {
 // asked near the root, in the engine's own middlegames.
 inline bool LearnedScore(const Node& node, int& score) {
     constexpr int kMostGamePly = 120, kLeastUnits = 14, kMostFifty = 70;
-    if (Control.LearnedScoresUsed == 0 || node.S != RootSide ||
+    if (Control.LearnedScoresUsed == 0 || node.S != EvaluationInput.RootSide ||
         Line.Ply > std::max(Root.RootDepth / 2, 2) ||
         Board.GamePly + ArchivedPlies() >= kMostGamePly ||
         Board.Units[node.S] <= kLeastUnits || Board.Units[node.O] <= kLeastUnits ||

@@ -33,7 +33,7 @@ inline void CountNode() {
 // What a capture must gain to bring the material balance plus margin up to alpha.
 inline int GainThreshold(int alpha) {
     const int S = Board.SideToMove, O = ChangeSide(S);
-    return alpha - PositionalMargin - Board.Material[S] + Board.Material[O];
+    return alpha - Margins.PositionalMargin - Board.Material[S] + Board.Material[O];
 }
 
 int QuiesceCaptures(int alpha, int beta) {

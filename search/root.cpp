@@ -25,13 +25,6 @@ constexpr int kFullWindowBefore = 3;  // iterations below it use the widest wind
 // Depth units that a root move gets on top of the iteration's depth.
 constexpr int kRootBonus = 30, kRootCheckBonus = 90;
 
-// The evaluation's margins shrink from search to search, down to a floor.
-constexpr int kPositionalFloor = 300, kLazyFloor = 200;
-int Decayed(int margin, int floor) {
-    const int decayed = margin * 3 / 4;
-    return decayed <= floor ? floor : decayed;
-}
-
 // The window of the iteration.
 int Alpha, Beta;
 
@@ -45,12 +38,11 @@ void CentreWindow(int score) {
 
 void PrepareSearch(int depthLimit, bool bookAllowed) {
     AdvanceTableAge(1);
-    RootSide = Board.SideToMove;
+    EvaluationInput.RootSide = Board.SideToMove;
     Root.RootGamePly = Board.GamePly;
     Control.PollCountdown = Control.PollInterval;
     Result.NodeCount = 0;
-    PositionalMargin = Decayed(PositionalMargin, kPositionalFloor);
-    LazyMargin = Decayed(LazyMargin, kLazyFloor);
+    DecayMargins();
     Generated.MoveStackTop = 0;
     Result.BookMovePlayed = 0;
     Result.ForGame = bookAllowed ? 1 : 0;

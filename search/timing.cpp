@@ -19,7 +19,7 @@ constexpr int kMovesToGo = 110, kLeastMovesToGo = 26;
 constexpr std::int64_t kBudgetCap = 18000000;  // ms; above it no increase applies
 constexpr int kLowScore = 200;                 // below it a move gets a quarter more
 constexpr int kShortBudget = 120;              // ms; below it the clock is read often
-constexpr int kMiddlegameUnits = 14;           // both sides above it: king safety counts
+constexpr int kDangerUnits = 14;               // both sides above it: king safety counts
 constexpr int kQuietScore = 320;
 constexpr int kDangerThreshold = 30, kDangerFloor = 85, kDangerDivisor = 70;
 constexpr int kProbeMilliseconds = 1000;
@@ -56,7 +56,7 @@ bool KingHasSettled(int c) {
 
 // More time when the kings have settled, and when one of them is in danger.
 std::int64_t WithKingSafety(std::int64_t budget) {
-    if (Board.Units[WHITE] <= kMiddlegameUnits || Board.Units[BLACK] <= kMiddlegameUnits)
+    if (Board.Units[WHITE] <= kDangerUnits || Board.Units[BLACK] <= kDangerUnits)
         return budget;
     const int e = Evaluated(-kFullWindow, kFullWindow);
     if (std::abs(e) >= kQuietScore) return budget;

@@ -1,4 +1,5 @@
 #include "eval/endgame.h"
+#include "eval/evaluate.h"
 
 #include <gtest/gtest.h>
 
@@ -407,12 +408,12 @@ TEST_F(Endgame, ColoursThatCannotWin) {
         ASSERT_TRUE(SetFen(c.fen)) << c.fen;
         const char* expected = c.white == 1 && c.black == 1 ? "draw" : "none";
         EXPECT_EQ(Recognised(), expected) << c.fen;
-        EXPECT_EQ(CantWin[WHITE], c.white) << c.fen;
-        EXPECT_EQ(CantWin[BLACK], c.black) << c.fen;
+        EXPECT_EQ(LastEvaluation.CantWin[WHITE], c.white) << c.fen;
+        EXPECT_EQ(LastEvaluation.CantWin[BLACK], c.black) << c.fen;
         TurnBoard();
         EXPECT_EQ(Recognised(), expected) << c.fen;
-        EXPECT_EQ(CantWin[BLACK], c.white) << c.fen;
-        EXPECT_EQ(CantWin[WHITE], c.black) << c.fen;
+        EXPECT_EQ(LastEvaluation.CantWin[BLACK], c.white) << c.fen;
+        EXPECT_EQ(LastEvaluation.CantWin[WHITE], c.black) << c.fen;
     }
 }
 
@@ -438,12 +439,13 @@ TEST_F(Endgame, RandomBoardsAndTheirMirrorImagesAgree) {
         }
         SetUpBoard(below(2), men);
         const std::string found = Recognised();
-        const int cantWin[2] = {CantWin[WHITE], CantWin[BLACK]};
+        const int cantWin[2] = {LastEvaluation.CantWin[WHITE],
+                                LastEvaluation.CantWin[BLACK]};
         TurnBoard();
         ASSERT_EQ(Recognised(), found) << n;
         if (found.starts_with("none")) {
-            ASSERT_EQ(CantWin[WHITE], cantWin[BLACK]) << n;
-            ASSERT_EQ(CantWin[BLACK], cantWin[WHITE]) << n;
+            ASSERT_EQ(LastEvaluation.CantWin[WHITE], cantWin[BLACK]) << n;
+            ASSERT_EQ(LastEvaluation.CantWin[BLACK], cantWin[WHITE]) << n;
         }
     }
 }

@@ -9,7 +9,6 @@
 #include "eval/king.h"
 #include "eval/material.h"
 #include "eval/pieces.h"
-#include "eval/report.h"
 #include "tests/evaluation.h"
 
 namespace {
@@ -150,7 +149,7 @@ TEST_F(EvaluateTest, DrawishScaling) {
         {"q3k3/8/8/8/8/8/8/N2QK3 w", 100, 0, 25},
         {"r3k3/8/8/8/8/8/PP6/R3K3 b", 91, -200, 30},  // Black is the stronger side here
     };
-    CantWin[WHITE] = CantWin[BLACK] = 0;
+    LastEvaluation.CantWin[WHITE] = LastEvaluation.CantWin[BLACK] = 0;
     for (const auto& c : kCases)
         InBothColours(
             c.fen, [&](int) { EXPECT_EQ(ScaleDrawish(c.score, c.balance), c.scaled); });
@@ -158,8 +157,8 @@ TEST_F(EvaluateTest, DrawishScaling) {
 
 TEST_F(EvaluateTest, SideThatCannotWinGetsNoMore) {
     ASSERT_TRUE(SetFen("4k3/8/8/8/8/8/8/R3K3 w"));
-    CantWin[WHITE] = 1;
-    CantWin[BLACK] = 0;
+    LastEvaluation.CantWin[WHITE] = 1;
+    LastEvaluation.CantWin[BLACK] = 0;
     EXPECT_EQ(ClampCantWin(50), 0);
     EXPECT_EQ(ClampCantWin(-50), -50);
     Board.SideToMove = BLACK;
@@ -196,7 +195,7 @@ TEST_F(EvaluateTest, FirstLazyExit) {
         EXPECT_EQ(Evaluated(-1000, 419), 419);
         Board.SideToMove = ChangeSide(Board.SideToMove);
         EXPECT_EQ(Evaluated(-419, 1000), -419);
-        EXPECT_EQ(PositionalMargin, 280);  // no term was computed
+        EXPECT_EQ(Margins.PositionalMargin, 280);  // no term was computed
         Board.SideToMove = ChangeSide(Board.SideToMove);
         EXPECT_GT(Evaluated(-1000, 1000), 420);
     });
@@ -204,12 +203,12 @@ TEST_F(EvaluateTest, FirstLazyExit) {
 
 TEST_F(EvaluateTest, MarginsGrow) {
     ASSERT_TRUE(SetFen("8/8/8/4k3/8/8/8/R3K3 w"));
-    EXPECT_EQ(PositionalMargin, 280);
-    EXPECT_EQ(LazyMargin, 180);
-    PositionalMargin = LazyMargin = 0;
+    EXPECT_EQ(Margins.PositionalMargin, 280);
+    EXPECT_EQ(Margins.LazyMargin, 180);
+    Margins.PositionalMargin = Margins.LazyMargin = 0;
     EXPECT_EQ(FullScore(), 1006);
-    EXPECT_EQ(PositionalMargin, 386);  // without the rook's 620
-    EXPECT_EQ(LazyMargin, 26);         // open file and attack
+    EXPECT_EQ(Margins.PositionalMargin, 386);  // without the rook's 620
+    EXPECT_EQ(Margins.LazyMargin, 26);         // open file and attack
 }
 
 // Plays random legal moves from the position and calls `check` now and then.
@@ -237,7 +236,7 @@ constexpr const char* kStarts[] = {
 // different ways, the race looks at the one on the lower square of the board, which
 // turning exchanges. Both sides need a passer and one of them a choice.
 bool RaceDependsOnSquares() {
-    const auto number = [](int c) { return PopCount8[PassedVector[c]]; };
+    const auto number = [](int c) { return PopCount8[LastEvaluation.PassedVector[c]]; };
     const auto onlyKnights = [](int c) {
         return Board.Units[c] == 3 * PopCount(Board.Knights[c]);
     };
@@ -251,7 +250,7 @@ struct SymmetryCheck {
 
     void operator()() {
         StartFresh();
-        RootSide = static_cast<int>(Board.hash1 & 1);
+        EvaluationInput.RootSide = static_cast<int>(Board.hash1 & 1);
         const int score = FullScore();
         const BoardRecord position = Board;
         TurnBoard();
@@ -284,14 +283,15 @@ TEST_F(EvaluateTest, Symmetry) {
 // exactly whether it lies below, inside or above the window; with a margin of 0 it errs
 // by no more than those terms are worth.
 void ExpectBoundsHold(Random& random) {
-    PositionalMargin = LazyMargin = 0;
-    const int score = FullScore(), terms = LazyMargin, positional = PositionalMargin;
+    Margins.PositionalMargin = Margins.LazyMargin = 0;
+    const int score = FullScore(), terms = Margins.LazyMargin,
+              positional = Margins.PositionalMargin;
     if (std::abs(score) >= 10000) return;  // settled, with the bound itself as the score
     const int alpha = score + Below(random, 1200) - 600;
     const int beta = alpha + 1 + Below(random, 300);
     const bool exact = positional <= 600 || IsEndgame();
     for (const int margin : {terms, 0}) {
-        LazyMargin = margin;
+        Margins.LazyMargin = margin;
         const int error = margin == 0 ? terms : 0;
         const int result = Evaluated(alpha, beta);
         EXPECT_GE(result, alpha);

@@ -18,8 +18,8 @@
 inline void StartFresh() {
     ASSERT_TRUE(AllocatePawnTable(10));
     ResetMargins();
-    RootSide = WHITE;
-    Aggressivity = Cowardice = 100;
+    EvaluationInput.RootSide = WHITE;
+    EvaluationInput.Aggressivity = EvaluationInput.Cowardice = 100;
 }
 
 class EvaluationTest : public testing::Test {
@@ -47,7 +47,7 @@ inline void TurnBoard() {
         Board.CastledQueenside[c] = old.CastledQueenside[1 - c];
     }
     Board.SideToMove = ChangeSide(old.SideToMove);
-    RootSide = ChangeSide(RootSide);
+    EvaluationInput.RootSide = ChangeSide(EvaluationInput.RootSide);
     UpdateMatingFlags();
 }
 

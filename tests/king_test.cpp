@@ -1,7 +1,6 @@
 #include "eval/king.h"
 
 #include "eval/pieces.h"
-#include "eval/report.h"
 #include "tests/evaluation.h"
 
 namespace {
@@ -63,8 +62,8 @@ TEST_F(KingTest, DefectsOfTheKing) {
     for (const auto& c : kCases)
         InBothColours(c.fen, [&](int sign) {
             FullScore();
-            EXPECT_EQ(Defended[sign > 0 ? WHITE : BLACK], c.own);
-            EXPECT_EQ(Defended[sign > 0 ? BLACK : WHITE], c.other);
+            EXPECT_EQ(LastEvaluation.Defended[sign > 0 ? WHITE : BLACK], c.own);
+            EXPECT_EQ(LastEvaluation.Defended[sign > 0 ? BLACK : WHITE], c.other);
         });
 }
 
@@ -78,9 +77,9 @@ TEST_F(KingTest, SettingsWeighTheShelter) {
     };
     ASSERT_TRUE(SetFen("rnbq1rk1/pppppppp/8/8/8/5bP1/PPPPPP1P/RNBQ1RK1 w"));
     for (const auto& c : kCases) {
-        RootSide = c.rootSide;
-        Aggressivity = c.aggressivity;
-        Cowardice = c.cowardice;
+        EvaluationInput.RootSide = c.rootSide;
+        EvaluationInput.Aggressivity = c.aggressivity;
+        EvaluationInput.Cowardice = c.cowardice;
         Terms t = PreparedTerms(false, false);
         EXPECT_EQ(ShelterTerms(t), c.value);
     }
@@ -104,10 +103,10 @@ TEST_F(KingTest, AttackScore) {
 }
 
 TEST_F(KingTest, SettingsWeighTheAttack) {
-    Aggressivity = 200;
-    Cowardice = 50;
+    EvaluationInput.Aggressivity = 200;
+    EvaluationInput.Cowardice = 50;
     for (const auto& [root, value] : {std::pair{WHITE, 140}, std::pair{BLACK, 35}}) {
-        RootSide = root;
+        EvaluationInput.RootSide = root;
         Terms t{};
         t.danger[WHITE] = 10;
         EXPECT_EQ(AttackTerms(t), value);

@@ -49,8 +49,8 @@ TEST_F(PawnsTest, StructureOfBothSides) {
     for (const auto& c : kCases)
         InBothColours(c.fen, [&](int sign) {
             PreparedTerms(false, false);
-            EXPECT_EQ(PSValue[sign > 0 ? WHITE : BLACK], c.own);
-            EXPECT_EQ(PSValue[sign > 0 ? BLACK : WHITE], c.other);
+            EXPECT_EQ(LastEvaluation.PSValue[sign > 0 ? WHITE : BLACK], c.own);
+            EXPECT_EQ(LastEvaluation.PSValue[sign > 0 ? BLACK : WHITE], c.other);
         });
 }
 
@@ -149,12 +149,12 @@ TEST_F(PawnsTest, KingClassesHaveTheirOwnEntries) {
     const int storm = PreparedTerms(false, false).pawns->score;
     ASSERT_TRUE(SetFen(kSame));
     const int centre = PreparedTerms(false, false).pawns->score;
-    EXPECT_EQ(storm - centre, 7);  // g4 in the storm
-    PSValue[WHITE] = 12345;        // a hit runs no pass
+    EXPECT_EQ(storm - centre, 7);           // g4 in the storm
+    LastEvaluation.PSValue[WHITE] = 12345;  // a hit runs no pass
     EXPECT_EQ(PreparedTerms(false, false).pawns->score, centre);
     ASSERT_TRUE(SetFen(kOpposite));
     EXPECT_EQ(PreparedTerms(false, false).pawns->score, storm);
-    EXPECT_EQ(PSValue[WHITE], 12345);
+    EXPECT_EQ(LastEvaluation.PSValue[WHITE], 12345);
 }
 
 TEST_F(PawnsTest, TableSizes) {

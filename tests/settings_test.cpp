@@ -21,7 +21,9 @@ struct Values : EngineSettings {
     bool operator==(const Values&) const = default;
 };
 
-Values Current() { return {Settings, Aggressivity, Cowardice}; }
+Values Current() {
+    return {Settings, EvaluationInput.Aggressivity, EvaluationInput.Cowardice};
+}
 
 Values Defaults() {
     SetDefaultSettings();
