@@ -10,7 +10,7 @@
 #include "driver/commands.h"
 #include "driver/modes.h"
 #include "driver/settings.h"
-#include "driver/thinking.h"
+#include "driver/thinkingline.h"
 #include "driver/usermove.h"
 #include "platform/output.h"
 #include "search/control.h"

@@ -18,7 +18,7 @@ bool AnnounceDraw();
 // Writes the result line of a position without legal moves: mate or stalemate.
 void AnnounceNoMoves(bool inCheck);
 
-// ---- driver/thinking.cpp ----
+// ---- driver/thinkingline.cpp ----
 // Writes the thinking line, unless thinking lines are off or the search only looks for a
 // move to ponder on. Without `force` only after 10000 nodes.
 void ThinkingLine(bool force);

@@ -7,7 +7,7 @@
 
 #include "bench/positions.h"
 #include "driver/modes.h"
-#include "driver/thinking.h"
+#include "driver/thinkingline.h"
 #include "platform/clock.h"
 #include "search/alphabeta.h"
 #include "search/control.h"

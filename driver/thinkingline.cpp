@@ -1,4 +1,4 @@
-#include "driver/thinking.h"
+#include "driver/thinkingline.h"
 
 #include "board/notation.h"
 #include "driver/modes.h"
