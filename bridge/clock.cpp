@@ -5,81 +5,92 @@
 namespace {
 
 constexpr int kLeastDepth = 3, kGreatestDepth = 99;  // that "sd" makes sense of
-constexpr std::int64_t kMilliseconds = 1000;
-constexpr int kMostMoves = 1000000;
 
-// An order needs so long at most to stop the engine: it looks every 20000 nodes.
+// An order needs so long at most to stop an engine that looks every 20000 nodes.
 constexpr std::int64_t kOrderTime = 15;  // ms
 constexpr std::int64_t kShortMove = 5;   // below so many order times: a part goes
 
-// So much of the clock, at most half of it, the engine is not told of.
-constexpr std::int64_t kReserve = 100;  // ms
+// The engine looks every 300 nodes when its own budget, here the bridge's plus what the
+// position may add to it, is below 120 ms. Up to this it is given one.
+constexpr std::int64_t kFinePlan = 60;  // ms
 
-// On less the engine does not ponder: its larger shares leave no time to stop at a miss.
+// On less the engine does not ponder: a miss must leave time to stop it.
 constexpr std::int64_t kPonderClock = 300;  // ms
 
-// Where the bridge shares out a clock itself.
-constexpr int kMovesExpected = 30;
+// Moves that a game still takes: so many at its start, one less for two made, down to a
+// least number.
+constexpr int kMovesAtStart = 40, kLeastMoves = 20;
+constexpr int kMostMovesToGo = 60;
 
-// The engine's own share of the clock, in quarter moves: 110 less the half-moves played.
-std::int64_t QuarterMoves(const SearchLimits& limits, int gamePly) {
-    if (limits.movesToGo > 0) return std::int64_t{limits.movesToGo} * 4 + 2;
-    return std::max(110 - gamePly, 26);
+constexpr int kHardPlans = 3;  // the hard limit, in soft ones
+
+// A fall of the score, in centipawns, since the last move stretches the limit: halves of
+// it.
+struct ScoreFall {
+    int above, halves;
+};
+constexpr ScoreFall kScoreFalls[] = {{280, 6}, {70, 4}, {20, 3}};
+
+std::int64_t AtLeastOne(std::int64_t time) { return std::max(time, std::int64_t{1}); }
+
+TimePlan PlanMoveTime(std::int64_t time) {
+    const std::int64_t limit = time > kShortMove * kOrderTime
+                                   ? time - kOrderTime
+                                   : time * (kShortMove - 1) / kShortMove;
+    return {AtLeastOne(limit), AtLeastOne(limit)};
 }
+
+// A time control a move away leaves two thirds for it.
+TimePlan PlanClock(const SearchLimits& limits, int moveNumber, std::int64_t overhead) {
+    const std::int64_t clock = std::min(limits.clock, kLongestTime);
+    const std::int64_t left = AtLeastOne(clock - std::min(overhead, clock / 2));
+    const std::int64_t share =
+        limits.movesToGo > 0
+            ? left * 2 / (std::min(limits.movesToGo, kMostMovesToGo) * 2 + 1)
+            : left / std::max(kMovesAtStart - moveNumber / 2, kLeastMoves);
+    const std::int64_t increment = std::clamp<std::int64_t>(limits.increment, 0, clock);
+    const std::int64_t most = AtLeastOne(left * 3 / 4);
+    const std::int64_t soft = AtLeastOne(std::min(share + increment * 4 / 5, most));
+    return {soft, std::min(soft * kHardPlans, most)};
+}
+
+// The engine's own clock divides what it is told by this.
+std::int64_t EnginesShares(int gamePly) { return std::max(110 - gamePly, 26); }
 
 }  // namespace
 
-bool EngineKeepsClock(const SearchLimits& limits) {
-    return limits.clock >= 0 && limits.depth == 0 && limits.nodes == 0 && !limits.endless;
+TimePlan PlanTime(const SearchLimits& limits, int moveNumber, std::int64_t overhead) {
+    if (limits.endless) return {};
+    const TimePlan move =
+        limits.moveTime > 0 ? PlanMoveTime(limits.moveTime) : TimePlan{};
+    if (limits.clock < 0) return move;
+    const TimePlan game = PlanClock(limits, moveNumber, overhead);
+    if (limits.moveTime <= 0) return game;
+    return {std::min(move.soft, game.soft), std::min(move.hard, game.hard)};
 }
 
-// The engine counts whole seconds of increment and spends four fifths of them at each
-// move. What is left over goes onto the clock, times the moves it divides the clock by,
-// so that the same comes out; but never more than half as much again, for the engine goes
-// down to half of what it is told. The reserve is kept from it, so that on a busy machine
-// a short clock is not lost by waiting for the processor.
-std::int64_t ToldClock(const SearchLimits& limits, int gamePly, bool ponder) {
-    const std::int64_t clock = std::clamp(limits.clock, std::int64_t{0}, kLongestTime);
-    const std::int64_t own = clock - std::min(clock / 2, kReserve);
-    const std::int64_t fraction = limits.increment % kMilliseconds;
-    std::int64_t more = fraction * 4 / 5 * QuarterMoves(limits, gamePly);
-    if (ponder) more = more * 2 / 5;  // it takes two and a half shares then
-    more = std::min(more, (own - std::min(own, kReserve)) / 2);
-    return std::max((own + more) / 10, std::int64_t{1});
+std::int64_t StretchedLimit(const TimePlan& plan, int fall) {
+    for (const ScoreFall& step : kScoreFalls)
+        if (fall > step.above) return std::min(plan.soft * step.halves / 2, plan.hard);
+    return plan.soft;
 }
 
-// Moves to the time control: the engine counts them down from its "level" by the
-// half-moves on its board.
-std::string LimitCommands(const SearchLimits& limits, int gamePly, bool ponder) {
-    if (!EngineKeepsClock(limits)) {
+// A short plan is given to the engine as a clock of which its own share is not less. So
+// it looks at its input often, and an order ends it within a millisecond; its own end of
+// the search does not come before the bridge's.
+std::string LimitCommands(const SearchLimits& limits, const TimePlan& plan, int gamePly,
+                          bool ponder) {
+    if (limits.depth > 0 || plan.soft == 0 || plan.soft > kFinePlan) {
         const int depth = limits.depth == 0
                               ? kGreatestDepth
                               : std::clamp(limits.depth, kLeastDepth, kGreatestDepth);
         return "time -1\nsd " + std::to_string(depth) + '\n';
     }
-    const int moves = limits.movesToGo == 0
-                          ? 0
-                          : std::clamp(limits.movesToGo, 1, kMostMoves) + gamePly / 2;
-    const std::int64_t seconds =
-        std::clamp(limits.increment, std::int64_t{0}, kLongestTime) / kMilliseconds;
-    return "level " + std::to_string(moves) + " 0 " + std::to_string(seconds) +
-           "\ntime " + std::to_string(ToldClock(limits, gamePly, ponder)) + '\n';
+    std::int64_t share = (plan.soft + 9) / 10;  // centiseconds, rounded up
+    if (ponder) share = (share * 2 + 4) / 5;    // it takes two and a half of them then
+    return "level 0 0 0\ntime " + std::to_string(share * EnginesShares(gamePly)) + '\n';
 }
 
 bool TimeToPonder(const SearchLimits& limits) {
-    return !EngineKeepsClock(limits) || limits.clock >= kPonderClock;
-}
-
-std::int64_t OwnTimeLimit(const SearchLimits& limits) {
-    std::int64_t limit = kLongestTime;
-    if (limits.moveTime > 0)
-        limit = limits.moveTime > kShortMove * kOrderTime
-                    ? limits.moveTime - kOrderTime
-                    : limits.moveTime * (kShortMove - 1) / kShortMove;
-    if (limits.clock >= 0 && !EngineKeepsClock(limits) && !limits.endless) {
-        const int moves = limits.movesToGo > 0 ? limits.movesToGo + 1 : kMovesExpected;
-        const std::int64_t share = limits.clock / moves + limits.increment * 4 / 5;
-        limit = std::min({limit, share, limits.clock / 2});
-    }
-    return limit == kLongestTime ? 0 : std::max(limit, std::int64_t{1});
+    return limits.clock < 0 || limits.clock >= kPonderClock;
 }

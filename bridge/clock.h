@@ -1,4 +1,6 @@
-// Limits of a search, in terms of today's protocols and in the engine's.
+// Limits of a search, in terms of today's protocols and in the engine's; and the bridge's
+// own division of the clock, which the engine's, in whole centiseconds and by the
+// half-moves on its own board, is too coarse for.
 #pragma once
 
 #include <cstdint>
@@ -17,16 +19,24 @@ struct SearchLimits {
     int movesToGo = 0;           // to the next time control; 0: the whole game
 };
 
-// The engine keeps its own clock in this search; otherwise it searches to a depth, and
-// the bridge watches the time.
-bool EngineKeepsClock(const SearchLimits& limits);
+// Milliseconds from the search's beginning; 0: no limit.
+struct TimePlan {
+    std::int64_t soft = 0;  // the engine is told to move, unless its score has fallen
+    std::int64_t hard = 0;  // it is told to move in any case; never less than `soft`
+};
+
+// `moveNumber` as in a FEN, from 1: later in a game fewer moves are expected to come.
+// `overhead`, in ms, stays on the clock whatever happens, as long as it is not more than
+// half of it. Neither limit is 0 when there is a clock or a time for the move.
+TimePlan PlanTime(const SearchLimits& limits, int moveNumber, std::int64_t overhead);
+// The soft limit, stretched when the score (centipawns) has fallen by so much since the
+// engine's last move.
+std::int64_t StretchedLimit(const TimePlan& plan, int fall);
+
 // The commands before "go". `gamePly` is the half-moves that the engine has on its board,
 // `ponder` whether it thinks on the opponent's time.
-std::string LimitCommands(const SearchLimits& limits, int gamePly, bool ponder);
-// The value of "time", in centiseconds.
-std::int64_t ToldClock(const SearchLimits& limits, int gamePly, bool ponder);
-// The clock allows thinking on the opponent's time, for which the engine spends more of
-// its own.
+std::string LimitCommands(const SearchLimits& limits, const TimePlan& plan, int gamePly,
+                          bool ponder);
+// The clock allows thinking on the opponent's time: at a miss there is time left to end
+// that.
 bool TimeToPonder(const SearchLimits& limits);
-// Milliseconds after which the engine is told to move; 0: never.
-std::int64_t OwnTimeLimit(const SearchLimits& limits);

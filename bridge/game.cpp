@@ -6,6 +6,7 @@
 #include "board/fen.h"
 #include "board/legalmoves.h"
 #include "board/notation.h"
+#include "bridge/lines.h"
 #include "driver/usermove.h"
 
 GameRecord Game;
@@ -34,13 +35,28 @@ bool Playable() {
     return !InCheck(ChangeSide(Board.SideToMove));
 }
 
-// Plays the record's moves on the board, which they fit.
-void ReplayBoard() {
+// The sixth field of a FEN; 1 where there is none or it is no number.
+int MoveNumberOf(std::string_view fen) {
+    constexpr int kFieldsBefore = 5;
+    constexpr long long kMost = 9999;
+    for (int i = 0; i < kFieldsBefore; ++i) TakeWord(fen);
+    long long number = 1;
+    ToNumber(TakeWord(fen), number);
+    return static_cast<int>(std::clamp(number, 1LL, kMost));
+}
+
+}  // namespace
+
+void ReplayGame() {
     SetPlayableFen(Game.start);
     for (const std::string& text : Game.moves) PlayGameMove(LegalMove(text));
 }
 
-}  // namespace
+int MoveNumber() {
+    const std::size_t halfMoves =
+        Game.moves.size() + (Game.start.find(" b ") != std::string::npos ? 1 : 0);
+    return Game.firstMove + static_cast<int>(halfMoves / 2);
+}
 
 std::string WriteFen() {
     return PositionText() + ' ' + std::to_string(Board.FiftyCounter) + " 1";
@@ -63,6 +79,7 @@ bool ReplaceGame(std::string_view fen, const std::vector<std::string>& moves,
     std::swap(before, Game);
     if (SetPlayableFen(fen)) {
         Game.start = WriteFen();
+        Game.firstMove = MoveNumberOf(fen);
         Game.positions = {PositionText()};
         const auto illegal = std::find_if_not(moves.begin(), moves.end(), PlayMove);
         if (illegal == moves.end()) return true;
@@ -71,7 +88,7 @@ bool ReplaceGame(std::string_view fen, const std::vector<std::string>& moves,
         fault = "bad position " + std::string(fen);
     }
     Game = std::move(before);
-    ReplayBoard();
+    ReplayGame();
     return false;
 }
 

@@ -13,6 +13,7 @@ inline constexpr char kStartFen[] =
 
 struct GameRecord {
     std::string start = kStartFen;   // as WriteFen writes it
+    int firstMove = 1;               // the move number that the FEN gave
     std::vector<std::string> moves;  // "e2e4", "e7e8q"
     // Positions by everything that makes them the same to the rules, the start first:
     // one more than there are moves.
@@ -33,6 +34,10 @@ bool StartGame(std::string_view fen = kStartFen);
 // Plays the move if LegalMove knows it; false leaves the game as it was.
 bool PlayMove(std::string_view text);
 void TakeBackMove();
+// The board is the game's again, after it has been used for something else.
+void ReplayGame();
+// The number of the move to come, as in a FEN.
+int MoveNumber();
 // The whole game at once; false, with the text in `fault`, leaves the old one.
 bool ReplaceGame(std::string_view fen, const std::vector<std::string>& moves,
                  std::string& fault);

@@ -142,8 +142,8 @@ bool Valid(const BridgeOption& option, std::string_view value) {
 
 }  // namespace
 
-// Sizes in megabytes; Aggressivity, Cowardice and VarietyOfPlay in percent; ResignValue
-// in centipawns.
+// Sizes in megabytes; times in ms; Aggressivity, Cowardice and VarietyOfPlay in percent;
+// ResignValue in centipawns.
 // clang-format off
 const std::vector<BridgeOption> kOptions = {
     {"Hash",           OptionKind::Number, "10",    1, 320,  "TranspositionSize", HashLine},
@@ -159,6 +159,7 @@ const std::vector<BridgeOption> kOptions = {
     {"Cowardice",      OptionKind::Number, "100",   0, 300,  "Cowardice",         NumberLine<kCowardice>},
     {"ResignValue",    OptionKind::Number, "800",   0, 9999, "ResignValue",       NumberLine<kResignValue>},
     {"ResignTimes",    OptionKind::Number, "3",     0, 9,    "ResignTimes",       NumberLine<kResignTimes>},
+    {"Move Overhead",  OptionKind::Number, "50",    0, 5000, "",                  nullptr},
     {"Ponder",         OptionKind::Switch, "true",  0, 0,    "Pondering",         PonderLine},
 };
 // clang-format on
@@ -192,6 +193,8 @@ const std::string& OptionValue(std::string_view name) {
     return option == nullptr ? none : Values[option->name];
 }
 
+std::int64_t MoveOverhead() { return std::stoll(OptionValue("Move Overhead")); }
+
 bool SetOption(std::string_view name, std::string_view value, std::string& fault) {
     const BridgeOption* option = Find(name);
     if (option == nullptr) {
@@ -210,7 +213,7 @@ bool SetOption(std::string_view name, std::string_view value, std::string& fault
     if (Values[option->name] == value) return true;
     Values[option->name] = value;
     Set[option->name] = true;
-    OptionsChanged = true;
+    if (option->lines != nullptr) OptionsChanged = true;
     return true;
 }
 
@@ -224,7 +227,8 @@ std::string WriteSettings() {
         if (!replaced && !HasKey(kTableKeys, key)) text += key + '=' + value + '\n';
     });
     for (const BridgeOption& option : kOptions)
-        if (Set[option.name]) text += option.lines(Values[option.name]);
+        if (Set[option.name] && option.lines != nullptr)
+            text += option.lines(Values[option.name]);
     return text;
 }
 

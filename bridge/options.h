@@ -2,6 +2,7 @@
 // settings file.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,7 +16,7 @@ struct BridgeOption {
     long long lowest, highest;
     // Settings keys whose lines this option replaces once it has been set, ";" between.
     const char* keys;
-    // The lines that take their place.
+    // The lines that take their place; nullptr: the engine is not told.
     std::string (*lines)(const std::string& value);
 };
 extern const std::vector<BridgeOption> kOptions;
@@ -28,7 +29,9 @@ const std::string& OptionValue(std::string_view name);
 // True when the value has been taken, the name in either case; otherwise `fault` says why
 // not.
 bool SetOption(std::string_view name, std::string_view value, std::string& fault);
-// Values have been set since the settings were last written.
+// ms of the clock that are not for thinking.
+std::int64_t MoveOverhead();
+// Values have been set since the settings were last written that the engine is told.
 extern bool OptionsChanged;
 // The settings file for the engine, but for its endgame tables.
 std::string WriteSettings();

@@ -54,7 +54,10 @@ std::int64_t HeldUntil;  // 0: it has been shown
 // ---- The search under way ----
 SearchLimits Limits;
 std::int64_t SearchBegan;
-std::int64_t MoveDeadline;  // when "?" is due; 0: never
+TimePlan Plan;
+int LastScore;              // of the engine's last move, centipawns, if there is one
+bool ScoreKnown;
+bool Heard;                 // the engine has shown that it searches
 std::int64_t StatusDue;     // when the engine's status is asked for next; 0: never
 bool Resigning;             // "resign" came, its move has not yet
 bool StatusWanted;          // the outside has asked
@@ -74,16 +77,9 @@ bool Thinking() {
     return EngineActivity == Activity::Searching || EngineActivity == Activity::Analysing;
 }
 
-// The board of the library is the game's again.
-void RestoreGameBoard() {
-    std::string fault;
-    const GameRecord game = Game;
-    ReplaceGame(game.start, game.moves, fault);
-}
-
 std::string SetUpCommands(const std::string& fen) {
     const SetUpPlan plan = PlanSetUp(fen);
-    RestoreGameBoard();
+    ReplayGame();
     if (!plan.remark.empty()) Outside->onNotice(plan.remark);
     OnBoard = {true, fen, plan.plies, {}};
     return plan.commands;
@@ -112,14 +108,24 @@ std::string SetUpAlone() {
 
 void StartClock() {
     SearchBegan = ClockMilliseconds();
-    const std::int64_t limit = OwnTimeLimit(Limits);
-    MoveDeadline = limit > 0 ? SearchBegan + limit : 0;
+    Plan = PlanTime(Limits, MoveNumber(), MoveOverhead());
     StatusDue = Limits.nodes > 0 ? SearchBegan + kNodePause : 0;
 }
 
+// When "?" is due; 0: never. A search of which nothing has been heard has hardly begun,
+// the machine being busy with other things: it may go on to the hard limit.
+std::int64_t MoveDeadline() {
+    if (Plan.soft == 0) return 0;
+    if (!Heard) return SearchBegan + Plan.hard;
+    const bool comparable = ScoreKnown && !LastReport.moves.empty();
+    const int fall = comparable ? LastScore - LastReport.score : 0;
+    return SearchBegan + StretchedLimit(Plan, fall);
+}
+
 void ForgetSearch() {
-    MoveDeadline = StatusDue = HeldUntil = 0;
-    Resigning = StatusWanted = StatusAsked = MoveAsked = AnalysisEnded = false;
+    Plan = TimePlan{};
+    StatusDue = HeldUntil = 0;
+    Heard = Resigning = StatusWanted = StatusAsked = MoveAsked = AnalysisEnded = false;
     PonderHint.clear();
 }
 
@@ -137,7 +143,12 @@ void Search(const std::string& position) {
     PonderGranted =
         PonderWanted && OptionValue("Ponder") == "true" && TimeToPonder(Limits);
     TellEngine(position + (PonderGranted ? "hard\n" : "easy\n") +
-               LimitCommands(Limits, EnginePly(), PonderGranted) + "go\n");
+               LimitCommands(Limits, Plan, EnginePly(), PonderGranted) + "go\n");
+}
+
+void Lessen(SearchLimits& limits, std::int64_t spent) {
+    for (std::int64_t* left : {&limits.moveTime, &limits.clock})
+        if (*left > 0) *left = std::max(*left - spent, std::int64_t{1});
 }
 
 // The engine is gone: a new one takes over what it was doing, with the time that is left.
@@ -158,12 +169,7 @@ void Revive() {
     if (!RestartEngine() || interrupted == Activity::Idle ||
         interrupted == Activity::Pondering)
         return;
-    const std::int64_t spent = SearchTime();
-    const auto lessen = [spent](std::int64_t& left) {
-        if (left > 0) left = std::max(left - spent, std::int64_t{1});
-    };
-    lessen(Limits.moveTime);
-    lessen(Limits.clock);
+    Lessen(Limits, SearchTime());
     Search(CatchUp());
 }
 
@@ -181,6 +187,8 @@ void AcceptMove(const std::string& move) {
         return;
     }
     const bool resigns = Resigning;
+    LastScore = LastReport.score;
+    ScoreKnown = !LastReport.moves.empty();
     EngineActivity = PonderGranted ? Activity::Pondering : Activity::Idle;
     ForgetSearch();
     Refusals = Deaths = 0;
@@ -249,6 +257,7 @@ bool MayAsk() {
 void HandleThinking(const std::string& line) {
     ThinkingReport report;
     if (!ReadThinkingLine(line, "", report)) return;
+    Heard = true;
     if (SameMoveAsLast(report)) {
         if (!LastReport.unsure) ReadThinkingLine(line, LastReport.moves[0], report);
         if (!report.unsure) SettleThought(report.moves[0]);
@@ -362,7 +371,8 @@ std::int64_t NextStatus(std::int64_t now) {
 void HandleTimers() {
     if (!Thinking()) return;
     const std::int64_t now = ClockMilliseconds();
-    if (MoveDeadline != 0 && now >= MoveDeadline) MoveNow();
+    const std::int64_t deadline = MoveDeadline();
+    if (deadline != 0 && now >= deadline) MoveNow();
     if (HeldUntil != 0 && now >= HeldUntil) ShowThoughtWithoutMoves();
     if (StatusDue == 0 || now < StatusDue) return;
     StatusDue = NextStatus(now);
@@ -372,7 +382,7 @@ void HandleTimers() {
 // Milliseconds to the next timer, -1 when none runs.
 int Pause() {
     std::int64_t next = 0;
-    for (const std::int64_t timer : {MoveDeadline, HeldUntil, StatusDue})
+    for (const std::int64_t timer : {MoveDeadline(), HeldUntil, StatusDue})
         if (timer != 0 && (next == 0 || timer < next)) next = timer;
     if (next == 0 || !Thinking()) return -1;
     return static_cast<int>(std::max(next - ClockMilliseconds(), std::int64_t{0}));
@@ -433,10 +443,12 @@ LineReader& StandardInput() {
 long long SearchTime() { return ClockMilliseconds() - SearchBegan; }
 
 void BeginSearch(const SearchLimits& limits) {
+    const std::int64_t asked = ClockMilliseconds();
     EndActivity();
     ApplyOptions();
     if (QuitRequested) return;
     Limits = limits;
+    Lessen(Limits, ClockMilliseconds() - asked);  // the search's own clock starts now
     Refusals = 0;
     Search(CatchUp());
 }
@@ -462,7 +474,7 @@ void EndActivity() {
 void MoveNow() {
     if (EngineActivity != Activity::Searching || MoveAsked) return;
     MoveAsked = true;
-    MoveDeadline = 0;
+    Plan = TimePlan{};
     if (Limits.nodes > 0) StatusDue = 0;
     TellEngine("?\n");
 }
@@ -470,19 +482,17 @@ void MoveNow() {
 bool TurnPonderHit(const SearchLimits& limits) {
     if (EngineActivity != Activity::Pondering || !OnBoard.known || !EngineRuns() ||
         OptionsChanged || Game.moves.back() != PonderHint ||
-        EngineKeepsClock(limits) != EngineKeepsClock(Limits) ||
+        (limits.clock < 0) != (Limits.clock < 0) || limits.moveTime != Limits.moveTime ||
         limits.depth != Limits.depth || !TimeToPonder(limits))
         return false;
     Limits = limits;
-    std::string text;
-    if (EngineKeepsClock(limits))
-        text = "time " + std::to_string(ToldClock(limits, EnginePly() + 1, true)) + '\n';
-    text += Game.moves.back() + '\n';
+    const std::string text = Game.moves.back() + '\n';
     OnBoard.moves.push_back(Game.moves.back());
     EngineActivity = Activity::Searching;
     LastReport = ThinkingReport{};
     ForgetSearch();
     StartClock();
+    Heard = true;
     Refusals = 0;
     TellEngine(text);
     return true;
@@ -528,7 +538,7 @@ void AskStatus() {
 
 bool RestartEngine() {
     EngineActivity = Activity::Idle;
-    OnBoard.known = HasSearched = false;
+    OnBoard.known = HasSearched = ScoreKnown = false;
     OptionsChanged = false;
     ForgetSearch();
     std::string fault;
@@ -542,11 +552,12 @@ bool RestartEngine() {
 
 void LeaveGame() {
     EndActivity();
-    OnBoard.known = false;
+    OnBoard.known = ScoreKnown = false;
 }
 
 void ForgetGames() {
     EndActivity();
+    ScoreKnown = false;
     if (!HasSearched) return;
     TellEngine("new\n");  // the game it has played is credited to the book
     RestartEngine();

@@ -133,7 +133,8 @@ double UserSeconds() {
 }
 
 // Fresh pages are zero. Whole huge pages are mapped, and what the alignment leaves over
-// at both ends goes back.
+// at both ends goes back. The system is asked for all pages now: found and cleared one by
+// one at the first access they would take 10 to 50 ms from the first search.
 void* AllocateTable(std::size_t bytes) {
     const std::size_t size = InHugePages(bytes);
     if (size < bytes) return nullptr;
@@ -145,8 +146,12 @@ void* AllocateTable(std::size_t bytes) {
     char* const table = static_cast<char*>(mapped) + before;
     if (before > 0) munmap(mapped, before);
     munmap(table + size, kHugePage - before);
+    // Only advice: without it all works as well.
 #ifdef MADV_HUGEPAGE
-    madvise(table, size, MADV_HUGEPAGE);  // only advice: without it all works as well
+    madvise(table, size, MADV_HUGEPAGE);
+#endif
+#ifdef MADV_POPULATE_WRITE
+    madvise(table, size, MADV_POPULATE_WRITE);
 #endif
     return table;
 }

@@ -217,50 +217,126 @@ TEST(BridgeThinking, Mates) {
 
 // ---- Time ----
 
-TEST(BridgeClock, WhatIsToldLeavesTimeOver) {
-    // The engine goes down to half of what it is told.
-    for (std::int64_t clock : {1, 10, 50, 200, 1000, 60000})
-        for (std::int64_t increment : {0, 10, 100, 999, 1500})
-            for (int ply : {0, 40, 200})
-                for (int moves : {0, 1, 40})
-                    for (bool ponder : {false, true}) {
-                        SearchLimits limits;
-                        limits.clock = clock;
-                        limits.increment = increment;
-                        limits.movesToGo = moves;
-                        const std::int64_t told = ToldClock(limits, ply, ponder) * 10;
-                        EXPECT_LE(told / 2, std::max(clock * 3 / 4, std::int64_t{5}));
-                        EXPECT_GE(told, clock / 2 - 9);
+SearchLimits OnClock(std::int64_t clock, std::int64_t increment, int movesToGo = 0) {
+    SearchLimits limits;
+    limits.clock = clock;
+    limits.increment = increment;
+    limits.movesToGo = movesToGo;
+    return limits;
+}
+
+TEST(BridgeClock, NeverNothingAndNeverAll) {
+    for (std::int64_t clock : {std::int64_t{0}, std::int64_t{1}, std::int64_t{10},
+                               std::int64_t{50}, std::int64_t{850}, kLongestTime})
+        for (std::int64_t increment : {std::int64_t{0}, std::int64_t{10}, kLongestTime})
+            for (int number : {1, 23, 60, 9999})
+                for (int moves : {0, 1, 40, 1000000})
+                    for (std::int64_t overhead : {0, 50, 5000}) {
+                        const TimePlan plan =
+                            PlanTime(OnClock(clock, increment, moves), number, overhead);
+                        EXPECT_GE(plan.soft, 1);
+                        EXPECT_GE(plan.hard, plan.soft);
+                        EXPECT_LE(plan.hard, std::max(clock * 3 / 4, std::int64_t{1}));
+                        if (clock > 2 * overhead) {
+                            EXPECT_LE(plan.hard, clock - overhead);
+                        }
                     }
 }
 
-TEST(BridgeClock, MovesToTheControlComeOut) {
-    for (int ply : {0, 1, 7, 39, 80, 211})
-        for (int moves : {1, 2, 17, 40}) {
-            SearchLimits limits;
-            limits.clock = 60000;
-            limits.movesToGo = moves;
-            int level = 0;
-            ASSERT_EQ(std::sscanf(LimitCommands(limits, ply, false).c_str(), "level %d",
-                                  &level),
-                      1);
-            EXPECT_EQ(level - ply / 2 % level, moves);  // the engine's own reckoning
+// Whole games of nothing but hard limits, each order a millisecond late: the clock holds.
+TEST(BridgeClock, LastsForTheGame) {
+    struct Case {
+        std::int64_t base, increment;
+        int perControl;
+    };
+    for (const Case& c : {Case{1000, 10, 0}, Case{300, 3, 0}, Case{1000, 0, 0},
+                          Case{60000, 0, 40}, Case{10, 2, 0}}) {
+        std::int64_t clock = c.base;
+        for (int number = 1; number < 200; ++number) {
+            const int toGo =
+                c.perControl == 0 ? 0 : c.perControl - (number - 1) % c.perControl;
+            clock -= PlanTime(OnClock(clock, c.increment, toGo), number, 50).hard + 1;
+            ASSERT_GE(clock, 0) << c.base << '+' << c.increment << " at " << number;
+            clock += c.increment + (toGo == 1 ? c.base : 0);
+            if (c.increment + c.perControl == 0 && clock < 5) break;
         }
+    }
+}
+
+TEST(BridgeClock, FewerMovesAreExpectedLater) {
+    const SearchLimits limits = OnClock(850, 10);
+    EXPECT_GE(PlanTime(limits, 1, 50).soft, 25);
+    EXPECT_GT(PlanTime(limits, 23, 50).soft, PlanTime(limits, 1, 50).soft);
+    EXPECT_GT(PlanTime(limits, 40, 50).soft, PlanTime(limits, 23, 50).soft);
+    EXPECT_GT(PlanTime(OnClock(850, 0, 1), 40, 50).soft, 400);
+}
+
+TEST(BridgeClock, AFallOfTheScoreStretches) {
+    const TimePlan plan = {100, 250};
+    const std::int64_t cases[][2] = {{-500, 100}, {20, 100},  {21, 150},
+                                     {71, 200},   {281, 250}, {65534, 250}};
+    for (const auto& c : cases)
+        EXPECT_EQ(StretchedLimit(plan, static_cast<int>(c[0])), c[1]) << c[0];
+}
+
+// The engine divides its clock by 110 less the half-moves on its board, at least by 26.
+TEST(BridgeClock, TheEngineIsToldNoLess) {
+    for (std::int64_t soft : {1, 9, 10, 11, 33, 60})
+        for (int ply : {0, 41, 84, 200})
+            for (bool ponder : {false, true}) {
+                int told = 0;
+                const std::string text =
+                    LimitCommands(OnClock(1000, 0), {soft, soft}, ply, ponder);
+                ASSERT_EQ(std::sscanf(text.c_str(), "level 0 0 0\ntime %d", &told), 1);
+                int share = told / std::max(110 - ply, 26);
+                if (ponder) share = share * 5 / 2;
+                EXPECT_GE(share * 10, soft);
+                EXPECT_LT(share * 10, soft + 30);
+            }
+    EXPECT_EQ(LimitCommands(OnClock(60000, 0), {1500, 4500}, 0, false),
+              "time -1\nsd 99\n");
 }
 
 TEST(BridgeClock, OrdersComeBeforeTheLimit) {
     for (std::int64_t time : {1, 5, 20, 75, 76, 1000}) {
         SearchLimits limits;
         limits.moveTime = time;
-        EXPECT_LE(OwnTimeLimit(limits), time);
-        EXPECT_GE(OwnTimeLimit(limits), time / 2);
+        const TimePlan plan = PlanTime(limits, 1, 50);
+        EXPECT_EQ(plan.soft, plan.hard);
+        EXPECT_LE(plan.hard, time);
+        EXPECT_GE(plan.hard, time / 2);
     }
     SearchLimits depth;
     depth.depth = 40;
-    EXPECT_EQ(OwnTimeLimit(depth), 0);
+    EXPECT_EQ(PlanTime(depth, 1, 50).soft, 0);
     depth.clock = 1000;  // a depth that takes too long
-    EXPECT_GT(OwnTimeLimit(depth), 0);
-    EXPECT_LT(OwnTimeLimit(depth), 500);
+    EXPECT_GT(PlanTime(depth, 1, 50).soft, 0);
+    EXPECT_LT(PlanTime(depth, 1, 50).hard, 500);
+    depth.endless = true;
+    EXPECT_EQ(PlanTime(depth, 1, 50).soft, 0);
+}
+
+TEST(BridgeClock, MovesAreNumberedFromTheFen) {
+    std::string fault;
+    struct Case {
+        const char* fen;
+        int number, afterTwo;
+    };
+    for (const Case& c :
+         {Case{kStartFen, 1, 2}, Case{"7k/8/8/8/8/8/R7/K7 w - - 0 57", 57, 58},
+          Case{"7k/8/8/8/8/8/R7/K7 w - -", 1, 2},
+          Case{"7k/8/8/8/8/8/R7/K7 w - - 0 -3", 1, 2},
+          Case{"7k/8/8/8/8/8/R7/K7 w - - 0 99999999999999999999", 9999, 10000}}) {
+        if (!StartGame(c.fen)) continue;  // where the reader wants all fields
+        EXPECT_EQ(MoveNumber(), c.number) << c.fen;
+        PlayMove(c.fen == kStartFen ? "e2e4" : "a2a3");
+        PlayMove(c.fen == kStartFen ? "e7e5" : "h8h7");
+        EXPECT_EQ(MoveNumber(), c.afterTwo) << c.fen;
+    }
+    ASSERT_TRUE(StartGame("7k/8/8/8/8/8/R7/K7 b - - 0 57"));
+    PlayMove("h8h7");
+    EXPECT_EQ(MoveNumber(), 58);
+    StartGame();
 }
 
 // ---- Options and settings ----
@@ -282,6 +358,9 @@ TEST(BridgeOptions, AreWrittenAsSettings) {
         {"ResignValue", "9999", "ResignValue=9999\n"},
         {"Ponder", "0", "Pondering=off\n"},
     };
+    OptionsChanged = false;
+    EXPECT_TRUE(SetOption("Move Overhead", "30", fault) && !OptionsChanged);
+    EXPECT_EQ(MoveOverhead(), 30);
     for (const auto& s : set) {
         SetOption("PawnHash", "7", fault);  // so that 6 is a change
         EXPECT_TRUE(SetOption(s[0], s[1], fault)) << fault;
@@ -504,6 +583,23 @@ TEST(BridgeProgram, SearchesAsTheEngineAlone) {
         for (const std::string& move : c.moves) text += (text.empty() ? "" : " ") + move;
         EXPECT_EQ(ThroughUci(c.fen, text, 7), Alone(c.fen, c.moves, 7)) << c.fen;
     }
+}
+
+// A position by FEN in the middle of a game, on a short clock: the engine's own division
+// leaves no time at all, and about 300 nodes.
+TEST(BridgeProgram, ShortClocksAreThoughtOn) {
+    EngineProcess bridge = StartBridge(true);
+    SendText(bridge,
+             "position fen rq2kb1r/1p1bppp1/1B1p4/p2P2N1/3QP3/3P4/1P2BPpP/R1R3K1 w kq - "
+             "0 23\ngo wtime 850 btime 850 winc 10 binc 10\n");
+    long long nodes = 0;
+    for (std::string line = "?"; !line.empty() && !line.starts_with("bestmove");) {
+        line = WaitForLine(bridge, "", kPatience);
+        const std::size_t found = line.find(" nodes ");
+        if (found != std::string::npos) nodes = std::stoll(line.substr(found + 7));
+    }
+    EXPECT_GT(nodes, 1000);
+    EXPECT_TRUE(StopEngine(bridge));
 }
 
 // The last line is what test frameworks read; the nodes are those of the lines above it.
