@@ -1,6 +1,7 @@
 // The bridge: today's protocols outside, the engine's own inside.
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -17,19 +18,6 @@
 #include "platform/process.h"
 
 namespace {
-
-[[noreturn]] void Usage(int status) {
-    std::fputs(
-        "usage: veltramox-bridge [--engine PROGRAM] [--game FOLDER]\n"
-        "       veltramox-bridge bench [DEPTH]\n"
-        "Speaks UCI or the xboard protocol, version 2, by the first line it reads.\n"
-        "  --engine PROGRAM  the engine; otherwise \"veltramox\" beside this program or\n"
-        "                    in the search path\n"
-        "  --game FOLDER     settings, book and learning files of the engine; without\n"
-        "                    it nothing is kept\n",
-        status == EXIT_SUCCESS ? stdout : stderr);
-    std::exit(status);
-}
 
 // The engine and the book are beside this program, as built.
 void LookBesideProgram() {
@@ -60,31 +48,53 @@ void EndWithTerminal() {
     }
 }
 
+struct CommandLine {
+    std::string engine, folder;
+    bool bench = false;
+    int depth = 0;
+};
+
+void Describe(CLI::App& app, CommandLine& line) {
+    app.set_version_flag("--version", "veltramox-bridge 0.16");
+    app.add_option("--engine", line.engine,
+                   "The engine; otherwise \"veltramox\" beside this program or in the "
+                   "search path")
+        ->type_name("PROGRAM")
+        ->take_last();
+    app.add_option("--game", line.folder,
+                   "Settings, book, endgame tables and learning files of the engine; "
+                   "without it nothing is kept. The installed command names the player's "
+                   "game folder by itself")
+        ->type_name("FOLDER")
+        ->take_last();
+    CLI::App& bench = *app.add_subcommand(
+        "bench", "Searches a set of positions; the last line says \"N nodes M nps\"");
+    bench.add_option("DEPTH", line.depth, "The depth, in plies")
+        ->check(CLI::Range(1, 98));
+    bench.callback([&] { line.bench = true; });
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
-    std::string folder, fault;
-    bool bench = false;
-    int depth = 0;
-    LookBesideProgram();
-    for (int i = 1; i < count; ++i) {
-        const std::string argument = arguments[i];
-        if (argument == "--engine" && i + 1 < count)
-            EngineProgram = FromAnywhere(arguments[++i]);
-        else if (argument == "--game" && i + 1 < count)
-            folder = arguments[++i];
-        else if (argument == "bench")
-            bench = true;
-        else if (bench && depth == 0 && std::atoi(argument.c_str()) > 0)
-            depth = std::atoi(argument.c_str());
-        else
-            Usage(argument == "--help" ? EXIT_SUCCESS : EXIT_FAILURE);
+    CLI::App app(
+        "Speaks UCI or the xboard protocol, version 2, by the first line that it reads.",
+        "veltramox-bridge");
+    CommandLine line;
+    Describe(app, line);
+    try {
+        app.parse(count, arguments);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == EXIT_SUCCESS ? EXIT_SUCCESS : EXIT_FAILURE;
     }
+    LookBesideProgram();
+    if (!line.engine.empty()) EngineProgram = FromAnywhere(line.engine);
     PrepareSignals();
     BuildTables();
-    if (bench) return RunBench(depth);
+    if (line.bench) return RunBench(line.depth);
     EndWithTerminal();
-    if (!UseGameFolder(folder, fault)) {
+    std::string fault;
+    if (!UseGameFolder(line.folder, fault)) {
         std::fprintf(stderr, "veltramox-bridge: %s\n", fault.c_str());
         return EXIT_FAILURE;
     }
