@@ -22,6 +22,8 @@ constexpr std::int64_t kPonderClock = 300;  // ms
 constexpr int kMovesAtStart = 40, kLeastMoves = 20;
 constexpr int kMostMovesToGo = 60;
 
+constexpr int kLeastPart = 8;  // of the clock is there for thinking in any case
+
 constexpr int kHardPlans = 3;  // the hard limit, in soft ones
 
 // A fall of the score, in centipawns, since the last move stretches the limit: halves of
@@ -43,7 +45,7 @@ TimePlan PlanMoveTime(std::int64_t time) {
 // A time control a move away leaves two thirds for it.
 TimePlan PlanClock(const SearchLimits& limits, int moveNumber, std::int64_t overhead) {
     const std::int64_t clock = std::min(limits.clock, kLongestTime);
-    const std::int64_t left = AtLeastOne(clock - std::min(overhead, clock / 2));
+    const std::int64_t left = AtLeastOne(std::max(clock - overhead, clock / kLeastPart));
     const std::int64_t share =
         limits.movesToGo > 0
             ? left * 2 / (std::min(limits.movesToGo, kMostMovesToGo) * 2 + 1)

@@ -55,20 +55,20 @@ std::int64_t HeldUntil;  // 0: it has been shown
 SearchLimits Limits;
 std::int64_t SearchBegan;
 TimePlan Plan;
-int LastScore;              // of the engine's last move, centipawns, if there is one
+int LastScore;  // of the engine's last move, centipawns, if there is one
 bool ScoreKnown;
-bool Heard;                 // the engine has shown that it searches
-std::int64_t StatusDue;     // when the engine's status is asked for next; 0: never
-bool Resigning;             // "resign" came, its move has not yet
-bool StatusWanted;          // the outside has asked
-bool StatusAsked;           // the engine has been, and has not answered yet
-bool MoveAsked;             // it has been told to move now
-bool AnalysisEnded;         // it had nothing left to search when it was asked
-int Refusals;               // searches of this position that gave no usable move
-int Deaths;                 // of the engine since it last ended a search
-bool HasSearched;           // since its start
-bool PonderGranted;         // the engine has been told "hard"
-bool Harvesting;            // what it says while it settles still counts
+bool Heard;              // the engine has shown that it searches
+std::int64_t StatusDue;  // when the engine's status is asked for next; 0: never
+bool Resigning;          // "resign" came, its move has not yet
+bool StatusWanted;       // the outside has asked
+bool StatusAsked;        // the engine has been, and has not answered yet
+bool MoveAsked;          // it has been told to move now
+bool AnalysisEnded;      // it had nothing left to search when it was asked
+int Refusals;            // searches of this position that gave no usable move
+int Deaths;              // of the engine since it last ended a search
+bool HasSearched;        // since its start
+bool PonderGranted;      // the engine has been told "hard"
+bool Harvesting;         // what it says while it settles still counts
 std::string HarvestedMove;
 
 int EnginePly() { return OnBoard.prelude + static_cast<int>(OnBoard.moves.size()); }

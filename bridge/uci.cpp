@@ -211,6 +211,7 @@ void Go(std::string_view rest) {
     HitLimits = limits;
     if (ponder) limits.endless = true;
     if (!NothingToSearch()) {
+        if (ponder && !TimeToPonder(HitLimits)) return;  // the hit, or "stop", begins it
         PonderWanted = false;
         BeginSearch(limits);
         return;
