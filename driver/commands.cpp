@@ -92,7 +92,8 @@ void TestCaptures() {
     if (HasBothKings()) TestQuiescence();
 }
 
-// The engine against itself, until a call of Think makes no move.
+// The engine against itself, until a call of Think makes no move. A quit while it
+// ponders, which "hard" can bring about, comes after a move.
 void Demo() {
     const bool ponderAllowed = Ponder.PonderAllowed != 0;
     AllowPondering(false);
@@ -101,7 +102,7 @@ void Demo() {
     do {
         length = Board.GamePly + ArchivedPlies();
         Think();
-    } while (Board.GamePly + ArchivedPlies() != length);
+    } while (Request.QuitRequested == 0 && Board.GamePly + ArchivedPlies() != length);
     AllowPondering(ponderAllowed);
 }
 

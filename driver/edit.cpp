@@ -3,6 +3,7 @@
 #include "board/notation.h"
 #include "driver/input.h"
 #include "platform/output.h"
+#include "search/control.h"
 #include "search/hash.h"
 #include "search/history.h"
 
@@ -16,12 +17,19 @@ void WriteError() {
     FlushOutput();
 }
 
+// The end of input ends the program as well: a console's would be read over.
+bool ReadCharacter(char& c) {
+    if (ReadInputCharacter(c)) return true;
+    RequestQuit();
+    return false;
+}
+
 // The square that follows a piece letter; kNoSquare at the first character that does not
 // fit.
 int ReadSquare() {
     char file, rank;
-    if (!ReadInputCharacter(file) || SquareOf(ToLower(file), '1') == kNoSquare ||
-        !ReadInputCharacter(rank))
+    if (!ReadCharacter(file) || SquareOf(ToLower(file), '1') == kNoSquare ||
+        !ReadCharacter(rank))
         return kNoSquare;
     return SquareOf(ToLower(file), rank);
 }
@@ -30,7 +38,7 @@ int ReadSquare() {
 void EditSquare(int code, int colour) {
     const int square = ReadSquare();
     if (square == kNoSquare) {
-        WriteError();
+        if (Request.QuitRequested == 0) WriteError();
         return;
     }
     RemovePiece(square);
@@ -53,7 +61,7 @@ void FinishEditing() {
 
 void EditPosition() {
     int colour = WHITE;
-    for (char typed; ReadInputCharacter(typed);) {
+    for (char typed; Request.QuitRequested == 0 && ReadCharacter(typed);) {
         const char c = ToLower(typed);
         switch (c) {
             case '.':
