@@ -5,6 +5,8 @@
 
 #include <array>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "book/san.h"
 
@@ -281,7 +283,9 @@ PgnStatus Resolve(PgnReader& pgn, const char* raw, bool foreign, Move& move) {
 
 bool OpenPgn(PgnReader& pgn, const char* name) {
     OpenPgn(pgn, nullptr, nullptr);
-    pgn.file = OpenFile(name, FileMode::Read);
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(name, ignored))
+        pgn.file = OpenFile(name, FileMode::Read);
     return pgn.file != nullptr;
 }
 

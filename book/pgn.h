@@ -62,6 +62,7 @@ enum class PgnStatus {
     TooLong,       // a token of kPgnTokenLimit characters
 };
 
+// False when it cannot be opened, as a folder cannot.
 bool OpenPgn(PgnReader& pgn, const char* name);
 // Reads from something else than a file, which stays the caller's.
 void OpenPgn(PgnReader& pgn, PgnSource source, void* from);

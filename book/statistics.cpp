@@ -16,15 +16,31 @@
 namespace {
 
 constexpr int kCounterLimit = 65535;
+constexpr int kFailedStatus = 1;
 constexpr int kTooLongStatus = 2;
 
-FileMapping Counters;
+// Material changes at most 46 times in a game, by captures and promotions.
+constexpr int kMostCounts = 64;
+
+struct StatisticsFile {
+    FileHandle file = nullptr;
+    FileMapping counters;
+} Statistics;
+
+// What a game adds, until it is known to its end.
+struct GameCounts {
+    int moves = 0;
+    int count = 0;
+    struct {
+        int pair, result;
+    } results[kMostCounts];
+};
 
 // Where the three counters of a pair stand, draws first.
 std::uint8_t* CounterAt(int pair, int result) {
-    return Counters.bytes + (std::size_t{3} * static_cast<std::size_t>(pair) +
-                             static_cast<std::size_t>(result)) *
-                                2;
+    return Statistics.counters.bytes + (std::size_t{3} * static_cast<std::size_t>(pair) +
+                                        static_cast<std::size_t>(result)) *
+                                           2;
 }
 
 // Both bytes go in one store, which a kill finds either done or not.
@@ -47,20 +63,42 @@ void StorePair(int pair, const int (&values)[3]) {
     std::memcpy(at, bytes, sizeof bytes);
 }
 
-// Creates the file, or fills up one that is too short, with zeros. Never empties one:
-// another process may have made it meanwhile.
-bool CompleteFile(const char* name) {
-    FileHandle file = OpenFile(name, FileMode::Update);
-    if (file == nullptr && AppendText(name, "")) file = OpenFile(name, FileMode::Update);
-    if (file == nullptr) return false;
-    const std::int64_t size = FileSize(file);
-    bool complete = size >= static_cast<std::int64_t>(kStatisticsSize);
-    if (!complete && size >= 0) {
-        const std::vector<char> zeros(kStatisticsSize - static_cast<std::size_t>(size));
-        complete = WriteAt(file, size, zeros.data(), zeros.size());
+// Adds one to a counter; the caller holds the lock.
+void Increase(int pair, int result) {
+    int values[3];
+    for (int r = 0; r < 3; ++r) values[r] = ReadCounter(pair, r);
+    if (++values[result] < kCounterLimit) {
+        StoreCounter(pair, result, values[result]);
+        return;
     }
-    CloseFile(file);
-    return complete;
+    for (int& value : values) value = 2 * value / 3;
+    StorePair(pair, values);
+}
+
+// Fills up a file that is too short with zeros; when they find no room it is as before.
+bool Complete(FileHandle file, const char* name) {
+    const std::int64_t size = FileSize(file);
+    if (size >= static_cast<std::int64_t>(kStatisticsSize)) return true;
+    if (size < 0) return false;
+    const std::vector<char> zeros(kStatisticsSize - static_cast<std::size_t>(size));
+    if (WriteAt(file, size, zeros.data(), zeros.size())) return true;
+    ShortenFile(name, size);
+    return false;
+}
+
+// Opens the file and maps its counters. Never empties one: another process may have made
+// it meanwhile.
+bool OpenCounters(const char* name) {
+    Statistics.file = OpenFile(name, FileMode::Update);
+    const bool created = Statistics.file == nullptr && AppendText(name, "");
+    if (created) Statistics.file = OpenFile(name, FileMode::Update);
+    if (Statistics.file == nullptr) return false;
+    const FileLock lock(Statistics.file, 0, kStatisticsSize);
+    if (Complete(Statistics.file, name) &&
+        MapFile(Statistics.counters, Statistics.file, kStatisticsSize))
+        return true;
+    if (created) std::remove(name);
+    return false;
 }
 
 // ---- Counting a game ----
@@ -73,16 +111,17 @@ int ResultFor(int side, int gameResult) {
 }
 
 // Positions with material beyond the signatures are left out.
-void CountPosition(int gameResult) {
+void CountPosition(GameCounts& counts, int gameResult) {
     const int S = Board.SideToMove;
     const int own = MaterialSignature(S), other = MaterialSignature(ChangeSide(S));
-    if (own >= 0 && other >= 0)
-        CountResult(own * kSignatures + other, ResultFor(S, gameResult));
+    if (own >= 0 && other >= 0 && counts.count < kMostCounts)
+        counts.results[counts.count++] = {own * kSignatures + other,
+                                          ResultFor(S, gameResult)};
 }
 
 // Plays the game and counts each stretch between changes of material at its first quiet
 // move. Returns what ended it.
-PgnStatus CountGame(PgnReader& pgn) {
+PgnStatus CountMoves(PgnReader& pgn, GameCounts& counts) {
     bool counted = pgn.result == kPgnNoResult;
     Move m = NO_MOVE;
     PgnStatus status;
@@ -90,10 +129,11 @@ PgnStatus CountGame(PgnReader& pgn) {
         if (!IsQuiet(m)) {
             counted = pgn.result == kPgnNoResult;
         } else if (!counted) {
-            CountPosition(pgn.result);
+            CountPosition(counts, pgn.result);
             counted = true;
         }
         PlayPgnMove(m);
+        ++counts.moves;
     }
     return status;
 }
@@ -107,6 +147,53 @@ void ReportMove(const PgnReader& pgn, PgnStatus status) {
             Write("\nAmbigous move: %s...\n", pgn.token);
     else if (status == PgnStatus::TooLong)
         Write("Error parsing move (move too long): %s...\n", pgn.token);
+}
+
+// Counts a whole game, and reports. After a move that cannot be told the rest of it is
+// only read over.
+PgnStatus CountGame(PgnReader& pgn, GameCounts& counts) {
+    PgnStatus status;
+    SetStartPosition();
+    do {
+        status = CountMoves(pgn, counts);
+        ReportMove(pgn, status);
+    } while (status == PgnStatus::Unrecognised || status == PgnStatus::Ambiguous);
+    return status;
+}
+
+// One lock for the counts of a game. False when the file has been cut off.
+bool StoreCounts(const GameCounts& counts) {
+    const FileLock lock(Statistics.file, 0, kStatisticsSize);
+    if (FileSize(Statistics.file) < static_cast<std::int64_t>(kStatisticsSize))
+        return false;
+    for (int i = 0; i < counts.count; ++i)
+        Increase(counts.results[i].pair, counts.results[i].result);
+    return !MappingDamaged();
+}
+
+// What went through BuildStatistics.
+struct Progress {
+    int games = 0;
+    int withoutMoves = 0;
+    bool fileLost = false;
+};
+
+// All games of the file, until the program is asked to end; the game at hand is then left
+// out.
+PgnStatus CountGames(PgnReader& pgn, Progress& progress) {
+    PgnStatus status = PgnStatus::GameEnd;
+    while (status == PgnStatus::GameEnd && !progress.fileLost &&
+           !TerminationRequested() && NextPgnGame(pgn)) {
+        GameCounts counts;
+        status = CountGame(pgn, counts);
+        if (status == PgnStatus::FileEnd && TerminationRequested()) break;
+        progress.fileLost = !StoreCounts(counts);
+        if (status == PgnStatus::GameEnd)
+            Write("Processed %d games...\r", progress.games);
+        ++progress.games;
+        if (counts.moves == 0) ++progress.withoutMoves;
+    }
+    return status;
 }
 
 }  // namespace
@@ -127,29 +214,26 @@ int MaterialSignature(int colour) {
 // The file has its full size before it is mapped: no store can fall behind its end.
 bool OpenStatisticsFile(const char* name) {
     CloseStatisticsFile();
-    if (CompleteFile(name) && MapFile(Counters, name, kStatisticsSize)) return true;
+    if (OpenCounters(name)) return true;
+    CloseStatisticsFile();
     Write("Error opening file %s...\n", name);
     FlushOutput();
     return false;
 }
 
-void CloseStatisticsFile() { UnmapFile(Counters); }
+void CloseStatisticsFile() {
+    UnmapFile(Statistics.counters);
+    CloseFile(Statistics.file);
+}
 
 void CountResult(int pair, int result) {
-    if (Counters.bytes == nullptr) return;
-    int values[3];
-    for (int r = 0; r < 3; ++r) values[r] = ReadCounter(pair, r);
-    if (++values[result] < kCounterLimit) {
-        StoreCounter(pair, result, values[result]);
-        return;
-    }
-    for (int& value : values) value = 2 * value / 3;
-    StorePair(pair, values);
+    const FileLock lock(Statistics.file, 0, kStatisticsSize);
+    Increase(pair, result);
 }
 
 std::uint16_t ReadCounter(int pair, int result) {
-    return Counters.bytes != nullptr ? Get16be(CounterAt(pair, result))
-                                     : std::uint16_t{0};
+    return Statistics.counters.bytes != nullptr ? Get16be(CounterAt(pair, result))
+                                                : std::uint16_t{0};
 }
 
 int BuildStatistics(const char* pgnName) {
@@ -157,27 +241,23 @@ int BuildStatistics(const char* pgnName) {
     if (!OpenPgn(*pgn, pgnName)) {
         Write("Error opening file %s...\n", pgnName);
         FlushOutput();
-        return 0;
+        return kFailedStatus;
     }
-    PgnStatus status = PgnStatus::GameEnd;
-    for (int finished = 0;
-         status == PgnStatus::GameEnd && !TerminationRequested() && NextPgnGame(*pgn);
-         ++finished) {
-        SetStartPosition();
-        // After a move that cannot be told the rest of the game is only read over.
-        do {
-            status = CountGame(*pgn);
-            ReportMove(*pgn, status);
-        } while (status == PgnStatus::Unrecognised || status == PgnStatus::Ambiguous);
-        if (status == PgnStatus::GameEnd) Write("Processed %d games...\r", finished);
-    }
+    Progress progress;
+    const PgnStatus status = CountGames(*pgn, progress);
     ClosePgn(*pgn);
+    if (progress.withoutMoves > 0)
+        Write("\nNo move was taken from %d of %d games\n", progress.withoutMoves,
+              progress.games);
+    if (progress.fileLost) Write("\nThe statistics file has been cut off: stopped\n");
+    if (TerminationRequested()) Write("\nStopped after %d games\n", progress.games);
     FlushOutput();
-    return status == PgnStatus::TooLong ? kTooLongStatus : 0;
+    if (status == PgnStatus::TooLong) return kTooLongStatus;
+    return progress.fileLost || TerminationRequested() ? kFailedStatus : 0;
 }
 
 // Half points are counted as one, so that the result stays an integer.
-void ReportStatistics(const char* reportName) {
+int ReportStatistics(const char* reportName) {
     const int S = Board.SideToMove;
     const MaterialResults found =
         ResultsOf(MaterialSignature(S), MaterialSignature(ChangeSide(S)));
@@ -190,9 +270,10 @@ void ReportStatistics(const char* reportName) {
                       found.wins, found.losses, points, 2 * games,
                       100 * points / (2 * games));
     }
-    if (AppendText(reportName, line)) return;
+    if (AppendText(reportName, line)) return 0;
     Write("Error opening file %s...\n", reportName);
     FlushOutput();
+    return kFailedStatus;
 }
 
 // The other side's wins are this side's losses. Equal signatures are read twice, once for

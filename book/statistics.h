@@ -2,21 +2,21 @@
 // to move won, lost and drew. The counters live in a file that is mapped into memory, so
 // what has been counted is in the file at once.
 //
-// A program killed at any instant leaves the file as it was between two calls of
-// CountResult: every count made so far is in it, by this run and by those before, and no
-// counter is half written. (The rescaling of a pair is one store where processors have
-// stores of eight bytes; on others a kill can fall between its two halves.) The games of
-// a run that did not reach its end are counted up to the kill: counting the same
-// collection again counts those twice. Nothing is promised for a system that goes down
-// itself, which writes files back when it likes, nor for two programs that count into one
-// file at once: each then may undo counts of the other. Shards with files of their own
-// are added up by the companion program.
+// A program killed at any instant leaves the file as it was between two counts: every
+// count made so far is in it, by this run and by those before, and no counter is half
+// written. (The rescaling of a pair is one store where processors have stores of eight
+// bytes; on others a kill can fall between its two halves.) The games of a run that did
+// not reach its end are counted up to the kill: counting the same collection again counts
+// those twice. Programs that count into one file at once take turns, game by game, where
+// the file system has locks; elsewhere each may undo counts of the other. Nothing is
+// promised for a system that goes down itself, which writes files back when it likes.
 //
 //   The file: 648 x 648 x 3 counters of 16 bits, most significant byte first, no header.
 //   The counters of pair i = 648 x (signature of the side to move) + (signature of the
 //   other side) stand at 6 i: draws, wins, losses of the side to move.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 inline constexpr int kSignatures = 648;
@@ -33,7 +33,8 @@ inline constexpr int kStatisticsLoss = 2;
 int MaterialSignature(int colour);
 
 // Opens the file, creating it and completing one that is too short; what it holds is
-// never discarded. False, with a line on standard output, when that fails.
+// never discarded. False, with a line on standard output, when that fails, or when there
+// is no room on the disk for all of it: the file is then as before.
 bool OpenStatisticsFile(const char* name = "Veltramox.set");
 void CloseStatisticsFile();
 
@@ -42,12 +43,15 @@ void CloseStatisticsFile();
 void CountResult(int pair, int result);
 std::uint16_t ReadCounter(int pair, int result);
 
-// Counts all games of a PGN file, and reports on standard output. When the program is
-// asked to end it stops behind the game at hand. The exit status: 0, or 2 when a token is
-// too long to be a move and the reading has stopped there.
+// Counts all games of a PGN file, each when it has been read to its end, and reports on
+// standard output. When the program is asked to end it stops and leaves the game at hand
+// out. The exit status: 0; 1 when the games cannot be read, the statistics file is cut
+// off meanwhile or the program was asked to end; 2 when a token is too long to be a move
+// and the reading has stopped there.
 int BuildStatistics(const char* pgnName);
-// Appends a line with the results for the material on the board to the report.
-void ReportStatistics(const char* reportName = "out.vlx");
+// Appends a line with the results for the material on the board to the report. The exit
+// status: 0, or 1 with a line on standard output when it cannot be written.
+int ReportStatistics(const char* reportName = "out.vlx");
 
 // Totals of a pair of materials from the first side's view, whoever is to move; 0 when a
 // signature is -1.

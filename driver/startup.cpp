@@ -97,12 +97,9 @@ void RunStatisticsModes(int count, char** arguments) {
     const bool build = count == 3 && begins("-p");
     const bool report = count == 2 && begins("-c");
     if (!build && !report) return;
-    int status = EXIT_SUCCESS;
+    int status = EXIT_FAILURE;
     if (OpenStatisticsFile()) {
-        if (build)
-            status = BuildStatistics(arguments[2]);
-        else
-            ReportStatistics();
+        status = build ? BuildStatistics(arguments[2]) : ReportStatistics();
         CloseStatisticsFile();
     }
     FlushOutput();

@@ -2,7 +2,6 @@
 #include "platform/files.h"
 
 #include <filesystem>
-#include <string>
 #include <system_error>
 
 namespace {
@@ -52,8 +51,9 @@ bool WriteAt(FileHandle file, std::int64_t offset, const void* buffer, std::size
     return Seek(file, offset, SEEK_SET) && std::fwrite(buffer, 1, size, file) == size;
 }
 
-std::size_t ReadNext(FileHandle file, void* buffer, std::size_t size) {
-    return std::fread(buffer, 1, size, file);
+void ShortenFile(const char* name, std::int64_t before) {
+    std::error_code ignored;
+    std::filesystem::resize_file(name, static_cast<std::uintmax_t>(before), ignored);
 }
 
 // Opened for the one line and closed again, so that others can read and remove the file
@@ -61,20 +61,13 @@ std::size_t ReadNext(FileHandle file, void* buffer, std::size_t size) {
 bool AppendText(const char* name, const char* text) {
     FileHandle file = std::fopen(name, "a");
     if (file == nullptr) return false;
-    const bool written = std::fputs(text, file) >= 0;
+    std::setvbuf(file, nullptr, _IONBF, 0);  // what cannot be written is not kept
+    bool written;
+    {
+        const FileLock lock(file, 0, 1);
+        const std::int64_t before = FileSize(file);
+        written = std::fputs(text, file) >= 0;
+        if (!written && before >= 0) ShortenFile(name, before);
+    }
     return std::fclose(file) == 0 && written;
-}
-
-// Renaming is the one step that other programs can see.
-bool ReplaceFile(const char* name, const void* content, std::size_t size) {
-    const std::string beside = std::string(name) + ".new";
-    FileHandle file = OpenFile(beside.c_str(), FileMode::Create);
-    if (file == nullptr) return false;
-    bool done = WriteAt(file, 0, content, size);
-    done = std::fclose(file) == 0 && done;
-    std::error_code error;
-    if (done) std::filesystem::rename(beside, name, error);
-    if (done && !error) return true;
-    std::filesystem::remove(beside, error);
-    return false;
 }

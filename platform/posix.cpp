@@ -125,6 +125,18 @@ bool SendOutput(const char* bytes, std::size_t size) {
     return true;
 }
 
+// A pipe may stay silent for ever: the wait heeds the request to end.
+std::size_t ReadNext(FileHandle file, void* buffer, std::size_t size) {
+    const int descriptor = fileno(file);
+    for (;;) {
+        WaitUntilReady(descriptor, POLLIN);
+        if (TerminationRequested()) return 0;
+        const ssize_t got = read(descriptor, buffer, size);
+        if (got >= 0) return static_cast<std::size_t>(got);
+        if (!IsTemporary(errno)) return 0;
+    }
+}
+
 double UserSeconds() {
     rusage usage = {};
     getrusage(RUSAGE_SELF, &usage);
@@ -162,25 +174,9 @@ void FreeTable(void* table, std::size_t bytes) {
 
 void PrepareSignals() {
     Handle(SIGPIPE, SIG_IGN);
+    Handle(SIGXFSZ, SIG_IGN);
     if (!InputIsConsole()) Handle(SIGINT, SIG_IGN);
     Handle(SIGTERM, OnTerminate);
 }
 
 bool TerminationRequested() { return Terminating != 0; }
-
-bool MapFile(FileMapping& mapping, const char* name, std::size_t size) {
-    UnmapFile(mapping);
-    const int descriptor = open(name, O_RDWR | O_CLOEXEC);
-    if (descriptor < 0) return false;
-    void* const bytes =
-        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
-    close(descriptor);
-    if (bytes == MAP_FAILED) return false;
-    mapping = {static_cast<std::uint8_t*>(bytes), size};
-    return true;
-}
-
-void UnmapFile(FileMapping& mapping) {
-    if (mapping.bytes != nullptr) munmap(mapping.bytes, mapping.size);
-    mapping = FileMapping{};
-}

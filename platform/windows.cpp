@@ -99,6 +99,10 @@ void FreeTable(void* table, std::size_t) {
     if (table != nullptr) VirtualFree(table, 0, MEM_RELEASE);
 }
 
+std::size_t ReadNext(FileHandle file, void* buffer, std::size_t size) {
+    return TerminationRequested() ? 0 : std::fread(buffer, 1, size, file);
+}
+
 double UserSeconds() {
     FILETIME created, ended, kernel, user;
     if (GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user) == 0)
@@ -113,26 +117,3 @@ void PrepareSignals() {
 }
 
 bool TerminationRequested() { return Terminating != 0; }
-
-bool MapFile(FileMapping& mapping, const char* name, std::size_t size) {
-    UnmapFile(mapping);
-    const HANDLE file =
-        CreateFileA(name, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return false;
-    // The view keeps the file and its mapping alive until it goes itself.
-    const HANDLE section =
-        CreateFileMappingA(file, nullptr, PAGE_READWRITE, 0, 0, nullptr);
-    void* const bytes =
-        section != nullptr ? MapViewOfFile(section, FILE_MAP_WRITE, 0, 0, size) : nullptr;
-    if (section != nullptr) CloseHandle(section);
-    CloseHandle(file);
-    if (bytes == nullptr) return false;
-    mapping = {static_cast<std::uint8_t*>(bytes), size};
-    return true;
-}
-
-void UnmapFile(FileMapping& mapping) {
-    if (mapping.bytes != nullptr) UnmapViewOfFile(mapping.bytes);
-    mapping = FileMapping{};
-}
