@@ -26,6 +26,7 @@ inline constexpr int kBookNodesAt = 32;
 inline constexpr int kBookHeaderSize = 36;
 inline constexpr int kBookRecordSize = 12;
 inline constexpr int kMaxBookEntries = 255;
+inline constexpr int kMaxBookListSize = 1 + 4 * kMaxBookEntries;  // bytes
 
 // Statistics word: points for the move in the low byte, against it in the high byte.
 inline constexpr std::uint16_t kRemovedWord = 0xFFFF;  // version 1: never played again

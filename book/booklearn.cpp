@@ -41,10 +41,8 @@ void Credit(BookList& list, BookEntry& entry, int outcome) {
     entry.word = StatisticsWord(pointsFor, against);
 }
 
-// Credits the move in the current position's list. False when that could not be written.
-bool BookUpdateEntry(int outcome, Move m) {
-    BookList list;
-    if (!ReadPositionList(list)) return true;
+// Credits the move in the current position's list, where its lock is held.
+bool CreditMove(BookList& list, int outcome, Move m) {
     BookEntry* const end = list.entries + list.count;
     BookEntry* const entry = std::find_if(list.entries, end, [m](const BookEntry& e) {
         return e.word != kRemovedWord && e.from == From(m) && e.to == To(m);
@@ -52,6 +50,15 @@ bool BookUpdateEntry(int outcome, Move m) {
     if (entry == end) return true;
     Credit(list, *entry, outcome);
     return WriteBookList(Book, list);
+}
+
+// Credits the move in the current position's list. False when that could not be written.
+// The list is read again under its lock: another program may just have changed it.
+bool BookUpdateEntry(int outcome, Move m) {
+    BookList list;
+    if (!ReadPositionList(list)) return true;
+    const FileLock lock(Book.file, list.offset, kMaxBookListSize);
+    return !ReadBookList(Book, list.offset, list) || CreditMove(list, outcome, m);
 }
 
 // Of the whole game: the oldest moves of a long one are put aside.

@@ -2,6 +2,7 @@
 #include "book/learnfile.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -15,15 +16,22 @@ constexpr std::uint32_t kBucketMask = kLearnBuckets - 1;
 
 std::uint32_t BucketAt(std::uint32_t bucket) { return kLearnMagicSize + 4 * bucket; }
 
-// Writes what is missing of the header and the empty buckets.
+// Locked by whoever changes the file: nobody ever writes these bytes again.
+constexpr int kLockSize = kLearnMagicSize;
+
+// Writes what is missing of the header and the empty buckets; when that fails the file is
+// as before.
 bool Complete(FileHandle file) {
     const std::int64_t size = FileSize(file);
     if (size >= kLearnRecordsAt) return true;
     if (size < 0) return false;
     std::vector<char> empty(kLearnRecordsAt, '\0');
     std::copy_n(kLearnMagic, kLearnMagicSize, empty.begin());
-    return WriteAt(file, size, empty.data() + size,
-                   kLearnRecordsAt - static_cast<std::size_t>(size));
+    if (WriteAt(file, size, empty.data() + size,
+                kLearnRecordsAt - static_cast<std::size_t>(size)))
+        return true;
+    ShortenFile(file, size);
+    return false;
 }
 
 // The first record of a bucket; 0 when it is empty.
@@ -42,14 +50,15 @@ bool WriteLink(FileHandle file, std::uint32_t at, std::uint32_t record) {
 
 // The header of an existing file is not compared: the file is used as it is.
 FileHandle OpenOrCreateLearnFile(const char* name) {
-    FileHandle file = OpenFile(name, FileMode::Update);
-    if (file == nullptr) {
-        // Only a file that does not exist is created.
-        FileHandle existing = OpenFile(name, FileMode::Read);
-        if (existing == nullptr) file = OpenFile(name, FileMode::Create);
-        CloseFile(existing);
+    bool created = false, complete = false;
+    FileHandle file = OpenOrCreateFile(name, created);
+    if (file == nullptr) return nullptr;
+    {
+        const FileLock lock(file, 0, kLockSize);
+        complete = Complete(file);
     }
-    if (file != nullptr && !Complete(file)) CloseFile(file);
+    if (!complete) CloseFile(file);
+    if (!complete && created) std::remove(name);
     return file;
 }
 
@@ -99,8 +108,19 @@ bool WriteLearnRecord(FileHandle file, const LearnPlace& place,
         end > std::numeric_limits<std::uint32_t>::max() - kLearnRecordSize)
         return false;
     Put32le(bytes + kLinkInRecord, 0);
-    return WriteAt(file, end, bytes, sizeof bytes) &&
-           WriteLink(file, place.link, static_cast<std::uint32_t>(end));
+    if (!WriteAt(file, end, bytes, sizeof bytes)) {
+        ShortenFile(file, end);
+        return false;
+    }
+    return WriteLink(file, place.link, static_cast<std::uint32_t>(end));
+}
+
+bool StoreLearnRecord(FileHandle file, const LearnRecord& record, bool& known) {
+    const FileLock lock(file, 0, kLockSize);
+    LearnRecord found;
+    const LearnPlace place = FindLearnRecord(file, record.hash1, record.hash2, found);
+    known = place.record != 0;
+    return WriteLearnRecord(file, place, record);
 }
 
 void PackLearnRecord(const LearnRecord& record, std::uint8_t* bytes) {

@@ -55,5 +55,8 @@ LearnPlace FindLearnRecord(FileHandle file, std::uint32_t hash1, std::uint32_t h
 // link ends its chain, where the next record is linked.
 bool WriteLearnRecord(FileHandle file, const LearnPlace& place,
                       const LearnRecord& record);
+// Finds the position's place and writes the record there, as one step for all programs
+// that write into the file; `known` tells whether there was a record of the position.
+bool StoreLearnRecord(FileHandle file, const LearnRecord& record, bool& known);
 // The 24 bytes of a record.
 void PackLearnRecord(const LearnRecord& record, std::uint8_t* bytes);

@@ -74,13 +74,13 @@ void CommitPending() {
     bool written = true;
     for (int i = 0; i < PendingCount; ++i) {
         const Suspect& suspect = Suspects[i];
-        LearnRecord record;
-        const LearnPlace place =
-            FindLearnRecord(Learning, suspect.hash1, suspect.hash2, record);
-        if (Settings.LogLearningIntoFile != 0) Log(suspect, place.record != 0);
-        record = {suspect.depth, suspect.newScore, suspect.move,
-                  suspect.hash1, suspect.hash2,    0};
-        written = WriteLearnRecord(Learning, place, record) && written;
+        bool known = false;
+        written = StoreLearnRecord(Learning,
+                                   {suspect.depth, suspect.newScore, suspect.move,
+                                    suspect.hash1, suspect.hash2, 0},
+                                   known) &&
+                  written;
+        if (Settings.LogLearningIntoFile != 0) Log(suspect, known);
     }
     PendingCount = 0;
     if (written) return;

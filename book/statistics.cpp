@@ -76,25 +76,23 @@ void Increase(int pair, int result) {
 }
 
 // Fills up a file that is too short with zeros; when they find no room it is as before.
-bool Complete(FileHandle file, const char* name) {
+bool Complete(FileHandle file) {
     const std::int64_t size = FileSize(file);
     if (size >= static_cast<std::int64_t>(kStatisticsSize)) return true;
     if (size < 0) return false;
     const std::vector<char> zeros(kStatisticsSize - static_cast<std::size_t>(size));
     if (WriteAt(file, size, zeros.data(), zeros.size())) return true;
-    ShortenFile(name, size);
+    ShortenFile(file, size);
     return false;
 }
 
-// Opens the file and maps its counters. Never empties one: another process may have made
-// it meanwhile.
+// Opens the file and maps its counters.
 bool OpenCounters(const char* name) {
-    Statistics.file = OpenFile(name, FileMode::Update);
-    const bool created = Statistics.file == nullptr && AppendText(name, "");
-    if (created) Statistics.file = OpenFile(name, FileMode::Update);
+    bool created = false;
+    Statistics.file = OpenOrCreateFile(name, created);
     if (Statistics.file == nullptr) return false;
     const FileLock lock(Statistics.file, 0, kStatisticsSize);
-    if (Complete(Statistics.file, name) &&
+    if (Complete(Statistics.file) &&
         MapFile(Statistics.counters, Statistics.file, kStatisticsSize))
         return true;
     if (created) std::remove(name);

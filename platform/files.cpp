@@ -1,9 +1,6 @@
 // The C library's streams without their buffers: portable, and each call is one access.
 #include "platform/files.h"
 
-#include <filesystem>
-#include <system_error>
-
 namespace {
 
 // Offsets are 64 bits wide on every system; the C library's own seek is not.
@@ -32,6 +29,12 @@ FileHandle OpenFile(const char* name, FileMode mode) {
     return file;
 }
 
+FileHandle OpenOrCreateFile(const char* name, bool& created) {
+    FileHandle file = OpenFile(name, FileMode::Update);
+    created = file == nullptr && AppendText(name, "");
+    return created ? OpenFile(name, FileMode::Update) : file;
+}
+
 void CloseFile(FileHandle& file) {
     if (file != nullptr) std::fclose(file);
     file = nullptr;
@@ -51,11 +54,6 @@ bool WriteAt(FileHandle file, std::int64_t offset, const void* buffer, std::size
     return Seek(file, offset, SEEK_SET) && std::fwrite(buffer, 1, size, file) == size;
 }
 
-void ShortenFile(const char* name, std::int64_t before) {
-    std::error_code ignored;
-    std::filesystem::resize_file(name, static_cast<std::uintmax_t>(before), ignored);
-}
-
 // Opened for the one line and closed again, so that others can read and remove the file
 // between two lines.
 bool AppendText(const char* name, const char* text) {
@@ -67,7 +65,7 @@ bool AppendText(const char* name, const char* text) {
         const FileLock lock(file, 0, 1);
         const std::int64_t before = FileSize(file);
         written = std::fputs(text, file) >= 0;
-        if (!written && before >= 0) ShortenFile(name, before);
+        if (!written) ShortenFile(file, before);
     }
     return std::fclose(file) == 0 && written;
 }

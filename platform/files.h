@@ -17,6 +17,9 @@ enum class FileMode {
 
 // nullptr when the file cannot be opened so.
 FileHandle OpenFile(const char* name, FileMode mode);
+// Opens for reading and writing; creates an empty file when there is none, and says so.
+// Never empties one, for another program may have made it meanwhile.
+FileHandle OpenOrCreateFile(const char* name, bool& created);
 // Closes the file if there is one; the handle is nullptr afterwards.
 void CloseFile(FileHandle& file);
 // Bytes; -1 when that cannot be said.
@@ -35,8 +38,8 @@ std::size_t ReadNext(FileHandle file, void* buffer, std::size_t size);
 // Adds text to a file's end, creating the file when there is none. When it cannot be
 // written whole, the file is as before.
 bool AppendText(const char* name, const char* text);
-// Gives a file of at least `before` bytes this length again, after a write that failed.
-void ShortenFile(const char* name, std::int64_t before);
+// Gives a file its length of before a write that failed; nothing when that is negative.
+void ShortenFile(FileHandle file, std::int64_t before);
 // Writes a whole file so that the name holds either the old content or the new one at
 // every moment, also when several programs write it at once or the system goes down: a
 // file beside it, of a name that no other has, takes its place when it is complete and on

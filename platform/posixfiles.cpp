@@ -200,10 +200,16 @@ bool ReserveRoom(int descriptor, std::size_t size) {
 
 }  // namespace
 
+void ShortenFile(FileHandle file, std::int64_t before) {
+    // When even that fails there is nothing left to do.
+    if (before >= 0 && ftruncate(fileno(file), static_cast<off_t>(before)) != 0) return;
+}
+
 bool ReplaceFile(const char* name, const void* content, std::size_t size) {
     const char* const bytes = static_cast<const char*>(content);
     struct stat old = {};
     const bool exists = stat(name, &old) == 0;
+    if (!exists && errno != ENOENT) return false;
     if (exists && (S_ISFIFO(old.st_mode) || S_ISCHR(old.st_mode)))
         return WriteStraight(name, bytes, size);
     if (exists && !S_ISREG(old.st_mode)) return false;

@@ -82,6 +82,10 @@ OVERLAPPED Region(std::int64_t offset) {
 
 }  // namespace
 
+void ShortenFile(FileHandle file, std::int64_t before) {
+    if (before >= 0) _chsize_s(_fileno(file), before);
+}
+
 bool ReplaceFile(const char* name, const void* content, std::size_t size) {
     const char* const bytes = static_cast<const char*>(content);
     if (IsStraight(name)) return WriteStraight(name, bytes, size);

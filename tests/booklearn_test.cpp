@@ -266,6 +266,23 @@ TEST_F(BookLearnTest, NothingIsLostWhenKilled) {
     EXPECT_GT(learned, 1000);
 }
 
+// Two engines play from one book: what either learns is in it.
+TEST_F(BookLearnTest, TwoProgramsAtOnceLoseNothing) {
+    BookMaker maker;
+    maker.Add("", {{"e2e4", 0}, {"d2d4", Word(200, 100)}});
+    maker.Add("e2e4 e7e5", {{"g1f3", Word(3, 1)}});
+    for (int round = 0; round < 200 && !HasFailure(); ++round) {
+        Open(maker);
+        AtOnce([&](int) {
+            OpenBook(scratch.Path("book").c_str());
+            PlayFromStart("e2e4 e7e5 g1f3 b8c6");
+            for (int n = 0; n < 20; ++n) BookLearn(kGameDrawn);
+        });
+        EXPECT_EQ(Words(""), (std::vector{Word(40, 40), Word(200, 100)}));
+        EXPECT_EQ(Words("e2e4 e7e5"), std::vector{Word(43, 41)});
+    }
+}
+
 #endif
 
 }  // namespace

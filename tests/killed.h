@@ -1,4 +1,4 @@
-// Programs killed at any instant, and full disks, for the tests of files.
+// Programs killed at any instant, two at once, and full disks, for the tests of files.
 #pragma once
 
 #ifndef _WIN32
@@ -15,9 +15,10 @@
 #include <random>
 
 // Runs `work(n)` for n = 0, 1, 2, ... in a process of its own that is killed without
-// warning while it does so, after about a millisecond. How many calls had returned by
+// warning while it does so, after up to `most` calls. How many calls had returned by
 // then.
-inline int CallsUntilKilled(const std::function<void(int)>& work, std::mt19937& random) {
+inline int CallsUntilKilled(const std::function<void(int)>& work, std::mt19937& random,
+                            unsigned most = 40) {
     auto* done = static_cast<std::atomic<int>*>(mmap(nullptr, sizeof(std::atomic<int>),
                                                      PROT_READ | PROT_WRITE,
                                                      MAP_SHARED | MAP_ANONYMOUS, -1, 0));
@@ -27,7 +28,7 @@ inline int CallsUntilKilled(const std::function<void(int)>& work, std::mt19937& 
             work(n);
             done->store(n + 1);
         }
-    const int wanted = static_cast<int>(random() % 40);
+    const int wanted = static_cast<int>(random() % most);
     while (done->load() < wanted) usleep(20);
     usleep(static_cast<useconds_t>(random() % 200));
     kill(child, SIGKILL);
@@ -37,6 +38,25 @@ inline int CallsUntilKilled(const std::function<void(int)>& work, std::mt19937& 
     const int calls = done->load();
     munmap(done, sizeof *done);
     return calls;
+}
+
+// Runs work(0) and work(1) in processes of their own at the same time, and waits for
+// both. What they have open they must open themselves: a descriptor's place in its file
+// is shared with the parent.
+inline void AtOnce(const std::function<void(int)>& work) {
+    pid_t workers[2];
+    for (int i = 0; i < 2; ++i) {
+        workers[i] = fork();
+        if (workers[i] == 0) {
+            work(i);
+            _exit(testing::Test::HasFailure() ? 1 : 0);
+        }
+    }
+    for (const pid_t worker : workers) {
+        int status = -1;
+        waitpid(worker, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
 }
 
 // While it lives no file can be written at or behind this offset, as on a full disk.

@@ -254,6 +254,7 @@ TEST_F(PositionLearnTest, AFullDiskIsSaidInOneLine) {
     {
         const FileSizeLimit full(100000);
         EXPECT_FALSE(OpenLearningFile("other.vl1"));
+        EXPECT_FALSE(std::filesystem::exists("other.vl1"));
     }
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "# The learning file cannot be opened or written: no position learning\n");
@@ -299,9 +300,8 @@ TEST_F(PositionLearnTest, NothingIsLostWhenKilled) {
     // Record number n: few buckets, so that chains grow; the score repeats the depth.
     const auto learn = [](FileHandle file, std::uint32_t n, int depth) {
         const std::uint32_t hash1 = n * 2654435761u & 0xFFFF003F;
-        LearnRecord r;
-        const LearnPlace place = FindLearnRecord(file, hash1, n, r);
-        return WriteLearnRecord(file, place, {depth, -depth, n, hash1, n, 0});
+        bool known;
+        return StoreLearnRecord(file, {depth, -depth, n, hash1, n, 0}, known);
     };
     const std::string name = scratch.Path("killed.vl1");
     std::mt19937 random(2);
@@ -338,6 +338,30 @@ TEST_F(PositionLearnTest, NothingIsLostWhenKilled) {
         EXPECT_EQ(records.size(), depths.size());
     }
     EXPECT_GT(depths.size(), 1000u);
+}
+
+// Two engines make the file, and learn, at the same time. All records are of one bucket.
+TEST_F(PositionLearnTest, TwoProgramsAtOnceLoseNothing) {
+    constexpr int kRecords = 20;
+    const std::string name = scratch.Path("both.vl1");
+    for (int round = 0; round < 200 && !HasFailure(); ++round) {
+        std::filesystem::remove(name);
+        AtOnce([&](int i) {
+            FileHandle file = OpenOrCreateLearnFile(name.c_str());
+            ASSERT_NE(file, nullptr);
+            for (int n = 0; n < kRecords; ++n) {
+                const auto key = static_cast<std::uint32_t>(i * kRecords + n);
+                bool known = true;
+                EXPECT_TRUE(StoreLearnRecord(file, {60, 1, 2, 7, key, 0}, known));
+                EXPECT_FALSE(known);
+                EXPECT_TRUE(StoreLearnRecord(file, {90, -3, 2, 7, key, 0}, known));
+                EXPECT_TRUE(known);
+            }
+        });
+        const auto records = Reachable(scratch.Read("both.vl1"));
+        EXPECT_EQ(records.size(), 2 * kRecords) << round;
+        for (const auto& [key, record] : records) EXPECT_EQ(record.score, -3);
+    }
 }
 
 #endif

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "board/fen.h"
+#include "platform/files.h"
 #include "platform/output.h"
 #include "tests/killed.h"
 #include "tests/moves.h"
@@ -111,16 +112,22 @@ TEST_F(StatisticsTest, WhatCountingSays) {
     EXPECT_EQ(
         Count("[Result \"1-0\"]\n1. a4 b5 2. axb5 a6 3. bxa6 Bb7 4. a7 Bc6 5. axb8 h6\n"),
         "\nAmbigous move: ab8...\n\nAmbigous move: ab8...\n\nAmbigous move: ab8...\n");
+    EXPECT_EQ(Count(game + "[Result \"1-0\"]\ne4 e5 Nf3 Nc6 1-0\n\n[Result "
+                           "\"0-1\"]\n\nNf3 Nf6 Ng1 0-1\n"),
+              "Processed 0 games...\rProcessed 1 games...\r\n"
+              "No move was taken from 2 of 3 games\n");
     EXPECT_EQ(Count(game + "[Result \"1-0\"]\n1. e4 e4 2. aaaaaaaaaaaaaaaaaa"),
               "2 Processed 0 games...\r\nCan't recognize: e4...\n"
               "Error parsing move (move too long): aaaaaaaaaaaaaaa...\n");
-    EXPECT_EQ(ReadCounter(kStartPair, 1), 1 + 3 + 1 + 1 + 1 + 1 + 1 + 1);
+    EXPECT_EQ(ReadCounter(kStartPair, 1), 1 + 3 + 1 + 1 + 1 + 1 + 1 + 1 + 1);
 
     testing::internal::CaptureStdout();
-    EXPECT_EQ(BuildStatistics("no such file"), 0);
+    EXPECT_EQ(BuildStatistics("no such file"), 1);
+    EXPECT_EQ(BuildStatistics("/"), 1);
     EXPECT_FALSE(OpenStatisticsFile(scratch.directory.string().c_str()));
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "Error opening file no such file...\nError opening file " +
+              "Error opening file no such file...\nError opening file /...\n"
+              "Error opening file " +
                   scratch.directory.string() + "...\n");
 }
 
@@ -250,7 +257,7 @@ TEST_F(StatisticsTest, AgreesWithASimpleCountOfFiveHundredGames) {
 TEST_F(StatisticsTest, NothingIsLostWhenKilled) {
     std::mt19937 random(5);
     std::int64_t before = 0;
-    for (int round = 0; round < 50; ++round) {
+    for (int round = 0; round < 200; ++round) {
         const int calls = CallsUntilKilled(
             [](int n) { CountResult(n % kMaterialPairs, kStatisticsWin); }, random);
         std::int64_t found = 0;
@@ -260,6 +267,55 @@ TEST_F(StatisticsTest, NothingIsLostWhenKilled) {
         EXPECT_LE(found, before + calls + 1);
         before = found;
     }
+}
+
+// Two programs count into one file.
+TEST_F(StatisticsTest, TwoProgramsAtOnceLoseNothing) {
+    for (int round = 1; round <= 200 && !HasFailure(); ++round) {
+        AtOnce([&](int i) {
+            Open();
+            for (int n = 0; n < 1000; ++n) CountResult(n % 8, i == 0 ? 0 : n % 2);
+        });
+        EXPECT_EQ(ReadCounter(7, 0), 125 * round);
+        EXPECT_EQ(ReadCounter(7, 1), 125 * round);
+        EXPECT_EQ(ReadCounter(6, 0), 250 * round);
+    }
+}
+
+// Another program cuts the file off, before a game is counted or in the middle of it.
+TEST_F(StatisticsTest, AFileCutOffIsSaidInOneLine) {
+    const std::string game = "[Result \"1-0\"]\n1. e4 e5 1-0\n\n";
+    for (const std::uintmax_t left : {0u, 4096u, 2'519'423u}) {
+        Open();
+        std::filesystem::resize_file(scratch.Path("set"), left);
+        EXPECT_EQ(Count(game + game),
+                  "1 Processed 0 games...\r\nThe statistics file has "
+                  "been cut off: stopped\n");
+        EXPECT_EQ(std::filesystem::file_size(scratch.Path("set")), left);
+    }
+    Open();
+    EXPECT_FALSE(MappingDamaged());
+    std::filesystem::resize_file(scratch.Path("set"), 0);
+    CountResult(7, kStatisticsWin);
+    EXPECT_TRUE(MappingDamaged());
+    Open();
+    CountResult(7, kStatisticsWin);
+    EXPECT_FALSE(MappingDamaged());
+    EXPECT_EQ(ReadCounter(7, kStatisticsWin), 1);
+}
+
+TEST_F(StatisticsTest, WithoutRoomTheFileStaysAsItWas) {
+    CloseStatisticsFile();
+    scratch.Write("short", "\x12\x34\x56");
+    testing::internal::CaptureStdout();
+    {
+        const FileSizeLimit full(100'000);
+        EXPECT_FALSE(OpenStatisticsFile(scratch.Path("new").c_str()));
+        EXPECT_FALSE(OpenStatisticsFile(scratch.Path("short").c_str()));
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_FALSE(std::filesystem::exists(scratch.Path("new")));
+    EXPECT_EQ(scratch.Read("short"), "\x12\x34\x56");
 }
 
 #endif
