@@ -23,25 +23,29 @@ default_folder() {
   esac
 }
 
-# A copy of the player's own, complete when it appears: two engines may start at once.
+# A copy of the player's own, complete when it appears: two engines may start at once. When the
+# disk is full, or the copying is ended, nothing of it stays.
 place() {
-  if [ -e "$game/$1" ] || [ ! -e "$data/$1" ]; then return; fi
-  cp "$data/$1" "$game/$1.$$"
-  chmod u+w "$game/$1.$$"
-  mv "$game/$1.$$" "$game/$1"
+  if [ -e "$game/$1" ] || [ ! -e "$data/$1" ]; then return 0; fi
+  copy=$game/$1.$$
+  trap 'rm -f "$copy"; exit 1' HUP INT TERM
+  placed=0
+  { cp "$data/$1" "$copy" && chmod u+w "$copy" && mv "$copy" "$game/$1"; } 2>/dev/null || {
+    rm -f "$copy"
+    placed=1
+  }
+  trap - HUP INT TERM
+  return "$placed"
 }
 
 # The tables are only read and so need no copy; a link that leads nowhere is set anew.
 link_tables() {
-  if [ -e "$game/tables" ] || [ ! -d "$data/tables" ]; then return; fi
-  ln -sfn "$data/tables" "$game/tables"
+  if [ -e "$game/tables" ] || [ ! -d "$data/tables" ]; then return 0; fi
+  ln -sfn "$data/tables" "$game/tables" 2>/dev/null
 }
 
-fill_folder() {
-  place Book.vlx
-  link_tables
-  place Veltramox.ini
-}
+# False when what belongs in the folder cannot be put there: it is read-only, or the disk is full.
+fill_folder() { place Book.vlx && link_tables && place Veltramox.ini; }
 
 # The settings may have switched tables off, or name other ones.
 use_own_tables() {
@@ -82,13 +86,13 @@ play_at_keyboard() {
 }
 
 game=${VELTRAMOX_GAME:-$(default_folder)}
-if mkdir -p "$game" 2>/dev/null && game=$(cd "$game" && pwd) && [ -w "$game" ]; then
-  fill_folder
+if mkdir -p "$game" 2>/dev/null && game=$(cd "$game" && pwd) && [ -w "$game" ] && fill_folder; then
+  :
 elif [ -n "${VELTRAMOX_GAME-}" ]; then
   complain "the game folder $game cannot be used"
   exit 1
 else
-  complain "no game folder can be made at $game; nothing will be learned"
+  complain "no game folder can be made or filled at $game; nothing will be learned"
   game=$data
 fi
 
