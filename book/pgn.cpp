@@ -210,7 +210,7 @@ bool NameBegins(const char* name, const char* lowerCase) {
 
 // `at` is on "["; afterwards behind the tag. False at the file's end.
 bool ReadTag(PgnReader& pgn) {
-    char name[8], value[4];
+    char name[8], value[kPgnValueSize];
     ++pgn.at;
     SkipClass(pgn, kBlank);
     const auto endsName = [](char c) { return c == ']' || c == '"' || Is(c, kBlank); };
@@ -223,7 +223,10 @@ bool ReadTag(PgnReader& pgn) {
     }
     ++pgn.at;
     if (NameBegins(name, "result")) pgn.result = ResultOf(value);
-    if (NameBegins(name, "fen") && name[3] == '\0') pgn.hasFen = true;
+    if (NameBegins(name, "fen") && name[3] == '\0') {
+        pgn.hasFen = true;
+        std::memcpy(pgn.fen, value, sizeof value);
+    }
     return true;
 }
 
@@ -313,7 +316,7 @@ bool NextPgnGame(PgnReader& pgn) {
     while (SkipClass(pgn, kBlank) == '[');
     while (Is(SkipClass(pgn, kBlank), kStructure) && SkipStructure(pgn)) {
     }
-    if (!pgn.unnumbered) SkipTo(pgn, '1', '[');
+    if (!pgn.unnumbered && !pgn.hasFen) SkipTo(pgn, '1', '[');
     pgn.inGame = true;
     return true;
 }
@@ -343,6 +346,8 @@ PgnStatus NextPgnMove(PgnReader& pgn, Move& move) {
         }
     }
 }
+
+void SkipPgnGame(PgnReader& pgn) { pgn.gameLost = true; }
 
 void PlayPgnMove(Move move) {
     PlayGameMove(move);

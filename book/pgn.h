@@ -3,7 +3,7 @@
 // as the caller plays them:
 //
 //   while (NextPgnGame(pgn)) {
-//       SetStartPosition();
+//       SetStartPosition();  // or the position of its [FEN] tag
 //       for (Move m; NextPgnMove(pgn, m) == PgnStatus::Found;) PlayPgnMove(m);
 //   }
 //
@@ -27,6 +27,8 @@ inline constexpr int kPgnDrawn = 3;
 // A move token of this many characters is too long to be a move.
 inline constexpr int kPgnTokenLimit = 15;
 inline constexpr std::size_t kPgnBufferSize = 1 << 16;
+// Of a tag's value as it is kept; no position's text is as long.
+inline constexpr std::size_t kPgnValueSize = 128;
 
 // Puts at most `size` bytes into the buffer; 0 at the end, and on an error.
 using PgnSource = std::size_t (*)(void* from, void* buffer, std::size_t size);
@@ -36,11 +38,13 @@ struct PgnReader {
     PgnSource source = nullptr;  // instead of the file
     void* from = nullptr;
     // Moves begin right behind the tags, with or without numbers. Otherwise all text up
-    // to a "1" is skipped, and a game without move numbers is not told from such text.
+    // to a "1" is skipped, and a game without move numbers is not told from such text;
+    // not so in a game with a position of its own, whose numbers begin anywhere.
     bool unnumbered = false;
     // ---- The game being read ----
-    int result = kPgnNoResult;  // by its tag
-    bool hasFen = false;        // it says that it does not begin at the start position
+    int result = kPgnNoResult;     // by its tag
+    bool hasFen = false;           // it says that it does not begin at the start position
+    char fen[kPgnValueSize] = {};  // then where
     // ---- The last token read ----
     char token[kPgnTokenLimit + 1] = {};  // without ":", "x" and "="
     int matches = 0;                      // legal moves that agree with it
@@ -72,6 +76,8 @@ void ClosePgn(PgnReader& pgn);
 bool NextPgnGame(PgnReader& pgn);
 // The board must stand where the moves delivered so far have led.
 PgnStatus NextPgnMove(PgnReader& pgn, Move& move);
+// The rest of the game is only read over: NextPgnMove goes to its end.
+void SkipPgnGame(PgnReader& pgn);
 // Makes a move of a game that is only read forwards: the history stack never fills up.
 void PlayPgnMove(Move move);
 // Bytes of the file that have been read over.

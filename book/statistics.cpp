@@ -4,9 +4,12 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 
+#include "board/attacks.h"
 #include "board/board.h"
+#include "board/fen.h"
 #include "book/pgn.h"
 #include "platform/bytes.h"
 #include "platform/files.h"
@@ -23,6 +26,7 @@ constexpr int kTooLongStatus = 2;
 constexpr int kMostCounts = 64;
 
 struct StatisticsFile {
+    std::string name;
     FileHandle file = nullptr;
     FileMapping counters;
 } Statistics;
@@ -89,6 +93,7 @@ bool Complete(FileHandle file) {
 // Opens the file and maps its counters.
 bool OpenCounters(const char* name) {
     bool created = false;
+    Statistics.name = name;
     Statistics.file = OpenOrCreateFile(name, created);
     if (Statistics.file == nullptr) return false;
     const FileLock lock(Statistics.file, 0, kStatisticsSize);
@@ -136,8 +141,8 @@ PgnStatus CountMoves(PgnReader& pgn, GameCounts& counts) {
     return status;
 }
 
-// Says what went wrong with a move.
-void ReportMove(const PgnReader& pgn, PgnStatus status) {
+// Says what went wrong with a move of game `number`.
+void ReportMove(const PgnReader& pgn, PgnStatus status, int number) {
     if (status == PgnStatus::Unrecognised)
         Write("\nCan't recognize: %s...\n", pgn.token);
     else if (status == PgnStatus::Ambiguous)
@@ -145,16 +150,38 @@ void ReportMove(const PgnReader& pgn, PgnStatus status) {
             Write("\nAmbigous move: %s...\n", pgn.token);
     else if (status == PgnStatus::TooLong)
         Write("Error parsing move (move too long): %s...\n", pgn.token);
+    else
+        return;
+    Write("in game %d\n", number);
 }
 
-// Counts a whole game, and reports. After a move that cannot be told the rest of it is
-// only read over.
-PgnStatus CountGame(PgnReader& pgn, GameCounts& counts) {
+// Where a game begins; false when no game can be at that position.
+bool SetFirstPosition(const PgnReader& pgn) {
+    if (!pgn.hasFen) {
+        SetStartPosition();
+        return true;
+    }
+    constexpr SquareSet kOuterRanks = 0xFF000000000000FF;
+    if (!SetFen(pgn.fen)) return false;
+    const int S = Board.SideToMove;
+    return PopCount(Board.Occupied[WHITE]) <= 16 &&
+           PopCount(Board.Occupied[BLACK]) <= 16 &&
+           ((Board.Pawns[WHITE] | Board.Pawns[BLACK]) & kOuterRanks) == 0 &&
+           !IsAttacked(S, Board.KingSquare[ChangeSide(S)]);
+}
+
+// Counts a whole game, the file's `number`th, and reports. After a move that cannot be
+// told the rest of it is only read over.
+PgnStatus CountGame(PgnReader& pgn, GameCounts& counts, int number) {
+    if (!SetFirstPosition(pgn)) {
+        SetStartPosition();
+        SkipPgnGame(pgn);
+        Write("\nCan't set up the position of game %d\n", number);
+    }
     PgnStatus status;
-    SetStartPosition();
     do {
         status = CountMoves(pgn, counts);
-        ReportMove(pgn, status);
+        ReportMove(pgn, status, number);
     } while (status == PgnStatus::Unrecognised || status == PgnStatus::Ambiguous);
     return status;
 }
@@ -183,7 +210,7 @@ PgnStatus CountGames(PgnReader& pgn, Progress& progress) {
     while (status == PgnStatus::GameEnd && !progress.fileLost &&
            !TerminationRequested() && NextPgnGame(pgn)) {
         GameCounts counts;
-        status = CountGame(pgn, counts);
+        status = CountGame(pgn, counts, progress.games + 1);
         if (status == PgnStatus::FileEnd && TerminationRequested()) break;
         progress.fileLost = !StoreCounts(counts);
         if (status == PgnStatus::GameEnd)
@@ -234,13 +261,30 @@ std::uint16_t ReadCounter(int pair, int result) {
                                                 : std::uint16_t{0};
 }
 
-int BuildStatistics(const char* pgnName) {
+namespace {
+
+// A file of zeros takes the old one's place: a kill leaves one or the other.
+bool BeginAnew() {
+    const std::string name = Statistics.name;
+    const std::vector<char> zeros(kStatisticsSize);
+    CloseStatisticsFile();
+    if (ReplaceFile(name.c_str(), zeros.data(), zeros.size()))
+        return OpenStatisticsFile(name.c_str());
+    Write("Error writing file %s...\n", name.c_str());
+    FlushOutput();
+    return false;
+}
+
+}  // namespace
+
+int BuildStatistics(const char* pgnName, bool fresh) {
     const auto pgn = std::make_unique<PgnReader>();
     if (!OpenPgn(*pgn, pgnName)) {
         Write("Error opening file %s...\n", pgnName);
         FlushOutput();
         return kFailedStatus;
     }
+    if (fresh && !BeginAnew()) return kFailedStatus;
     Progress progress;
     const PgnStatus status = CountGames(*pgn, progress);
     ClosePgn(*pgn);

@@ -94,12 +94,15 @@ void RunStatisticsModes(int count, char** arguments) {
     const auto begins = [&](const char* option) {
         return std::strncmp(arguments[1], option, std::strlen(option)) == 0;
     };
-    const bool build = count == 3 && begins("-p");
+    const auto isFresh = [&](int i) { return std::strcmp(arguments[i], "--fresh") == 0; };
+    const bool fresh = count == 4 && begins("-p") && (isFresh(2) || isFresh(3));
+    const bool build = fresh || (count == 3 && begins("-p"));
     const bool report = count == 2 && begins("-c");
     if (!build && !report) return;
     int status = EXIT_FAILURE;
     if (OpenStatisticsFile()) {
-        status = build ? BuildStatistics(arguments[2]) : ReportStatistics();
+        status = build ? BuildStatistics(arguments[fresh && isFresh(2) ? 3 : 2], fresh)
+                       : ReportStatistics();
         CloseStatisticsFile();
     }
     FlushOutput();

@@ -106,19 +106,20 @@ TEST_F(StatisticsTest, WhatCountingSays) {
     EXPECT_EQ(Count(game), "");
     EXPECT_EQ(Count(game + game + game), "Processed 0 games...\rProcessed 1 games...\r");
     EXPECT_EQ(Count("[Result \"1-0\"]\n1. e4 xe:5 e6 2. Ke3\n" + game),
-              "\nCan't recognize: e5...\nProcessed 0 games...\r");
+              "\nCan't recognize: e5...\nin game 1\nProcessed 0 games...\r");
     EXPECT_EQ(Count("[Result \"1-0\"]\n1. Nf3 a6 2. d3 a5 3. Nd2 a4 4. Nd2\n"),
-              "\nAmbigous move: Nd2...\n");
+              "\nAmbigous move: Nd2...\nin game 1\n");
     EXPECT_EQ(
         Count("[Result \"1-0\"]\n1. a4 b5 2. axb5 a6 3. bxa6 Bb7 4. a7 Bc6 5. axb8 h6\n"),
-        "\nAmbigous move: ab8...\n\nAmbigous move: ab8...\n\nAmbigous move: ab8...\n");
+        "\nAmbigous move: ab8...\n\nAmbigous move: ab8...\n\nAmbigous move: ab8...\nin "
+        "game 1\n");
     EXPECT_EQ(Count(game + "[Result \"1-0\"]\ne4 e5 Nf3 Nc6 1-0\n\n[Result "
                            "\"0-1\"]\n\nNf3 Nf6 Ng1 0-1\n"),
               "Processed 0 games...\rProcessed 1 games...\r\n"
               "No move was taken from 2 of 3 games\n");
     EXPECT_EQ(Count(game + "[Result \"1-0\"]\n1. e4 e4 2. aaaaaaaaaaaaaaaaaa"),
-              "2 Processed 0 games...\r\nCan't recognize: e4...\n"
-              "Error parsing move (move too long): aaaaaaaaaaaaaaa...\n");
+              "2 Processed 0 games...\r\nCan't recognize: e4...\nin game 2\n"
+              "Error parsing move (move too long): aaaaaaaaaaaaaaa...\nin game 2\n");
     EXPECT_EQ(ReadCounter(kStartPair, 1), 1 + 3 + 1 + 1 + 1 + 1 + 1 + 1 + 1);
 
     testing::internal::CaptureStdout();
@@ -129,6 +130,47 @@ TEST_F(StatisticsTest, WhatCountingSays) {
               "Error opening file no such file...\nError opening file /...\n"
               "Error opening file " +
                   scratch.directory.string() + "...\n");
+}
+
+// A game begins where its tag says; its move numbers do too.
+TEST_F(StatisticsTest, GamesFromPositionsOfTheirOwn) {
+    const int rook = 2, pawn = 72, pair = (rook + pawn) * 648 + rook;
+    const std::string result = "[Result \"1-0\"]\n";
+    const struct {
+        const char* fen;
+        const char* moves;
+        int whiteToMove, blackToMove;  // counted for the pair, at its first quiet move
+        const char* says;
+    } cases[] = {
+        {"4k2r/8/8/8/8/8/4P3/R3K3 w Q - 0 40", "40. Ra7 Kf8 1-0", 1, 0, ""},
+        {"4k2r/8/8/8/8/8/4P3/R3K3 b - - 0 23", "23... O-O 24. e4", 0, 0,
+         "\nCan't recognize: O-O...\nin game 1\n"
+         "\nNo move was taken from 1 of 1 games\n"},
+        {"4k2r/8/8/8/8/8/4P3/R3K3 b k -", "23... O-O 24. e4", 0, 1, ""},
+        {"4k2r/8/8/8/3pP3/8/8/R3K3 b - e3 0 9", "9... dxe3 10. Ra3", 0, 0, ""},
+        {"4k2r/8/8/8/8/8/4P3/R3K3 w - - 0 40", "Ra7 {no numbers} Kf8", 1, 0, ""},
+        {"8/8/8/8", "1. e4 e5", 0, 0,
+         "\nCan't set up the position of game 1\n"
+         "\nNo move was taken from 1 of 1 games\n"},
+        {"4k3/8/8/8/8/8/4R3/4K3 w - - 0 1", "1. Rxe8", 0, 0,
+         "\nCan't set up the position of game 1\n"
+         "\nNo move was taken from 1 of 1 games\n"},
+    };
+    for (const auto& c : cases) {
+        std::filesystem::remove(scratch.Path("set"));
+        Open();
+        EXPECT_EQ(Count(result + "[FEN \"" + c.fen + "\"]\n\n" + c.moves + "\n"), c.says)
+            << c.fen;
+        EXPECT_EQ(ReadCounter(pair, kStatisticsWin), c.whiteToMove) << c.fen;
+        EXPECT_EQ(ReadCounter(rook * 648 + rook + pawn, kStatisticsLoss), c.blackToMove)
+            << c.fen;
+        EXPECT_EQ(ReadCounter(kStartPair, kStatisticsWin), 0) << c.fen;
+    }
+    EXPECT_EQ(Count(result + "[FEN \"x\"]\n1. e4 d4 e9\n" + result + "1. e4 e5\n" +
+                    result + "1. e5"),
+              "\nCan't set up the position of game 1\nProcessed 0 games...\r"
+              "Processed 1 games...\r\nCan't recognize: e5...\nin game 3\n"
+              "\nNo move was taken from 2 of 3 games\n");
 }
 
 TEST_F(StatisticsTest, ReportsTheMaterialOnTheBoard) {

@@ -83,6 +83,24 @@ TEST_F(StatisticsRunTest, StatusesTellWhatHappened) {
     }
 }
 
+// Each run adds to what is there, unless it is to begin anew.
+TEST_F(StatisticsRunTest, FreshRunsForgetTheOldOnes) {
+    scratch.Write("games", kGame);
+    const auto wins = [this] {
+        return static_cast<int>(
+            scratch.Read("Veltramox.set").at((647 * 648 + 647) * 6 + 3));
+    };
+    EXPECT_EQ(Run({"-p", "games"}), 0);
+    EXPECT_EQ(Run({"-p", "games"}), 0);
+    EXPECT_EQ(wins(), 2);
+    EXPECT_EQ(Run({"-p", "none", "--fresh"}), 1);
+    EXPECT_EQ(wins(), 2);
+    EXPECT_EQ(Run({"-p", "games", "--fresh"}), 0);
+    EXPECT_EQ(wins(), 1);
+    EXPECT_EQ(Run({"-p", "--fresh", "games"}), 0);
+    EXPECT_EQ(wins(), 1);
+}
+
 // Whatever is read without end, a request to end is heard.
 TEST_F(StatisticsRunTest, EndlessInputEndsWhenAsked) {
     ASSERT_EQ(mkfifo(scratch.Path("unopened").c_str(), 0600), 0);

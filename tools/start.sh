@@ -104,6 +104,7 @@ fi
 # A name relative to the folder that the player stands in.
 case ${1-} in
   -p*)
+    if [ "${2-}" = --fresh ] && [ $# = 3 ]; then set -- "$1" "$3" --fresh; fi
     case ${2-} in
       /* | '') ;;
       *)
