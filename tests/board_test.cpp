@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "board/fen.h"
+#include "board/notation.h"
 #include "tests/support.h"
 
 namespace {
@@ -85,10 +86,10 @@ TEST(Board, RandomGamesKeepAllForms) {
                 for (const Move m : moves) {
                     MakeMove(m);
                     UnmakeMove();
-                    ASSERT_TRUE(SameBoard(Board, before)) << TextOf(m);
+                    ASSERT_TRUE(SameBoard(Board, before)) << MoveText(m);
                 }
                 MakeMove(random.Of(moves));
-                ASSERT_TRUE(SameBoard(Board, Rebuilt())) << TextOf(LastMove());
+                ASSERT_TRUE(SameBoard(Board, Rebuilt())) << MoveText(LastMove());
             }
         }
 }
@@ -186,7 +187,7 @@ TEST(Fen, RefusesWhatIsNoPosition) {
           "4k3/8/8/8/8/8/8/4K3 w - e6", "4k3/8/8/8/8/8/8/4K3 w - - -1"})
         EXPECT_FALSE(SetFen(fen)) << fen;
     EXPECT_TRUE(SetFen("4k3/8/8/3pP3/8/8/8/R3K3 w Q d6 0 1"));
-    EXPECT_EQ(TextOf(LastMove()), "d7d5");
+    EXPECT_EQ(MoveText(LastMove()), "d7d5");
     EXPECT_EQ(CastleFlags(), 4u + 16u + 32u);
 }
 

@@ -1,5 +1,6 @@
 // The opening book: messages, look-up, choice of moves, and files that are damaged.
 #include "book/book.h"
+#include "board/notation.h"
 
 #include <gtest/gtest.h>
 
@@ -44,7 +45,7 @@ protected:
     static std::map<std::string, int> Chosen() {
         std::map<std::string, int> times;
         SeedRandom(7);
-        for (int i = 0; i < 3000; ++i) ++times[TextOf(BookProbe())];
+        for (int i = 0; i < 3000; ++i) ++times[MoveText(BookProbe())];
         return times;
     }
     Scratch scratch;
@@ -114,7 +115,7 @@ TEST_F(BookTest, MovesWithoutGamesScoreHalf) {
     EXPECT_EQ(chosen.size(), 2u);
     EXPECT_EQ(chosen.count("c2c4"), 0u);
     SettingsInForce.BookLearningMode = 1;
-    EXPECT_EQ(TextOf(BookProbe()), "d2d4");
+    EXPECT_EQ(MoveText(BookProbe()), "d2d4");
 }
 
 TEST_F(BookTest, AllMovesLostOrRemoved) {
@@ -138,7 +139,7 @@ TEST_F(BookTest, TheSideToMoveIsPartOfTheKey) {
     PlayFromStart("e2e4 e7e5");
     EXPECT_EQ(BookProbe(), NO_MOVE);
     PlayFromStart("e2e3 e7e6 e3e4");
-    EXPECT_EQ(TextOf(BookProbe()), "d7d5");
+    EXPECT_EQ(MoveText(BookProbe()), "d7d5");
 }
 
 TEST_F(BookTest, ListsTheMoves) {
@@ -220,7 +221,7 @@ TEST_F(BookTest, DamagedBooksYieldNothing) {
     for (std::size_t size = 36; size < good.size(); ++size) {
         Open(good.substr(0, size));
         const Move m = BookProbe();
-        EXPECT_TRUE(m == NO_MOVE || LegalMove(TextOf(m)) == m);
+        EXPECT_TRUE(m == NO_MOVE || LegalMove(MoveText(m)) == m);
         Listing();
     }
     for (const std::uint32_t nodes : {1u, 3u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
@@ -247,7 +248,7 @@ TEST_F(BookTest, RandomBytesYieldLegalMovesOrNone) {
         PlayFromStart("");
         Open(image);
         const Move m = BookProbe();
-        EXPECT_TRUE(m == NO_MOVE || LegalMove(TextOf(m)) == m);
+        EXPECT_TRUE(m == NO_MOVE || LegalMove(MoveText(m)) == m);
         Listing();
     }
 }

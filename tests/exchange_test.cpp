@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "board/attacks.h"
+#include "board/notation.h"
 #include "tests/support.h"
 
 namespace {
@@ -59,7 +60,7 @@ TEST(Exchange, EqualsThePlayedExchange) {
                 const int outcome = StaticExchange(To(m), From(m));
                 const BoardRecord kept = Board;
                 ASSERT_EQ(PlayedExchange(To(m), From(m), Board.SideToMove), outcome)
-                    << TextOf(m);
+                    << MoveText(m);
                 Board = kept;
                 ++exchanges;
             }

@@ -2,6 +2,7 @@
 // slots, and scores of mates between plies.
 #include <gtest/gtest.h>
 
+#include "board/notation.h"
 #include "search/hash.h"
 #include "tests/support.h"
 
@@ -165,7 +166,7 @@ TEST_F(HashTable, BestMoveMustFit) {
           MakeWord(E2, E4, PAWN, EMPTY, QUEEN), MakeWord(D1, E8, QUEEN, KING),
           MakeWord(E2, D3, PAWN, EMPTY)}) {
         HashStore(60, 0, m, kExact, 0);
-        EXPECT_EQ(HashMove(), NO_MOVE) << TextOf(m);
+        EXPECT_EQ(HashMove(), NO_MOVE) << MoveText(m);
     }
 }
 

@@ -10,16 +10,10 @@
 #include "board/legalmoves.h"
 #include "board/notation.h"
 
-inline std::string TextOf(Move m) {
-    char text[kMoveTextSize];
-    MoveToText(text, m);
-    return text;
-}
-
 // The legal move with this text; NO_MOVE when there is none.
 inline Move LegalMove(const std::string& text) {
     for (const Move m : LegalMoves())
-        if (TextOf(m) == text) return m;
+        if (MoveText(m) == text) return m;
     return NO_MOVE;
 }
 

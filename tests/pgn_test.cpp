@@ -1,5 +1,6 @@
 // PGN: moves told from their text, games from files of every shape.
 #include "book/pgn.h"
+#include "board/notation.h"
 
 #include <gtest/gtest.h>
 
@@ -30,7 +31,7 @@ std::string Digest(const std::string& name, bool unnumbered = false) {
         Move m = NO_MOVE;
         PgnStatus status;
         while ((status = NextPgnMove(*pgn, m)) == PgnStatus::Found) {
-            digest += ' ' + TextOf(m);
+            digest += ' ' + MoveText(m);
             PlayPgnMove(m);
         }
         if (status == PgnStatus::Unrecognised) digest += " ?" + std::string(pgn->token);
@@ -154,7 +155,7 @@ int CountByList(int piece, const std::string& origin, const std::string& to, boo
                 char promotion) {
     int count = 0;
     for (const Move m : LegalMoves()) {
-        const std::string text = TextOf(m);
+        const std::string text = MoveText(m);
         bool agrees = Moving(m) == piece && text.substr(2, 2) == to;
         for (const char c : origin) agrees &= text[0] == c || text[1] == c;
         if (capture) agrees &= Captured(m) != EMPTY || IsEnPassant(m);
@@ -215,7 +216,7 @@ TEST(San, EveryMoveOfRandomGamesIsFoundByItsText) {
                 Move found = NO_MOVE;
                 ASSERT_EQ(ResolveSan(SanOf(m).c_str(), found), 1) << SanOf(m);
                 ASSERT_EQ(found, m);
-                const std::string squares = TextOf(m).substr(0, 4);
+                const std::string squares = MoveText(m).substr(0, 4);
                 const char letter = ".KNP?RBQ"[Moving(m)];
                 EXPECT_GT(ResolveSan((letter + squares).c_str(), found), 0) << squares;
                 EXPECT_EQ(found & 0x3FFFF, m & 0x3FFFF);

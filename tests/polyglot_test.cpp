@@ -6,6 +6,7 @@
 #include <random>
 
 #include "board/fen.h"
+#include "board/notation.h"
 #include "book/book.h"
 #include "platform/bytes.h"
 #include "platform/output.h"
@@ -81,7 +82,7 @@ protected:
         for (int i = 0; i < list.count; ++i) {
             const BookEntry& e = list.entries[i];
             text += text.empty() ? "" : ", ";
-            text += TextOf(LegalMoveOf(e)) + ' ' + std::to_string(PointsFor(e.word)) +
+            text += MoveText(LegalMoveOf(e)) + ' ' + std::to_string(PointsFor(e.word)) +
                     ':' + std::to_string(PointsAgainst(e.word));
         }
         return text;

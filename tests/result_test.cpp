@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "board/attacks.h"
+#include "board/notation.h"
 #include "search/hash.h"
 #include "search/outward.h"
 #include "search/root.h"
@@ -65,7 +66,7 @@ void ExpectRootMoves(const std::vector<Move>& legal) {
         const int S = Board.SideToMove;
         const bool check = IsAttacked(ChangeSide(S), Board.KingSquare[S]);
         UnmakeMove();
-        EXPECT_EQ(Root.RootGivesCheck[i] != 0, check) << TextOf(RootMoves[i]);
+        EXPECT_EQ(Root.RootGivesCheck[i] != 0, check) << MoveText(RootMoves[i]);
     }
 }
 

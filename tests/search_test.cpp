@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "bench/positions.h"
+#include "board/notation.h"
 #include "driver/modes.h"
 #include "driver/thinkingline.h"
 #include "platform/clock.h"
@@ -76,7 +77,7 @@ TEST(Search, FindsMates) {
     };
     for (const auto& c : cases) {
         SearchFresh(c.fen, 90);
-        EXPECT_EQ(TextOf(RootMoves[0]), c.move) << c.fen;
+        EXPECT_EQ(MoveText(RootMoves[0]), c.move) << c.fen;
         EXPECT_EQ(RootScore, c.score) << c.fen;
         EXPECT_LE(Root.RootDepth, c.rootDepth) << c.fen;
     }
@@ -93,7 +94,7 @@ TEST(Search, DepthLimitAndOnlyMove) {
     Modes.PostThinking = 1;  // a lone move is neither searched nor shown
     Position("k7/8/1K6/8/8/8/8/7R b");
     EXPECT_EQ(OutputOf([] { EXPECT_FALSE(Search(20, false)); }), "");
-    EXPECT_EQ(TextOf(RootMoves[0]), "a8b8");
+    EXPECT_EQ(MoveText(RootMoves[0]), "a8b8");
     EXPECT_EQ(Result.NodeCount, 0);
 }
 
@@ -201,7 +202,7 @@ TEST(Search, OrderOfMoves) {
     Ordering.HistoryTable[FromTo(MoveOf("e1d2")) * 2 + BLACK] = 99;
     MoveWalk walk(MoveOf("d1d6"));  // the table's move, searched before
     std::string order;
-    while (const Move m = walk.Next()) order += TextOf(m) + " ";
+    while (const Move m = walk.Next()) order += MoveText(m) + " ";
     EXPECT_EQ(order.find("e5f6 e4f6 e5d6 e1e2 e4c3 d1b1 d1a1 "), 0u) << order;
     EXPECT_EQ(order.substr(order.size() - 5), "e4d6 ");  // the losing capture
 }

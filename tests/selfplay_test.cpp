@@ -7,6 +7,7 @@
 #include <map>
 
 #include "board/attacks.h"
+#include "board/notation.h"
 #include "driver/commands.h"
 #include "driver/modes.h"
 #include "driver/settings.h"
@@ -58,7 +59,7 @@ std::string PlayToTheEnd(Occurrences& seen) {
         }
         EXPECT_EQ(Length(), length + 1) << output;
         EXPECT_NE(std::find(legal.begin(), legal.end(), LastMove()), legal.end());
-        const std::string answer = "\nmove " + TextOf(LastMove()) + "\n";
+        const std::string answer = "\nmove " + MoveText(LastMove()) + "\n";
         EXPECT_EQ(output.find(answer) + answer.size(), output.size()) << output;
         if (output.find("\nresign\n") != std::string::npos) return "resign";
     }

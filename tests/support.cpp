@@ -28,12 +28,6 @@ void Position(const char* fen) {
     Line.InCheckAt[0] = IsAttacked(ChangeSide(S), Board.KingSquare[S]) ? 1 : 0;
 }
 
-std::string TextOf(Move m) {
-    char text[kMoveTextSize];
-    MoveToText(text, m);
-    return text;
-}
-
 std::vector<Move> LegalMoveList() {
     const LegalMoves legal;
     return {legal.begin(), legal.end()};
@@ -41,7 +35,7 @@ std::vector<Move> LegalMoveList() {
 
 Move MoveOf(const std::string& text) {
     for (const Move m : LegalMoves())
-        if (TextOf(m) == text) return m;
+        if (MoveText(m) == text) return m;
     ADD_FAILURE() << "no legal move " << text;
     return NO_MOVE;
 }
@@ -59,7 +53,7 @@ std::string TextsFrom(int first) {
     std::string texts;
     for (int i = first; i < Generated.MoveStackTop; ++i) {
         if (i > first) texts += ' ';
-        texts += TextOf(Generated.MoveStack[i]);
+        texts += MoveText(Generated.MoveStack[i]);
     }
     return texts;
 }

@@ -27,7 +27,6 @@ void FreshEngine(int tableBits = 19);
 // Sets the board by a FEN, and the search's inputs (Ply, check, killers) for it.
 void Position(const char* fen);
 
-std::string TextOf(Move m);
 // The legal moves, to be kept and sorted.
 std::vector<Move> LegalMoveList();
 // The legal move with that text; NO_MOVE and a failure when there is none.

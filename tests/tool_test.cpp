@@ -160,7 +160,7 @@ TEST_F(ToolTest, AgreesWithASimpleCount) {
         for (int ply = 0; ply < plies && ply < 8; ++ply) {
             const Move m = Board.MoveHistory[ply];
             ++games[std::to_string(Board.hash1) + ' ' + std::to_string(Board.hash2) +
-                    ' ' + std::to_string(Board.SideToMove)][TextOf(m).substr(0, 4)];
+                    ' ' + std::to_string(Board.SideToMove)][MoveText(m).substr(0, 4)];
             MakeMove(m);
         }
     }

@@ -26,12 +26,6 @@ struct Findings {
     std::int64_t unreachable = 0;  // bytes behind the buckets that no bucket leads to
 };
 
-std::string TextOf(Move m) {
-    char text[kMoveTextSize];
-    MoveToText(text, m);
-    return text;
-}
-
 using RecordVisitor = std::function<void(std::uint32_t bucket, std::uint32_t offset,
                                          const LearnRecord& record)>;
 using DamageVisitor = std::function<void(std::uint32_t link, const std::string& text)>;
@@ -153,13 +147,13 @@ void WriteAsJson(const Findings& findings, const std::string& name) {
 void DumpRecord(JsonList* list, std::uint32_t offset, const LearnRecord& record) {
     if (list == nullptr) {
         Write("%08x %08x  %s  score %d  depth %d (%d plies)  at %u\n", record.hash1,
-              record.hash2, TextOf(record.move).c_str(), record.score, record.depth,
+              record.hash2, MoveText(record.move).c_str(), record.score, record.depth,
               record.depth / 60, offset);
         return;
     }
     AddToJsonList(*list, {{"hash1", record.hash1},
                           {"hash2", record.hash2},
-                          {"move", TextOf(record.move)},
+                          {"move", MoveText(record.move)},
                           {"score", record.score},
                           {"depth", record.depth},
                           {"offset", offset}});
