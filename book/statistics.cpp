@@ -280,6 +280,7 @@ bool BeginAnew() {
 int BuildStatistics(const char* pgnName, bool fresh) {
     const auto pgn = std::make_unique<PgnReader>();
     if (!OpenPgn(*pgn, pgnName)) {
+        if (TerminationRequested()) return 0;  // a pipe that nobody writes to
         Write("Error opening file %s...\n", pgnName);
         FlushOutput();
         return kFailedStatus;
@@ -295,7 +296,7 @@ int BuildStatistics(const char* pgnName, bool fresh) {
     if (TerminationRequested()) Write("\nStopped after %d games\n", progress.games);
     FlushOutput();
     if (status == PgnStatus::TooLong) return kTooLongStatus;
-    return progress.fileLost || TerminationRequested() ? kFailedStatus : 0;
+    return progress.fileLost ? kFailedStatus : 0;
 }
 
 // Half points are counted as one, so that the result stays an integer.

@@ -110,10 +110,11 @@ TEST(BookInPlay, StatisticsModesReplaceTheGame) {
               "No matching games\n\nDraws=0 wins=2 losses=2 Result=4/8 (50%)\n\n");
     EXPECT_EQ(folder.Read("Veltramox.set").size(), kStatisticsSize);
     EXPECT_EQ(folder.Say("", "-p none.pgn"),
-              opening + "Error opening file none.pgn...\nexit 0");
+              opening + "Error opening file none.pgn...\nexit 1");
     folder.Write("long.pgn", "[Result \"1-0\"]\n1. e4 eeeeeeeeeeeeeeeeeeee");
     EXPECT_EQ(folder.Say("", "-p long.pgn"),
-              opening + "Error parsing move (move too long): eeeeeeeeeeeeeee...\nexit 2");
+              opening + "Error parsing move (move too long): eeeeeeeeeeeeeee...\n" +
+                  "in game 1\nexit 2");
 }
 
 // A collection without end: only the request to end stops the counting, and the counts

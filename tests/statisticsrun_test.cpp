@@ -114,7 +114,7 @@ TEST_F(StatisticsRunTest, EndlessInputEndsWhenAsked) {
         pid_t feeder = 0;
         if (games == std::string("endless") && (feeder = fork()) == 0) {
             const int end = open(scratch.Path(games).c_str(), O_WRONLY);
-            const std::string line(50'000, 'e');
+            const std::string line(50'000, '.');
             EXPECT_GT(write(end, kGame, 20), 0);
             for (;;)
                 if (write(end, line.data(), line.size()) < 0) _exit(0);
@@ -122,8 +122,7 @@ TEST_F(StatisticsRunTest, EndlessInputEndsWhenAsked) {
         usleep(300'000);
         const auto asked = std::chrono::steady_clock::now();
         kill(program, SIGTERM);
-        const int status = StatusOf(program);
-        EXPECT_EQ(status, games == std::string("endless") && status == 2 ? 2 : 1);
+        EXPECT_EQ(StatusOf(program), 0) << games;
         EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(5));
         if (feeder != 0) kill(feeder, SIGKILL);
         if (feeder != 0) waitpid(feeder, nullptr, 0);
