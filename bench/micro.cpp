@@ -16,7 +16,7 @@
 #include "platform/input.h"
 #include "search/alphabeta.h"
 #include "search/control.h"
-#include "search/root.h"
+#include "search/rootmoves.h"
 
 namespace {
 

@@ -20,6 +20,7 @@
 #include "search/control.h"
 #include "search/history.h"
 #include "search/root.h"
+#include "search/rootmoves.h"
 
 namespace {
 

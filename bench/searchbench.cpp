@@ -8,7 +8,9 @@
 #include "board/notation.h"
 #include "driver/startup.h"
 #include "platform/clock.h"
+#include "search/control.h"
 #include "search/root.h"
+#include "search/rootmoves.h"
 
 SearchBench SearchBenchPositions(int depth) {
     SearchBench bench;

@@ -4,8 +4,8 @@
 
 #include "board/board.h"
 #include "board/notation.h"
-#include "driver/commands.h"
 #include "driver/input.h"
+#include "driver/newgame.h"
 #include "driver/usermove.h"
 #include "platform/output.h"
 #include "search/control.h"

@@ -15,16 +15,17 @@
 #include "driver/edit.h"
 #include "driver/input.h"
 #include "driver/modes.h"
+#include "driver/newgame.h"
 #include "driver/settings.h"
 #include "driver/think.h"
 #include "driver/usermove.h"
 #include "eval/evaluate.h"
+#include "eval/pawns.h"
 #include "platform/output.h"
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/history.h"
 #include "search/quiesce.h"
-#include "search/root.h"
 
 namespace {
 
@@ -137,18 +138,6 @@ constexpr Command kCommands[] = {
     {"mvd", WriteFlags},      {"demo", Demo},          {"bkm", WriteBookInformation},
 };
 
-// A new game right after the engine's move, with the score at zero: the players agreed to
-// a draw. The score must be one of the game, not of analysis. The engine's own last move
-// is taken back, so that the side to move is its own.
-void LearnAbandonedDraw() {
-    if (Settings.UseBookLearning == 0 || Book.file == nullptr ||
-        BookLearnedThisGame != 0 || Result.ForGame == 0 || RootScore != 0 ||
-        Board.SideToMove == EvaluationInput.RootSide || Board.GamePly == 0)
-        return;
-    TakeBackGameMove();
-    BookLearn(kGameDrawn);
-}
-
 bool Matches(const Command& command) {
     if (command.prefix == nullptr)
         return LooksLikeMove(InputLine[0], InputLine[1], InputLine[2], InputLine[3]);
@@ -164,17 +153,6 @@ void CarryOut() {
 }
 
 }  // namespace
-
-void NewGame() {
-    LearnAbandonedDraw();
-    BookLearnedThisGame = 0;
-    SetStartPosition();
-    Modes.MaxDepth = kMaxDepthDefault;
-    Modes.ForceMode = 0;
-    ClearHistoryAndKillers();
-    UpdateMatingFlags();
-    ResetMargins();
-}
 
 void ShutDown() {
     FreeTranspositionTable();

@@ -5,5 +5,3 @@
 void CommandLoop();
 // Releases tables and files and writes what waits to be written.
 void ShutDown();
-// "new": the start position, the engine's modes and its move ordering from scratch.
-void NewGame();

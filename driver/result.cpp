@@ -9,7 +9,6 @@
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/outward.h"
-#include "search/root.h"
 
 namespace {
 

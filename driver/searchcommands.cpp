@@ -8,7 +8,7 @@
 #include "platform/output.h"
 #include "search/control.h"
 #include "search/outward.h"
-#include "search/root.h"
+#include "search/rootmoves.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include "book/book.h"
 #include "book/booklearn.h"
 #include "book/positionlearn.h"
-#include "driver/commands.h"
 #include "driver/modes.h"
+#include "driver/newgame.h"
 #include "driver/settings.h"
 #include "driver/thinkingline.h"
 #include "driver/usermove.h"
@@ -17,6 +17,7 @@
 #include "search/hash.h"
 #include "search/history.h"
 #include "search/root.h"
+#include "search/rootmoves.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/outward.h"
-#include "search/root.h"
+#include "search/rootmoves.h"
 #include "search/scores.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "eval/development.h"
 
-#include "eval/evaluate.h"
+#include "eval/state.h"
 #include "eval/terms.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "eval/endgame.h"
-#include "eval/evaluate.h"
+#include "eval/state.h"
 
 namespace {
 

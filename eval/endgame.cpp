@@ -1,8 +1,8 @@
 #include "eval/endgame.h"
 
 #include "board/attacks.h"
-#include "eval/evaluate.h"
 #include "eval/rookpawn.h"
+#include "eval/state.h"
 
 namespace {
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "eval/evaluate.h"
 #include "eval/terms.h"
 
 namespace {

@@ -13,3 +13,6 @@ int MatingHelp(const bool (&ending)[2]);
 // Placement of the kings that are in their ending phase, by the wings that hold pawns.
 // `balance` is the material balance, White's view.
 int KingEndingPlacement(const bool (&ending)[2], int balance);
+
+// Material difference with corrections for imbalances, centipawns for the side to move.
+int MaterialBalance();

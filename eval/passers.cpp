@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "eval/endgame.h"
-#include "eval/pawns.h"
+#include "eval/pawnentry.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "eval/evaluate.h"
 #include "eval/passers.h"
 #include "eval/shelter.h"
+#include "eval/state.h"
 #include "platform/memory.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "board/attacks.h"
-#include "eval/pawns.h"
+#include "eval/pawnentry.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "eval/evaluate.h"
+#include "eval/state.h"
 
 namespace {
 

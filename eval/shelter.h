@@ -1,7 +1,7 @@
 // The pawn shield of the kings and the placement behind it.
 #pragma once
 
-#include "eval/pawns.h"
+#include "eval/pawnentry.h"
 #include "eval/terms.h"
 
 // Counts the defects of both wings of both colours from the pawns alone; fills the

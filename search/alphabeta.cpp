@@ -15,7 +15,7 @@
 #include "search/movewalk.h"
 #include "search/outward.h"
 #include "search/reduction.h"
-#include "search/root.h"
+#include "search/rootmoves.h"
 #include "search/scores.h"
 #include "search/singular.h"
 #include "search/tableprobe.h"

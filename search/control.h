@@ -91,3 +91,14 @@ std::int64_t ElapsedMilliseconds();
 // At a poll point: resets PollCountdown and says whether time is up (StopSearch is then
 // set).
 bool CheckClock();
+
+// ---- What a search leaves beside the root list. Written by search/root.cpp ----
+struct SearchResult {
+    std::int64_t NodeCount;  // counted up by every search routine
+    int BookMovePlayed;      // the move came from the opening book
+    int ForGame;             // the search with the book allowed: for a game, no analysis
+    // RootScore of the last completed search that was no ponder search; written by the
+    // driver.
+    int PreviousScore;
+};
+extern SearchResult Result;

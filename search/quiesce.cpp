@@ -8,7 +8,6 @@
 #include "search/alphabeta.h"
 #include "search/control.h"
 #include "search/hash.h"
-#include "search/root.h"
 #include "search/scores.h"
 
 namespace {

@@ -13,7 +13,6 @@
 #include "search/rootmoves.h"
 #include "search/scores.h"
 
-RootList Root;
 SearchResult Result;
 
 namespace {

@@ -3,8 +3,10 @@
 #include <algorithm>
 
 #include "board/attacks.h"
+#include "search/control.h"
 #include "search/hash.h"
-#include "search/root.h"
+
+RootList Root;
 
 namespace {
 

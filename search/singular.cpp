@@ -6,7 +6,7 @@
 #include "search/extend.h"
 #include "search/hash.h"
 #include "search/movewalk.h"
-#include "search/root.h"
+#include "search/rootmoves.h"
 #include "search/scores.h"
 
 namespace {

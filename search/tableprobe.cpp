@@ -5,7 +5,7 @@
 #include "board/board.h"
 #include "egtb/tablebase.h"
 #include "search/hash.h"
-#include "search/root.h"
+#include "search/rootmoves.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "eval/evaluate.h"
 #include "platform/clock.h"
 #include "search/control.h"
-#include "search/root.h"
+#include "search/rootmoves.h"
 
 ClockState GameClock;
 SearchControl Control;

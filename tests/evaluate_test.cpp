@@ -1,4 +1,5 @@
 #include "eval/evaluate.h"
+#include "eval/pawns.h"
 
 #include <cstdlib>
 #include <initializer_list>

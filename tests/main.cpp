@@ -8,6 +8,7 @@
 #include "driver/input.h"
 #include "driver/settings.h"
 #include "eval/evaluate.h"
+#include "eval/pawns.h"
 
 int main(int count, char** words) {
     testing::InitGoogleTest(&count, words);

@@ -3,9 +3,11 @@
 
 #include "board/attacks.h"
 #include "board/notation.h"
+#include "search/control.h"
 #include "search/hash.h"
 #include "search/outward.h"
 #include "search/root.h"
+#include "search/rootmoves.h"
 #include "tests/support.h"
 
 namespace {

@@ -17,6 +17,7 @@
 #include "search/movewalk.h"
 #include "search/quiesce.h"
 #include "search/root.h"
+#include "search/rootmoves.h"
 #include "search/scores.h"
 #include "tests/support.h"
 

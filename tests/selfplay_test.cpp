@@ -8,7 +8,7 @@
 
 #include "board/attacks.h"
 #include "board/notation.h"
-#include "driver/commands.h"
+#include "driver/newgame.h"
 #include "driver/modes.h"
 #include "driver/settings.h"
 #include "driver/think.h"

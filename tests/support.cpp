@@ -13,7 +13,6 @@
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/history.h"
-#include "search/root.h"
 
 void FreshEngine(int tableBits) {
     ASSERT_TRUE(ResetEngine(tableBits));

@@ -4,6 +4,7 @@
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/root.h"
+#include "search/rootmoves.h"
 #include "search/scores.h"
 
 #include <gtest/gtest.h>

@@ -6,7 +6,7 @@
 #include "eval/evaluate.h"
 #include "platform/clock.h"
 #include "search/control.h"
-#include "search/root.h"
+#include "search/rootmoves.h"
 #include "tests/support.h"
 
 namespace {
