@@ -91,6 +91,8 @@ void AnnounceOption(const BridgeOption& option) {
                        value.c_str(), option.lowest, option.highest);
         case OptionKind::Switch:
             return Say("feature option=\"%s -check %d\"", option.name, value == "true");
+        case OptionKind::Button:
+            return Say("feature option=\"%s -button\"", option.name);
         case OptionKind::Text:
             return Say("feature option=\"%s -string %s\"", option.name, value.c_str());
     }
@@ -103,7 +105,9 @@ void Protover(const std::string&, std::string_view rest) {
     Say("feature ping=1 setboard=1 usermove=1 colors=0 sigint=0 sigterm=0 reuse=1");
     Say("feature analyze=1 time=1 draw=0 playother=1 debug=1 "
         "myname=\"Veltramox 0.16\" variants=\"normal\"");
-    for (const BridgeOption& option : kOptions) AnnounceOption(option);
+    // Analysis is a mode of its own here.
+    for (const BridgeOption& option : kOptions)
+        if (std::string_view(option.name) != "UCI_AnalyseMode") AnnounceOption(option);
     Say("feature done=1");
 }
 
@@ -283,9 +287,10 @@ void ChangeOption(const std::string& line, std::string_view rest) {
     const std::size_t equals = std::min(rest.find('='), rest.size());
     std::string_view value = rest.substr(equals);
     if (!value.empty()) value.remove_prefix(1);
-    std::string fault;
-    if (!SetOption(Trimmed(rest.substr(0, equals)), value, fault))
-        return Refuse(fault.c_str(), line);
+    std::string remark;
+    if (!SetOption(Trimmed(rest.substr(0, equals)), value, remark))
+        return Refuse(remark.c_str(), line);
+    if (!remark.empty()) Say("# %s", remark.c_str());
     if (EngineActivity == Activity::Analysing) ApplyOptions();
 }
 
@@ -407,4 +412,5 @@ bool ToMove(bool) { return EngineActivity == Activity::Searching; }
 
 }  // namespace
 
-const Protocol kCecp = {OnLine, OnThinking, OnMove, OnNoMove, OnStatus, OnNotice, ToMove};
+const Protocol kCecp = {OnLine,   OnThinking, OnMove,  OnNoMove,
+                        OnStatus, OnNotice,   nullptr, ToMove};

@@ -26,10 +26,6 @@ std::string PositionText() {
     return text + SquareText(passed);
 }
 
-bool InCheck(int colour) {
-    return IsAttacked(ChangeSide(colour), Board.KingSquare[colour]);
-}
-
 bool Playable() {
     if (((Board.Pawns[WHITE] | Board.Pawns[BLACK]) & kOuterRanks) != 0) return false;
     return !InCheck(ChangeSide(Board.SideToMove));
@@ -128,6 +124,10 @@ int EnPassantTarget() {
     for (const Move m : AllLegalMoves())
         if (IsEnPassant(m)) return To(m);
     return kNoSquare;
+}
+
+bool InCheck(int colour) {
+    return IsAttacked(ChangeSide(colour), Board.KingSquare[colour]);
 }
 
 const char* GameResult() {

@@ -49,6 +49,8 @@ std::vector<Move> AllLegalMoves();
 // Where a pawn may legally be taken in passing; kNoSquare when there is no such move.
 int EnPassantTarget();
 
+bool InCheck(int colour);
+
 // "1-0 {White mates}" and its like when the rules end the game here, nullptr when it goes
 // on.
 const char* GameResult();

@@ -48,7 +48,8 @@ std::string ReadSettings(const fs::path& name) {
 }
 
 void PlaceBook(const fs::path& folder, std::error_code& error) {
-    if (OptionValue("OwnBook") != "true") return;
+    if (OptionValue("OwnBook") != "true" || OptionValue("UCI_AnalyseMode") == "true")
+        return;
     if (!LastingFolder.empty())
         fs::create_symlink(fs::path(LastingFolder) / kBookName, folder / kBookName,
                            error);

@@ -1,6 +1,7 @@
 #include "bridge/options.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <map>
 
@@ -12,6 +13,7 @@ namespace {
 
 constexpr long long kMegabyte = 1 << 20;
 constexpr std::size_t kLongestText = 4096;
+constexpr char kAnalyseMode[] = "UCI_AnalyseMode";
 // What the engine is told of its tables depends on the folder that it runs in.
 constexpr char kTableKeys[] = "EGTBPath;UseEGTB";
 
@@ -19,24 +21,35 @@ std::string BaseText;                       // settings lines from the game fold
 std::map<std::string, std::string> Values;  // by option name, what is shown
 std::map<std::string, bool> Set;            // the front end has set it
 
-// Tables are powers of two: the largest that fits into so many megabytes.
-std::string SizeLine(const char* key, const std::string& megabytes, int entryBytes,
-                     int lowest, int highest) {
-    const long long bytes = std::stoll(megabytes) * kMegabyte;
-    int bits = lowest;
-    while (bits < highest && static_cast<long long>(entryBytes) << (bits + 1) <= bytes)
-        ++bits;
-    return std::string(key) + '=' + std::to_string(bits) + '\n';
+// A table's size in a settings file: a power of two, written in two digits; what is out
+// of range counts as `otherwise`. Smaller ones than `least` are not set here.
+struct TableSize {
+    const char* key;
+    int entryBytes, lowest, highest, otherwise, least;
+};
+constexpr TableSize kTableSizes[] = {
+    {"TranspositionSize", 20, 13, 24, 19, 13},
+    {"PawnHashSize", 22, 12, 23, 18, 12},
+    {"EGTBHashSize", 1, 0, 30, 30, 20},
+};
+
+long long TableBytes(const TableSize& size, int bits) {
+    return static_cast<long long>(size.entryBytes) << bits;
 }
 
-std::string HashLine(const std::string& value) {
-    return SizeLine("TranspositionSize", value, 20, 13, 24);
+// The largest table that fits into so many megabytes.
+int TableBits(const TableSize& size, const std::string& megabytes) {
+    const long long bytes = std::stoll(megabytes) * kMegabyte;
+    int bits = size.least;
+    while (bits < size.highest && TableBytes(size, bits + 1) <= bytes) ++bits;
+    return bits;
 }
-std::string PawnHashLine(const std::string& value) {
-    return SizeLine("PawnHashSize", value, 22, 12, 23);
-}
-std::string CacheLine(const std::string& value) {
-    return SizeLine("EGTBHashSize", value, 1, 20, 30);
+
+template <int kTable>
+std::string SizeLine(const std::string& megabytes) {
+    const TableSize& size = kTableSizes[kTable];
+    return std::string(size.key) + '=' + std::to_string(TableBits(size, megabytes)) +
+           '\n';
 }
 std::string Switched(const std::string& value) { return value == "true" ? "on" : "off"; }
 std::string LearningLines(const std::string& value) {
@@ -90,18 +103,6 @@ void ForEachSetting(const std::string& text, Visit visit) {
     }
 }
 
-// A table's size in a settings file: a power of two, written in two digits; what is out
-// of range counts as `otherwise`.
-struct TableSize {
-    const char* key;
-    int entryBytes, lowest, highest, otherwise;
-};
-constexpr TableSize kTableSizes[] = {
-    {"TranspositionSize", 20, 13, 24, 19},
-    {"PawnHashSize", 22, 12, 23, 18},
-    {"EGTBHashSize", 1, 0, 30, 30},
-};
-
 // In megabytes, rounded up; empty when the value is none to the engine.
 std::string ShownSize(const TableSize& size, const std::string& value) {
     const auto digit = [&](std::size_t i) {
@@ -110,7 +111,7 @@ std::string ShownSize(const TableSize& size, const std::string& value) {
     if (!digit(0) || !digit(1)) return "";
     int bits = 10 * (value[0] - '0') + value[1] - '0';
     if (bits < size.lowest || bits > size.highest) bits = size.otherwise;
-    const long long bytes = static_cast<long long>(size.entryBytes) << bits;
+    const long long bytes = TableBytes(size, bits);
     return std::to_string((bytes + kMegabyte - 1) / kMegabyte);
 }
 
@@ -136,8 +137,41 @@ bool Valid(const BridgeOption& option, std::string_view value) {
                    std::none_of(value.begin(), value.end(), [](char c) {
                        return static_cast<unsigned char>(c) < ' ';
                    });
+        case OptionKind::Button:
+            return true;
     }
     return false;
+}
+
+// The table whose size the option is; nullptr: none.
+const TableSize* SizedTable(const BridgeOption& option) {
+    for (const TableSize& size : kTableSizes)
+        if (EqualNoCase(option.keys, size.key)) return &size;
+    return nullptr;
+}
+
+// What is given of a table's size, where that is not exactly what has been asked for.
+std::string SizeRemark(const BridgeOption& option, const std::string& given,
+                       std::string_view asked) {
+    const TableSize& table = *SizedTable(option);
+    const long long bytes = TableBytes(table, TableBits(table, given));
+    if (given == asked && bytes == std::stoll(given) * kMegabyte) return "";
+    char text[64];
+    std::snprintf(text, sizeof text, " is %.4g MB",
+                  static_cast<double>(bytes) / static_cast<double>(kMegabyte));
+    return option.name + std::string(text);
+}
+
+std::string WithinBounds(const BridgeOption& option, std::string_view value) {
+    long long number = 0;
+    if (!ToNumber(value, number)) return std::string(value);
+    return std::to_string(std::clamp(number, option.lowest, option.highest));
+}
+
+// The engine is to be told. What the mode changes is that there is no book.
+bool MattersNow(const BridgeOption& option) {
+    if (option.lines == nullptr) return false;
+    return &option != Find(kAnalyseMode) || OptionValue("OwnBook") == "true";
 }
 
 }  // namespace
@@ -146,10 +180,11 @@ bool Valid(const BridgeOption& option, std::string_view value) {
 // ResignValue in centipawns.
 // clang-format off
 const std::vector<BridgeOption> kOptions = {
-    {"Hash",           OptionKind::Number, "10",    1, 320,  "TranspositionSize", HashLine},
-    {"PawnHash",       OptionKind::Number, "6",     1, 176,  "PawnHashSize",      PawnHashLine},
+    {"Hash",           OptionKind::Number, "10",    1, 320,  "TranspositionSize", SizeLine<0>},
+    {"PawnHash",       OptionKind::Number, "6",     1, 176,  "PawnHashSize",      SizeLine<1>},
     {"EGTBPath",       OptionKind::Text,   "",      0, 0,    kTableKeys,          NoLine},
-    {"EGTBCache",      OptionKind::Number, "1",     1, 1024, "EGTBHashSize",      CacheLine},
+    {"EGTBCache",      OptionKind::Number, "1",     1, 1024, "EGTBHashSize",      SizeLine<2>},
+    {"Clear Hash",     OptionKind::Button, "",      0, 0,    "",                  NoLine},
     {"OwnBook",        OptionKind::Switch, "false", 0, 0,    "",                  NoLine},
     {"UseBookWeights", OptionKind::Switch, "true",  0, 0,    "UseBookWeights",    BookWeightsLine},
     {"VarietyOfPlay",  OptionKind::Number, "10",    0, 100,  "VarietyOfPlay",     NumberLine<kVariety>},
@@ -161,6 +196,7 @@ const std::vector<BridgeOption> kOptions = {
     {"ResignTimes",    OptionKind::Number, "3",     0, 9,    "ResignTimes",       NumberLine<kResignTimes>},
     {"Move Overhead",  OptionKind::Number, "50",    0, 5000, "",                  nullptr},
     {"Ponder",         OptionKind::Switch, "true",  0, 0,    "Pondering",         PonderLine},
+    {kAnalyseMode,     OptionKind::Switch, "false", 0, 0,    "",                  NoLine},
 };
 // clang-format on
 
@@ -195,25 +231,29 @@ const std::string& OptionValue(std::string_view name) {
 
 std::int64_t MoveOverhead() { return std::stoll(OptionValue("Move Overhead")); }
 
-bool SetOption(std::string_view name, std::string_view value, std::string& fault) {
+bool SetOption(std::string_view name, std::string_view value, std::string& remark) {
+    remark.clear();
     const BridgeOption* option = Find(name);
     if (option == nullptr) {
-        fault = "unknown option " + std::string(name);
+        remark = "unknown option " + std::string(name);
         return false;
     }
+    std::string taken = value == "<empty>" ? "" : std::string(value);
+    if (option->kind == OptionKind::Button) taken.clear();
     if (option->kind == OptionKind::Switch) {
-        if (value == "1" || EqualNoCase(value, "true")) value = "true";
-        if (value == "0" || EqualNoCase(value, "false")) value = "false";
+        if (value == "1" || EqualNoCase(value, "true")) taken = "true";
+        if (value == "0" || EqualNoCase(value, "false")) taken = "false";
     }
-    if (value == "<empty>") value = "";
-    if (!Valid(*option, value)) {
-        fault = "bad value for option " + std::string(option->name);
+    if (SizedTable(*option) != nullptr) taken = WithinBounds(*option, value);
+    if (!Valid(*option, taken)) {
+        remark = "bad value for option " + std::string(option->name);
         return false;
     }
-    if (Values[option->name] == value) return true;
-    Values[option->name] = value;
+    if (SizedTable(*option) != nullptr) remark = SizeRemark(*option, taken, value);
+    if (Values[option->name] == taken && option->kind != OptionKind::Button) return true;
+    Values[option->name] = taken;
     Set[option->name] = true;
-    if (option->lines != nullptr) OptionsChanged = true;
+    if (MattersNow(*option)) OptionsChanged = true;
     return true;
 }
 

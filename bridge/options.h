@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-enum class OptionKind { Number, Switch, Text };
+enum class OptionKind { Number, Switch, Text, Button };
 
 struct BridgeOption {
     const char* name;
@@ -26,9 +26,10 @@ extern const std::vector<BridgeOption> kOptions;
 // are found in it. In a game folder, tables are looked for there unless it says where.
 void ReadBaseSettings(const std::string& text, bool inFolder);
 const std::string& OptionValue(std::string_view name);
-// True when the value has been taken, the name in either case; otherwise `fault` says why
-// not.
-bool SetOption(std::string_view name, std::string_view value, std::string& fault);
+// True when the value has been taken, the name in either case; otherwise `remark` says
+// why not. Of a table's size as much is taken as can be given; `remark` then says how
+// much that is.
+bool SetOption(std::string_view name, std::string_view value, std::string& remark);
 // ms of the clock that are not for thinking.
 std::int64_t MoveOverhead();
 // Values have been set since the settings were last written that the engine is told.

@@ -27,8 +27,9 @@ long long InputReads;
 
 namespace {
 
-constexpr int kMostDeaths = 3;          // in a row, before the bridge gives up
-constexpr std::int64_t kNodePause = 5;  // ms between looks at the node count
+constexpr int kMostDeaths = 3;                 // in a row, before the bridge gives up
+constexpr std::int64_t kNodePause = 5;         // ms between looks at the node count
+constexpr std::int64_t kProgressPause = 1000;  // ms between words on the current move
 
 const Protocol* Outside;
 int ExitStatus = EXIT_SUCCESS;
@@ -57,18 +58,19 @@ std::int64_t SearchBegan;
 TimePlan Plan;
 int LastScore;  // of the engine's last move, centipawns, if there is one
 bool ScoreKnown;
-bool Heard;              // the engine has shown that it searches
-std::int64_t StatusDue;  // when the engine's status is asked for next; 0: never
-bool Resigning;          // "resign" came, its move has not yet
-bool StatusWanted;       // the outside has asked
-bool StatusAsked;        // the engine has been, and has not answered yet
-bool MoveAsked;          // it has been told to move now
-bool AnalysisEnded;      // it had nothing left to search when it was asked
-int Refusals;            // searches of this position that gave no usable move
-int Deaths;              // of the engine since it last ended a search
-bool HasSearched;        // since its start
-bool PonderGranted;      // the engine has been told "hard"
-bool Harvesting;         // what it says while it settles still counts
+bool Heard;                // the engine has shown that it searches
+std::int64_t ProgressDue;  // when the current move is of interest next
+std::int64_t StatusDue;    // when the engine's status is asked for next; 0: never
+bool Resigning;            // "resign" came, its move has not yet
+bool StatusWanted;         // the outside has asked
+bool StatusAsked;          // the engine has been, and has not answered yet
+bool MoveAsked;            // it has been told to move now
+bool AnalysisEnded;        // it had nothing left to search when it was asked
+int Refusals;              // searches of this position that gave no usable move
+int Deaths;                // of the engine since it last ended a search
+bool HasSearched;          // since its start
+bool PonderGranted;        // the engine has been told "hard"
+bool Harvesting;           // what it says while it settles still counts
 std::string HarvestedMove;
 
 int EnginePly() { return OnBoard.prelude + static_cast<int>(OnBoard.moves.size()); }
@@ -109,7 +111,11 @@ std::string SetUpAlone() {
 void StartClock() {
     SearchBegan = ClockMilliseconds();
     Plan = PlanTime(Limits, MoveNumber(), MoveOverhead());
-    StatusDue = Limits.nodes > 0 ? SearchBegan + kNodePause : 0;
+    ProgressDue = SearchBegan + kProgressPause;
+    if (Limits.nodes > 0)
+        StatusDue = SearchBegan + kNodePause;
+    else
+        StatusDue = Outside->onProgress != nullptr ? ProgressDue : 0;
 }
 
 // When "?" is due; 0: never. A search of which nothing has been heard has hardly begun,
@@ -270,11 +276,6 @@ void HandleThinking(const std::string& line) {
     if (MayAsk()) StatusDue = ClockMilliseconds();
 }
 
-struct EngineStatus {
-    long long centiseconds, nodes, depth, movesLeft, movesAndOne;
-    std::string move;  // the root's one that is being searched, promotion complete
-};
-
 // False for the status of an engine that does not search.
 bool ReadStatus(std::string_view line, EngineStatus& status) {
     TakeWord(line);
@@ -290,6 +291,12 @@ bool IsBestMove(const EngineStatus& status) {
     return status.movesLeft + 1 == status.movesAndOne;
 }
 
+void ShowProgress(const EngineStatus& status) {
+    if (Outside->onProgress == nullptr || ClockMilliseconds() < ProgressDue) return;
+    ProgressDue = ClockMilliseconds() + kProgressPause;
+    Outside->onProgress(status);
+}
+
 void AcceptStatus(const std::string& line) {
     StatusAsked = false;
     if (StatusWanted) Outside->onStatus(line);
@@ -301,6 +308,7 @@ void AcceptStatus(const std::string& line) {
         return ShowThoughtWithoutMoves();
     }
     if (LastReport.unsure && IsBestMove(status)) SettleThought(status.move);
+    ShowProgress(status);
     if (EngineActivity == Activity::Searching && Limits.nodes > 0 &&
         status.nodes >= Limits.nodes)
         MoveNow();
@@ -365,7 +373,9 @@ void HandleEngine() {
 std::int64_t NextStatus(std::int64_t now) {
     if (EngineActivity == Activity::Searching && Limits.nodes > 0)
         return now + kNodePause;
-    return LastReport.unsure && MayAsk() ? now + kPromotionPause : 0;
+    if (!MayAsk()) return 0;
+    if (LastReport.unsure) return now + kPromotionPause;
+    return Outside->onProgress != nullptr ? now + kProgressPause : 0;
 }
 
 void HandleTimers() {

@@ -7,6 +7,14 @@
 #include "bridge/clock.h"
 #include "bridge/thinking.h"
 
+// What the engine says of its search when it is asked.
+struct EngineStatus {
+    long long centiseconds, nodes;
+    long long depth;  // plies, as shown
+    long long movesLeft, movesAndOne;
+    std::string move;  // the root's one that is being searched, promotion complete
+};
+
 // What a protocol makes of what happens.
 struct Protocol {
     // A line from the outside.
@@ -22,6 +30,8 @@ struct Protocol {
     void (*onStatus)(const std::string& line);
     // Something the user may want to know.
     void (*onNotice)(const std::string& text);
+    // Now and then in a long search; nullptr: not wanted.
+    void (*onProgress)(const EngineStatus& status);
     // Between lines and the engine's words: goes on with what has waited for them. True
     // when there is more to come before the program may end, should the input have ended.
     bool (*goOn)(bool inputEnded);

@@ -7,7 +7,8 @@
 
 void DrawBoard() {
     constexpr char kRule[] = "+---+---+---+---+---+---+---+---+";
-    const std::string fen = WriteFen();
+    std::string fen = WriteFen();
+    fen.replace(fen.rfind(' ') + 1, std::string::npos, std::to_string(MoveNumber()));
     std::string row(1, '|');
     int rank = 8;
     Say("%s", kRule);

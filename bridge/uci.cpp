@@ -64,6 +64,9 @@ void Identify(std::string_view) {
             case OptionKind::Switch:
                 Say("option name %s type check default %s", option.name, value.c_str());
                 break;
+            case OptionKind::Button:
+                Say("option name %s type button", option.name);
+                break;
             case OptionKind::Text:
                 Say("option name %s type string default %s", option.name,
                     value.empty() ? "<empty>" : value.c_str());
@@ -88,8 +91,14 @@ void ChangeOption(std::string_view rest) {
     const std::string_view name = Trimmed(rest.substr(0, value));
     std::string_view text;
     if (value != std::string_view::npos) text = Trimmed(rest.substr(value + 6));
-    std::string fault;
-    if (!SetOption(name, text, fault)) Complain(fault);
+    long long lines = 0;
+    if (EqualNoCase(name, "MultiPV") && ToNumber(text, lines)) {
+        if (lines != 1) Say("info string MultiPV is not supported: one line is shown");
+        return;
+    }
+    std::string remark;
+    if (!SetOption(name, text, remark)) return Complain(remark);
+    if (!remark.empty()) Say("info string %s", remark.c_str());
 }
 
 // Every "go" is owed a "bestmove", before anything else is done.
@@ -216,7 +225,10 @@ void Go(std::string_view rest) {
         BeginSearch(limits);
         return;
     }
-    if (!Refusal.empty()) Complain("no position to search: " + Refusal);
+    if (!Refusal.empty())
+        Complain("no position to search: " + Refusal);
+    else
+        Say("info depth 0 score %s", InCheck(Board.SideToMove) ? "mate 0" : "cp 0");
     if (!limits.endless) GiveNoMove();
 }
 
@@ -324,19 +336,28 @@ bool GoOn(bool inputEnded) {
     return MoveOwed || !Waiting.empty();
 }
 
+std::string Effort(long long milliseconds, long long nodes) {
+    std::string text =
+        "time " + std::to_string(milliseconds) + " nodes " + std::to_string(nodes);
+    if (milliseconds > 0) text += " nps " + std::to_string(nodes * 1000 / milliseconds);
+    return text;
+}
+
 void OnThinking(const ThinkingReport& report) {
     const int mate = MovesToMate(report.score);
-    const long long milliseconds = report.centiseconds * 10;
     std::string text = "info depth " + std::to_string(report.depth) +
                        (mate != 0 ? " score mate " + std::to_string(mate)
                                   : " score cp " + std::to_string(report.score)) +
-                       " time " + std::to_string(milliseconds) + " nodes " +
-                       std::to_string(report.nodes);
-    if (milliseconds > 0)
-        text += " nps " + std::to_string(report.nodes * 1000 / milliseconds);
+                       ' ' + Effort(report.centiseconds * 10, report.nodes);
     if (!report.moves.empty()) text += " pv";
     for (const std::string& move : report.moves) text += ' ' + move;
     Say("%s", text.c_str());
+}
+
+void OnProgress(const EngineStatus& status) {
+    Say("info depth %lld %s currmove %s currmovenumber %lld", status.depth,
+        Effort(status.centiseconds * 10, status.nodes).c_str(), status.move.c_str(),
+        status.movesAndOne - status.movesLeft);
 }
 
 // The front end makes the move itself, in its next "position".
@@ -355,7 +376,8 @@ void OnNotice(const std::string& text) { Say("info string %s", text.c_str()); }
 
 }  // namespace
 
-const Protocol kUci = {OnLine, OnThinking, OnMove, OnNoMove, OnStatus, OnNotice, GoOn};
+const Protocol kUci = {OnLine,   OnThinking, OnMove,     OnNoMove,
+                       OnStatus, OnNotice,   OnProgress, GoOn};
 
 bool IsUciCommand(std::string_view word) {
     return std::any_of(std::begin(kCommands), std::end(kCommands),

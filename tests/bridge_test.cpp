@@ -349,6 +349,8 @@ TEST(BridgeOptions, AreWrittenAsSettings) {
         {"Hash", "64", "TranspositionSize=21\n"},
         {"hash", "1", "TranspositionSize=15\n"},
         {"Hash", "320", "TranspositionSize=24\n"},
+        {"Hash", "0", "TranspositionSize=15\n"},
+        {"Hash", "999999999999999999999", "TranspositionSize=24\n"},
         {"PawnHash", "6", "PawnHashSize=18\n"},
         {"EGTBCache", "1024", "EGTBHashSize=30\n"},
         {"VarietyOfPlay", "0", "VarietyOfPlay=0\n"},
@@ -369,9 +371,7 @@ TEST(BridgeOptions, AreWrittenAsSettings) {
             << WriteSettings();
     }
     const std::string before = WriteSettings();
-    const char* bad[][2] = {{"Hash", "0"},
-                            {"Hash", "321"},
-                            {"Hash", "x"},
+    const char* bad[][2] = {{"Hash", "x"},
                             {"Hash", ""},
                             {"Nothing", "1"},
                             {"", ""},
@@ -385,6 +385,44 @@ TEST(BridgeOptions, AreWrittenAsSettings) {
     }
     EXPECT_FALSE(SetOption("EGTBPath", std::string(5000, 'x'), fault));
     EXPECT_EQ(WriteSettings(), before);
+}
+
+TEST(BridgeOptions, SayWhatIsGivenOfATable) {
+    std::string remark;
+    ASSERT_TRUE(UseGameFolder("", remark));
+    const char* sizes[][3] = {{"Hash", "40", ""},
+                              {"Hash", "64", "Hash is 40 MB"},
+                              {"Hash", "-5", "Hash is 0.625 MB"},
+                              {"Hash", "1024", "Hash is 320 MB"},
+                              {"PawnHash", "11", ""},
+                              {"PawnHash", "6", "PawnHash is 5.5 MB"},
+                              {"EGTBCache", "1024", ""},
+                              {"EGTBCache", "1000", "EGTBCache is 512 MB"},
+                              {"Cowardice", "50", ""}};
+    for (const auto& [name, value, said] : sizes) {
+        EXPECT_TRUE(SetOption(name, value, remark));
+        EXPECT_EQ(remark, said) << name << ' ' << value;
+    }
+    ASSERT_TRUE(UseGameFolder("", remark));
+}
+
+// The book is the only thing that the mode changes: without one the engine goes on.
+TEST(BridgeOptions, StartTheEngineAnewOnlyWhereTheyMatter) {
+    std::string remark;
+    ASSERT_TRUE(UseGameFolder("", remark));
+    const struct {
+        const char *name, *value;
+        bool matters;
+    } cases[] = {{"UCI_AnalyseMode", "true", false}, {"Hash", "10", false},
+                 {"Clear Hash", "", true},           {"Clear Hash", "", true},
+                 {"OwnBook", "true", true},          {"UCI_AnalyseMode", "false", true}};
+    for (const auto& c : cases) {
+        OptionsChanged = false;
+        EXPECT_TRUE(SetOption(c.name, c.value, remark));
+        EXPECT_EQ(OptionsChanged, c.matters) << c.name;
+    }
+    ASSERT_TRUE(UseGameFolder("", remark));
+    OptionsChanged = false;
 }
 
 TEST(BridgeOptions, AGameFolderIsTheStart) {
