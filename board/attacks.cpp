@@ -1,3 +1,6 @@
+// The attack tests and the exchange evaluation. Each attack question is put from the
+// attacked square: a knight there would reach exactly the knights that attack it, and so
+// on.
 #include "board/attacks.h"
 
 namespace {
@@ -59,6 +62,8 @@ SquareSet AttackersOf(int square) {
            (KingAttacks[square] & (Board.Kings[WHITE] | Board.Kings[BLACK]));
 }
 
+// Leapers first, since they cost one load each. The pawns that attack a square are those
+// that a pawn of the other colour would attack from it.
 bool IsAttacked(int colour, int square) {
     if ((PawnAttacks[ChangeSide(colour)][square] & Board.Pawns[colour]) != 0) return true;
     if ((KnightAttacks[square] & Board.Knights[colour]) != 0) return true;
@@ -69,9 +74,13 @@ bool IsAttacked(int colour, int square) {
     return (BishopLines(square) & diagonal) != 0;
 }
 
+// The swap algorithm: gain[n] is the balance after capture n, from the view of the side
+// that made it, if the exchange ended there. Folding the list from the end lets each side
+// stop when going on would cost it.
 int StaticExchange(int to, int from) {
     int gain[kMaxExchanges];
     gain[0] = PieceValue[Board.Piece[to]];
+    // What the next capture wins: the man that has just landed.
     int onSquare = PieceValue[Board.Piece[from]];
     SquareSet attackers = (AttackersOf(to) & ClearMask(from)) | UncoveredBehind(to, from);
     int side = ChangeSide(Board.SideToMove);

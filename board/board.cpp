@@ -1,3 +1,5 @@
+// Setting men up and taking them off, with every form of the board kept in step, and the
+// game's part of the history stack. Moves have a faster way of their own, in make.cpp.
 #include "board/board.h"
 
 #include <cstring>
@@ -27,8 +29,12 @@ struct ArchivedMove {
     std::int32_t fifty, positional[2];
     std::uint8_t castleFlags;
 };
+// The game's oldest half-moves, oldest first, in whole chunks. Only a game that has
+// outgrown the stack allocates anything, and never while a search runs.
 std::vector<ArchivedMove> Archive;
 
+// By material alone: a bishop pair and bishop with knight win; a third knight passes the
+// bound of two minors.
 bool LacksMatingMaterial(int c) {
     return Board.Pawns[c] == 0 && Board.MajorCount[c] == 0 &&
            Board.Material[c] < kTwoMinors &&
@@ -54,6 +60,7 @@ SquareSet* SetOf(int colour, int code) {
 
 std::uint8_t Bit(int n) { return static_cast<std::uint8_t>(1 << n); }
 
+// The square's bit in the four occupancy bytes that index the sliding attacks.
 void ToggleLines(int square) {
     Board.FileOccupancy[FileOf(square)] ^= Bit(RankOf(square));
     Board.RankOccupancy[RankOf(square)] ^= Bit(FileOf(square));
@@ -75,6 +82,8 @@ void ChangeMan(int square, int colour, int code, int sign) {
         case PAWN:
             Board.PawnCount[colour] += sign;
             Board.PawnRanks[FileOf(square)][colour] ^= Bit(RankOf(square));
+            // The pawn key takes its words from the rows of piece codes 0 and 1 of White:
+            // those of EMPTY are otherwise unused, and no king enters a pawn key.
             Board.PawnHash1 ^= HashKeys1[WHITE][colour][square];
             Board.PawnHash2 ^= HashKeys2[WHITE][colour][square];
             break;
@@ -100,6 +109,7 @@ void ChangeMan(int square, int colour, int code, int sign) {
 // Applies an operation to every array of the history stack.
 template <typename Operation>
 void ForEachHistory(Operation operation) {
+    // Each history array alike, so that none is forgotten when the stack shifts.
     operation(Board.MoveHistory);
     operation(Board.Hash1History);
     operation(Board.Hash2History);
@@ -109,6 +119,8 @@ void ForEachHistory(Operation operation) {
     operation(Board.CastleFlagsHistory);
 }
 
+// Moves the oldest chunk from the bottom of the stack to the archive. Plies of the game
+// shift down; the search starts with the new ones.
 void ArchiveOldest() {
     for (int i = 0; i < kArchiveChunk; ++i)
         Archive.push_back(
@@ -254,6 +266,8 @@ void UnmakeNullMove() {
 
 // The front end may have switched sides between two moves: here and when a move is taken
 // back, the mover is who stands on its square.
+// The archive is filled before the move, so that a search that follows has the stack
+// above kGamePlyLimit to itself.
 void PlayGameMove(Move m) {
     if (Board.GamePly >= kGamePlyLimit) ArchiveOldest();
     Board.SideToMove = ColourOn(From(m));

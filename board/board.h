@@ -12,6 +12,8 @@
 // Entries of the history stack: the game's moves and, above them, the search's.
 inline constexpr int kHistoryCapacity = 768;
 
+// Written by the operations below alone, but for the fields of the rights and the
+// fifty-move counter that setting up a position fills (FEN, editing). Everybody reads it.
 struct BoardRecord {
     // ---- Placement ----
     std::uint8_t Piece[64];  // piece code by square, 0 when empty
@@ -65,24 +67,35 @@ extern BoardRecord Board;
 // Pawn key of a board without pawns: 0 and this.
 inline constexpr std::uint32_t kEmptyPawnHash2 = 0xC85E31;
 
-// Everything off the board. Castling flags, side to move and history stay as they are.
+// Everything off the board, keys and counters at those of an empty one, the fifty-move
+// counter at 0. Castling flags, side to move and history stay as they are: who sets a
+// position up gives them himself.
 void ClearBoard();
-// Puts a man on an empty square and updates every form.
+// Puts a man on an empty square and updates every form. Of several kings of a colour the
+// one added last is the king. Castling flags do not change.
 void AddPiece(int square, int colour, int code);
-// Takes whatever stands on the square off the board and updates every form.
+// Takes whatever stands on the square off the board and updates every form; an empty
+// square is left alone. Castling flags do not change.
 void RemovePiece(int square);
+// The start position with all rights, White to move, no game behind it.
 void SetStartPosition();
-// Recomputes both NoMatingMaterial flags.
+// Recomputes both NoMatingMaterial flags and declares them valid. They are lazy: captures
+// and promotions only invalidate them, and the few readers ask for them when needed.
 void UpdateMatingFlags();
-// Castling flags from the placement, as after editing: a right exists where king and rook
-// stand at home.
+// Castling flags from the placement alone, as after editing: a right exists where king
+// and rook stand at home, since the moves that led there are not known.
 void DeriveCastlingFlags();
 
 // Plays a move that the generators produced for this position; legality is the caller's
-// business. The stack must have room (GamePly < kHistoryCapacity).
+// business, and a king is never captured. The stack must have room (GamePly <
+// kHistoryCapacity). SideToMove changes and GamePly grows by one.
 void MakeMove(Move m);
-// Takes the last move back; never a null move.
+// Takes the last move back, every form as it was before; never a null move. There must be
+// one (GamePly > 0). NoMatingMaterial may have to be computed anew.
 void UnmakeMove();
+// The side to move passes: SideToMove changes, and the history gets NULL_MOVE so that no
+// en passant capture is seen. Keys, fifty-move counter and the other histories stay:
+// nothing stands elsewhere.
 void MakeNullMove();
 void UnmakeNullMove();
 
@@ -92,7 +105,7 @@ inline std::uint32_t CastleFlags() {
                                       8 * Board.A1 + 16 * Board.H8 + 32 * Board.A8);
 }
 
-// A side has not yet lost its right to castle, on whichever wing.
+// At least one side may still castle later, on whichever wing.
 inline bool CastlingRightsLeft() {
     return (Board.WK == 0 && (Board.A1 == 0 || Board.H1 == 0)) ||
            (Board.BK == 0 && (Board.A8 == 0 || Board.H8 == 0));
@@ -126,12 +139,14 @@ inline constexpr int kFiftyMoves = 100;
 // ---- Game moves: made and taken back by the driver, in games of any length ----
 // Like MakeMove and UnmakeMove, but they keep room for a search on the history stack: of
 // a very long game the oldest moves are put aside, and come back when moves are taken
-// back.
+// back. The move played must be legal; SideToMove becomes the mover's before it is made.
+// To take back there must be a move (GamePly > 0).
 void PlayGameMove(Move m);
 void TakeBackGameMove();
 // Half-moves of the game that are put aside: GamePly + ArchivedPlies() is the game's
 // length.
 int ArchivedPlies();
+// Forgets the moves put aside: whenever a new position is set up.
 void ClearGameArchive();
 
 #ifdef VELTRAMOX_SELF_CHECK

@@ -1,3 +1,5 @@
+// FEN is parsed field by field straight onto the board; what cannot be a position is
+// refused at the first field that shows it.
 #include "board/fen.h"
 
 #include <charconv>
@@ -7,7 +9,7 @@
 namespace {
 
 // ---- Reading ----
-// Cuts the first blank-separated field off the text.
+// Cuts the first blank-separated field off the text; empty when nothing is left.
 std::string_view TakeField(std::string_view& text) {
     while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
     const std::string_view field = text.substr(0, text.find(' '));
@@ -15,6 +17,7 @@ std::string_view TakeField(std::string_view& text) {
     return field;
 }
 
+// The first field, on an empty board. False unless it names eight ranks of eight squares.
 bool PlaceMen(std::string_view placement) {
     int file = 0, rank = 7;
     for (const char c : placement) {
@@ -35,6 +38,8 @@ bool PlaceMen(std::string_view placement) {
     return file == 8 && rank == 0;
 }
 
+// The rights field; also sets the flags of kings and rooks that are not at home. False
+// for a letter that names no right. A missing field means no rights.
 bool SetCastling(std::string_view rights) {
     // A right without king and rook at home is dropped, as after editing.
     DeriveCastlingFlags();
@@ -154,6 +159,7 @@ bool SetFen(std::string_view fen) {
             halfMoves > 1000)
             return false;
     }
+    // After the double step, which has reset the counter.
     Board.FiftyCounter = halfMoves;
     UpdateMatingFlags();
     return true;

@@ -1,3 +1,6 @@
+// Move generation. Everything that depends on the side to move is a template over it, so
+// that ranks and directions are constants in the inner loops. The order in which moves
+// appear is part of the search's behaviour: equal scores keep it.
 #include "board/generate.h"
 
 #include <cstdlib>
@@ -16,6 +19,8 @@ constexpr std::int32_t kScoreUnit = 65536;
 constexpr std::int32_t kEnPassantScore = 900 * kScoreUnit;
 constexpr std::int32_t kHashMoveScore = -1000000;
 
+// Two orders, both part of what the search sees: evasions by capture try the rook before
+// the knight.
 constexpr int kPromotions[4] = {QUEEN, KNIGHT, ROOK, BISHOP};
 constexpr int kEvasionPromotions[4] = {QUEEN, ROOK, KNIGHT, BISHOP};
 
@@ -45,6 +50,7 @@ inline int TakePawn(SquareSet& pawns) {
 
 inline void Append(Move m) { Generated.MoveStack[Generated.MoveStackTop++] = m; }
 
+// The captured man is read off the board, so that it is EMPTY for a quiet move.
 inline void AppendTo(int from, int piece, SquareSet targets) {
     while (targets != 0) {
         const int to = TakeLowest(targets);
@@ -85,6 +91,9 @@ inline bool LastMoveWasDoubleStep(Move last) {
     return Moving(last) == PAWN && From(last) - To(last) == 2 * PawnGeometry<S>::forward;
 }
 
+// Pawns, en passant, then the pieces by rising value. With the quiescence search's
+// restricted targets pawns still capture anything on the last rank, since promoting is a
+// gain of its own; the corner that is left out stays out.
 template <int S>
 void GenerateCapturesOf(SquareSet targets) {
     constexpr int O = ChangeSide(S);
@@ -149,10 +158,11 @@ inline bool CanCastleLong() {
            CanCastle<S>(kLongWing[S], S == WHITE ? Board.A1 : Board.A8);
 }
 
-// A square ahead of a pawn on the last rank does not exist: only editing puts pawns
-// there.
+// A square ahead of a pawn on the last rank does not exist: only editing and FEN put
+// pawns there.
 constexpr bool IsInside(int square) { return square >= 0 && square < 64; }
 
+// Single before double step for each pawn.
 template <int S>
 inline void AppendPawnPushes(SquareSet empty) {
     using Geometry = PawnGeometry<S>;
@@ -171,6 +181,8 @@ inline void AppendPawnPushes(SquareSet empty) {
     }
 }
 
+// Castling, knights, bishops, pawns, rooks, queens, king: the order in which moves
+// without a history score are tried.
 template <int S>
 void GenerateQuietOf(bool castling) {
     const SquareSet empty = ~AllOccupied();
@@ -187,6 +199,9 @@ void GenerateQuietOf(bool castling) {
     AppendTo(king, KING, KingAttacks[king] & empty);
 }
 
+// A killer was pseudo-legal in a sibling position. There its men may have gone or been
+// blocked, so that placement, a slider's way and castling's conditions are tested; a
+// leaper's or single pawn step's geometry has not changed.
 template <int S>
 bool KillerIsValid(Move m) {
     const int from = From(m), to = To(m), piece = Moving(m);
@@ -226,12 +241,15 @@ std::int32_t CaptureScore(int i, int start, Move hashMove) {
     const std::int32_t victim = PieceValue[Captured(m)] * kScoreUnit;
     const std::int32_t attacker = PieceValue[Moving(m)] * kScoreUnit;
     if (victim == 0) return kEnPassantScore;
+    // Taking a more valuable man wins whatever follows: no exchange needs to be
+    // evaluated.
     if (attacker < victim) return victim - attacker;
     return StaticExchange(To(m), From(m));
 }
 
 // ---- Evasions ----
 
+// Fills Line.CheckerSquare at the node's ply, which the later evasion stages read.
 template <int S>
 void FindCheckers() {
     constexpr int O = ChangeSide(S);
@@ -246,6 +264,8 @@ void FindCheckers() {
     Line.CheckerSquare[Line.Ply] = static_cast<std::uint8_t>(checker);
 }
 
+// Captures of the single checker, each kind of man looked up from its square. En passant
+// comes first when the checker is the pawn that has just made its double step.
 template <int S>
 void GenerateCheckerCaptures() {
     using Geometry = PawnGeometry<S>;
@@ -274,6 +294,8 @@ void GenerateCheckerCaptures() {
         Append(MakeWord(TakeLowest(queens), c, QUEEN, Board.Piece[c]));
 }
 
+// Moves onto the squares between a single checking slider and the king. Pawns go lowest
+// square first for both colours here.
 template <int S>
 void GenerateInterpositions() {
     using Geometry = PawnGeometry<S>;
@@ -300,7 +322,9 @@ void GenerateInterpositions() {
     AppendPieceMoves(Board.Queens[S], QUEEN, between, QueenLines);
 }
 
-// The king's capture of a single checker is among the captures of it, not here.
+// The king's steps, attacked squares included: the search tests its king after the move.
+// The king's capture of a single checker is among the captures of it, not here; in double
+// check captures are here.
 template <int S>
 void GenerateKingEvasions() {
     const int king = Board.KingSquare[S];
@@ -310,6 +334,8 @@ void GenerateKingEvasions() {
     AppendTo(king, KING, targets);
 }
 
+// GenerateStage for a side in check: captures of the checker, king moves, interpositions.
+// In double check only the king can move. An empty group falls through to the next one.
 template <int S>
 int GenerateEvasionStage(int stage) {
     const int start = Generated.MoveStackTop;
@@ -333,6 +359,8 @@ int GenerateEvasionStage(int stage) {
 
 // ---- Quiescence ----
 
+// Enemy men worth at least the threshold, in centipawns. The king always: that it can be
+// taken proves the move before illegal.
 SquareSet QuiesceTargets(int threshold, int O) {
     SquareSet targets = Board.Queens[O] | Board.Kings[O];
     if (threshold <= PieceValue[ROOK]) targets |= Board.Rooks[O];
@@ -341,6 +369,8 @@ SquareSet QuiesceTargets(int threshold, int O) {
     return targets;
 }
 
+// The quiescence search looks at no other promotion that captures nothing:
+// underpromotions rarely decide and would widen every node.
 template <int S>
 void AppendQueenPushes() {
     using Geometry = PawnGeometry<S>;
@@ -368,6 +398,10 @@ struct LastExchange {
     }
 };
 
+// Generates, filters and scores in place: kept moves are moved down over dropped ones. A
+// capture by a less valuable man scores its victim without an exchange evaluation; others
+// must not lose material. The two forms differ in the hash move and in the reuse of
+// exchange values, whose results may differ between like men behind different lines.
 template <bool inner>
 bool GenerateQuiesce(int threshold, Move hashMove) {
     const int start = Generated.MoveStackTop;
@@ -394,6 +428,7 @@ bool GenerateQuiesce(int threshold, Move hashMove) {
         const int gain = victim + PieceValue[Promotion(m)];
         if (gain < threshold) continue;
         const int attacker = PieceValue[Moving(m)];
+        // With nothing to gain yet an even trade needs no proof either.
         if (attacker < victim || (threshold < 1 && attacker == victim)) {
             keep(m, victim);
         } else if (Promotion(m) == 0) {
@@ -423,11 +458,13 @@ SquareSet PinnedMen(int S) {
     SquareSet pinned = 0;
     while (snipers != 0) {
         const SquareSet men = Between[TakeLowest(snipers)][king] & AllOccupied();
+        // A single man in between is pinned if it is an own one.
         if (men != 0 && (men & (men - 1)) == 0) pinned |= men & Board.Occupied[S];
     }
     return pinned;
 }
 
+// The slow and certain test, for evasions and en passant, where two men leave one rank.
 bool LeavesKingSafe(Move m, int S) {
     MakeMove(m);
     const bool safe = !IsAttacked(ChangeSide(S), Board.KingSquare[S]);
@@ -453,6 +490,7 @@ bool IsLegalOutOfCheck(Move m, int S, SquareSet pinned) {
 // Score above, move below: exchanged as one.
 using ScoredMove = std::int64_t;
 
+// Multiplied, not shifted, since scores may be negative.
 inline ScoredMove Load(int i) {
     return static_cast<ScoredMove>(Generated.MoveScores[i]) * (ScoredMove{1} << 32) +
            Generated.MoveStack[i];
@@ -514,6 +552,8 @@ bool FitsPosition(Move m) {
     return !IsEnPassant(m) && promotes == lastRank && promotes == (promotion != EMPTY);
 }
 
+// A group that turns out empty falls through to the next, so that the caller never gets
+// an empty one before the end.
 int GenerateStage(int stage, Move hashMove) {
     const int start = Generated.MoveStackTop;
     const int S = Board.SideToMove;
@@ -552,6 +592,8 @@ bool GenerateQuiesceCapturesInner(int threshold) {
     return GenerateQuiesce<true>(threshold, NO_MOVE);
 }
 
+// Out of check pins are found once and most moves need no test by making them; in check,
+// where few moves are legal, every one is made. Perft measures this function.
 void GenerateLegalMoves(int start) {
     Generated.MoveStackTop = start;
     if (!HasBothKings()) return;

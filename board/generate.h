@@ -47,14 +47,20 @@ inline constexpr int kSeveralCheckers = 64;
 
 // ---- Generators: append pseudo-legal moves of the side to move ----
 // Captures onto the target squares, and en passant whatever the targets.
+// `targets` are squares of enemy men; captures that promote are generated whatever the
+// targets, but for one corner of the last rank.
 void GenerateCaptures(SquareSet targets);
-// Castling and moves to empty squares, push-promotions included.
+// Castling, short before long, and moves to empty squares, push-promotions included.
+// Castling presumes that the king is not in check.
 void GenerateQuiet();
-// Appends a killer move if it can be played here. Killers are quiet.
+// Appends a killer move if it can be played here. Killers are quiet moves of the same
+// side from a sibling node, so that most of their conditions must be tested again.
 void AddKillerIfValid(Move m);
 
-// The move's men stand where it says and making it keeps the board whole. For moves from
-// tables, where another position may hide behind the same key.
+// The move's men stand where it says and making it keeps the board whole: no king is
+// taken, castling has its rook and its way, promotions and the last rank agree. For moves
+// from tables, where another position may hide behind the same key. The way of a slider
+// and what a man attacks are not checked, and en passant never fits.
 bool FitsPosition(Move m);
 
 // Stages of GenerateStage: what the entries just appended are.
@@ -65,19 +71,25 @@ inline constexpr int kQuietStage = 1;
 inline constexpr int kNoMoreStages = 0;
 
 // Appends the next group of moves and says which it is, which is also the argument of the
-// next call; 0 when nothing is left. Captures and quiet moves carry scores: bring the
-// best to the front with SelectMoves, or all in order with SortMoves. A position in check
-// gets evasions under the same numbers, unscored and in their final order.
+// next call, the first being kFirstStage; 0 when nothing is left. Captures and quiet
+// moves carry scores: bring the best to the front with SelectMoves, or all in order with
+// SortMoves. A position in check (Line.InCheckAt at Line.Ply) gets evasions under the
+// same numbers, unscored and in their final order. No move is left out for having been in
+// an earlier group: the hash move (NO_MOVE when there is none) comes last of the captures
+// or again among the quiet moves, killers come again too, and the caller skips them.
 int GenerateStage(int stage, Move hashMove);
 
-// Captures and queen promotions that can gain at least `threshold` centipawns, sorted by
-// score. True when the enemy king could be captured: the previous move was illegal.
+// Captures and queen promotions that can gain at least `threshold` centipawns and lose
+// nothing in the exchange, sorted by score, the hash move left out. True when the enemy
+// king could be captured: the previous move was illegal, and what then stands on the
+// stack is the caller's to drop.
 bool GenerateQuiesceCaptures(int threshold, Move hashMove);
-// The same without a hash move.
+// The same without a hash move; exchange values are shared among like men on one square.
 bool GenerateQuiesceCapturesInner(int threshold);
 
-// Leaves exactly the legal moves of the side to move on the stack from `start` on. A
-// position without both kings has none.
+// Leaves exactly the legal moves of the side to move on the stack from `start` on,
+// captures first, unscored; what stood there and above is lost. A position without both
+// kings has none. `start` leaves room for kMaxMoves.
 void GenerateLegalMoves(int start);
 
 // The exchange sort, strictly-greater exchanges from the left: pass i carries the highest
@@ -85,7 +97,8 @@ void GenerateLegalMoves(int start);
 // exchanges and must be kept.
 inline constexpr int kSelectedAtOnce = 4;
 // The passes for first, first + 1, ..., kSelectedAtOnce of them: those entries are then
-// in their final order. Doing a pass again changes nothing.
+// in their final order. Doing a pass again changes nothing. The search calls it as it
+// comes to the entries, since a cut-off often makes the rest of the sort needless.
 void SelectMoves(int first, int end);
 // All passes.
 void SortMoves(int start, int end);

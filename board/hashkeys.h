@@ -13,6 +13,8 @@ struct HashKeyTables {
 // Eight bytes a square from the linear congruential generator x -> 214013 x + 2531011
 // started at 1, each byte the low half of bits 16 to 31 of the state: the first four are
 // the second key, the next four the first key, most significant byte first.
+// The order of the loops and of the two words is the generator's sequence and thereby
+// part of the file formats.
 consteval HashKeyTables MakeHashKeys() {
     HashKeyTables tables{};
     std::uint32_t state = 1;
@@ -37,6 +39,7 @@ inline constexpr HashKeyTables kHashKeys = MakeHashKeys();
 inline constexpr auto& HashKeys1 = kHashKeys.keys1;
 inline constexpr auto& HashKeys2 = kHashKeys.keys2;
 
+// Samples of both tables: a change of generator or order must not compile.
 static_assert(HashKeys2[0][0][0] == 0x2923BE84 && HashKeys2[0][0][1] == 0x529049F1);
 static_assert(HashKeys1[0][0][0] == 0xE16CD6AE && HashKeys1[0][1][0] == 0x4C73E605);
 static_assert(HashKeys1[1][0][0] == 0xF76B1828);

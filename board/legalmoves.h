@@ -6,6 +6,8 @@
 
 #include "board/generate.h"
 
+// A copy taken at construction: moves may be made and generated while it is walked. Some
+// 8 KB; meant for the stack of the caller, not for recursion in the search.
 struct LegalMoves {
     Move moves[kMaxMoves];
     int count;
@@ -21,5 +23,6 @@ struct LegalMoves {
     }
     const Move* begin() const { return moves; }
     const Move* end() const { return moves + count; }
+    // Compares whole move words: promotion and captured man must agree.
     bool Contains(Move m) const { return std::find(begin(), end(), m) != end(); }
 };

@@ -6,6 +6,8 @@
 namespace {
 
 // Home squares of a colour, for castling. The short wing is the h-side.
+// The king's targets are compared with every king move from home: only castling goes two
+// files.
 struct CastlingSquares {
     int king, shortTo, longTo;
     int shortRook, shortRookTo, longRook, longRookTo;
@@ -15,12 +17,14 @@ constexpr CastlingSquares kCastling[2] = {
     {E8, G8, C8, H8, F8, A8, D8},
 };
 
-// Bits of the packed castling flags.
+// Bits of the packed castling flags, as CastleFlags() packs them.
 constexpr int kPackedBK = 1, kPackedWK = 2;
 constexpr int kPackedH1 = 4, kPackedA1 = 8, kPackedH8 = 16, kPackedA8 = 32;
 
 inline std::uint8_t Bit(int n) { return static_cast<std::uint8_t>(1 << n); }
 
+// A square becomes occupied or empty for all four lines through it. Not called for the
+// target of a capture, which stays occupied.
 inline void ToggleLines(int square) {
     const int file = FileOf(square), rank = RankOf(square);
     Board.FileOccupancy[file] ^= Bit(rank);
@@ -34,6 +38,7 @@ inline void ToggleKeys(int colour, int code, int square) {
     Board.hash2 ^= HashKeys2[colour][code][square];
 }
 
+// A pawn comes or goes in all that only pawns have; material and counts are the caller's.
 inline void TogglePawn(int colour, int square) {
     Board.Pawns[colour] ^= SquareMask(square);
     Board.PawnRanks[FileOf(square)][colour] ^= Bit(RankOf(square));
@@ -71,6 +76,7 @@ inline void ChangePiece(int colour, int code, int square, int sign) {
     }
 }
 
+// The castling flags by colour: 1 when the king, or the rook of that wing, has left home.
 template <int c>
 inline int& KingFlag() {
     return c == WHITE ? Board.WK : Board.BK;
@@ -91,12 +97,15 @@ inline void LoseCorner(int square) {
     if (square == kCastling[c].longRook) LongFlag<c>() = 1;
 }
 
+// Both corner flags of a colour from the packed form saved before the move.
 template <int c>
 inline void ReloadCorners(int packed) {
     ShortFlag<c>() = (packed & (c == WHITE ? kPackedH1 : kPackedH8)) != 0;
     LongFlag<c>() = (packed & (c == WHITE ? kPackedA1 : kPackedA8)) != 0;
 }
 
+// All of a capture but the piece array and the line bytes of `to`, where the mover
+// stands.
 template <int O>
 inline void Capture(int captured, int to) {
     Board.Occupied[O] ^= SquareMask(to);
@@ -113,6 +122,8 @@ inline void Capture(int captured, int to) {
     Board.MatingFlagsValid = 0;
 }
 
+// The captured man returns to `to`, which the mover has left: lines included, keys and
+// piece-square sums not, which come back from the history.
 template <int O>
 inline void Uncapture(int captured, int to, int packed) {
     Board.Occupied[O] ^= SquareMask(to);
@@ -152,6 +163,7 @@ inline void ChangePromoted(int promotion, int to, int sign) {
     Board.MatingFlagsValid = 0;
 }
 
+// What a pawn's move needs beyond the common part: promotion or en passant.
 template <int S>
 inline void MakePawnMove(Move m) {
     constexpr int O = ChangeSide(S);
@@ -187,6 +199,7 @@ inline void MoveCastlingRook(int from, int to) {
     Board.Piece[to] = ROOK;
 }
 
+// Only a move from the home square can change the king's flag or be castling.
 template <int S>
 inline void MakeKingMove(int from, int to) {
     constexpr CastlingSquares home = kCastling[S];
@@ -244,6 +257,8 @@ inline void ShiftPiece(int piece, SquareSet fromTo) {
     }
 }
 
+// Saved first: what would be dear or impossible to compute back. Colours are template
+// arguments, so that flags, corners and squares are constants.
 template <int S>
 void MakeMoveOf(Move m) {
     constexpr int O = ChangeSide(S);
@@ -284,6 +299,8 @@ void MakeMoveOf(Move m) {
     Board.SideToMove = O;
 }
 
+// Sets, counts and lines are undone by the same exclusive-ors; keys and sums are
+// reloaded.
 template <int S>
 void UnmakeMoveOf(Move m) {
     constexpr int O = ChangeSide(S);
@@ -324,6 +341,7 @@ void UnmakeMoveOf(Move m) {
 
 }  // namespace
 
+// In self-checking builds every move is followed by a full comparison of all forms.
 void MakeMove(Move m) {
     assert(Board.GamePly < kHistoryCapacity);
     assert(Captured(m) != KING);

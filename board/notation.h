@@ -14,11 +14,14 @@ constexpr int SquareOf(char file, char rank) {
     const bool fits = file >= 'a' && file <= 'h' && rank >= '1' && rank <= '8';
     return fits ? SquareAt(file - 'a', rank - '1') : kNoSquare;
 }
+// The square's name, "e4"; for 0..63 only.
 std::string SquareText(int square);
 
 // ---- Men ----
 // [piece code]; no man has the letters '.' and '?'.
 inline constexpr std::string_view kPieceLetters = ".knp?rbq";
+// Lower case stands for Black where colours are told apart (FEN), and for the promoted
+// piece of a move.
 constexpr char SmallPieceLetter(int code) {
     return kPieceLetters[static_cast<std::size_t>(code)];
 }
@@ -40,4 +43,5 @@ inline constexpr int kMoveTextSize = 6;
 // Both write a terminating NUL.
 void MoveToText(char (&text)[kMoveTextSize], Move m);                  // "e2e4", "e7e8q"
 void MoveToTextWithoutPromotion(char (&text)[kMoveTextSize], Move m);  // "e7e8"
+// MoveToText as a string, for tools and messages.
 std::string MoveText(Move m);

@@ -53,6 +53,8 @@ inline constexpr int kQueenSquares[64] = {
 };
 // clang-format on
 
+// Rows of EMPTY, king, pawn and code 4 stay zero: the board adds them for every man
+// alike.
 consteval PieceSquareTables MakePieceSquareTables() {
     PieceSquareTables tables{};
     for (int square = 0; square < 64; ++square) {

@@ -11,8 +11,10 @@
 
 namespace {
 
+// What has just run, for the message.
 const char* Operation = "";
 
+// Aborts rather than exits: a debugger or a fuzzer then has the stack of the faulty move.
 [[noreturn]] void Fail(const char* form, int index, std::uint64_t is,
                        std::uint64_t want) {
     char text[kMoveTextSize] = "none";
@@ -32,6 +34,8 @@ void Expect(const char* form, int index, T is, U want) {
     if (a != b) Fail(form, index, a, b);
 }
 
+// The forms as the definitions in board.h give them, computed without any of the board's
+// own update code.
 struct Rebuilt {
     SquareSet sets[2][8] = {};
     unsigned files[8] = {}, ranks[8] = {}, rising[15] = {}, falling[15] = {};
@@ -57,6 +61,8 @@ void AddMan(Rebuilt& r, int square, int c, int code) {
     r.pawnHash2 ^= HashKeys2[WHITE][c][square];
 }
 
+// Also checks what the rebuilding relies on: the colour sets are disjoint and cover
+// exactly the occupied squares.
 Rebuilt Rebuild() {
     Rebuilt r;
     Expect("Occupied both", 0, Board.Occupied[WHITE] & Board.Occupied[BLACK], 0);
@@ -95,6 +101,7 @@ void CompareColour(const Rebuilt& r, int c) {
     Expect("Positional", c, Board.Positional[c], r.positional[c]);
 }
 
+// Diagonals have 15 numbers; the sixteenth entry only rounds the array up.
 void CompareLines(const Rebuilt& r) {
     for (int i = 0; i < 8; ++i) {
         Expect("FileOccupancy", i, Board.FileOccupancy[i], r.files[i]);
@@ -127,6 +134,7 @@ void CheckBoard(const char* after) {
     Expect("PawnHash2", 0, Board.PawnHash2, r.pawnHash2);
     if (Board.MatingFlagsValid == 0) return;
     for (int c : {WHITE, BLACK}) {
+        // Lazily computed flags are compared only while they claim to be valid.
         const int stored = Board.NoMatingMaterial[c];
         UpdateMatingFlags();
         Expect("NoMatingMaterial", c, stored, Board.NoMatingMaterial[c]);

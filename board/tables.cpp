@@ -1,3 +1,5 @@
+// Each table is filled from its plain definition, by walking over files and ranks;
+// nothing here is fast, and nothing needs to be.
 #include "board/tables.h"
 
 #include <algorithm>
@@ -7,12 +9,15 @@ LookupTables Lookup;
 
 namespace {
 
+// The eight directions of king and queen as differences of square numbers.
 constexpr int kSteps[8] = {1, -1, 7, -7, 8, -8, 9, -9};
+// No two squares of an empty board are further apart in knight moves.
 constexpr int kKnightDistanceMax = 6;
 
 constexpr bool OnBoard(int file, int rank) {
     return file >= 0 && file < 8 && rank >= 0 && rank < 8;
 }
+// A step as change of file and rank, each -1, 0 or 1, so that walks can see the edge.
 constexpr int StepFile(int step) {
     return step == 1 || step == 9 || step == -7 ? 1 : step == 8 || step == -8 ? 0 : -1;
 }
@@ -48,6 +53,8 @@ SquareSet Walk(int square, int step, int occupancy) {
     }
 }
 
+// All 256 occupancies of every line through every square, though the square's own bit is
+// always set in the ones looked up: the index needs no masking then.
 void BuildSlidingAttacks() {
     for (int square = 0; square < 64; ++square) {
         const int file = FileOf(square), rank = RankOf(square);
@@ -78,6 +85,7 @@ void BuildLeaperAttacks() {
     }
 }
 
+// One walk per square and direction yields Between, Direction and the ray together.
 void BuildLines() {
     for (int a = 0; a < 64; ++a) {
         for (int step : kSteps) {
@@ -114,6 +122,7 @@ void BuildDistances() {
     }
 }
 
+// Masks of the pawn ranks stay empty on ranks 1 and 8, where no pawn stands.
 void BuildPawnMasks(int square) {
     const int f = FileOf(square), r = RankOf(square);
     const SquareSet adjacent = FileOrNone(f - 1) | FileOrNone(f + 1);
@@ -164,6 +173,7 @@ void BuildOppositionSquares(int square) {
         Lookup.OppositionSquares[square] |= SquareMask(Rotate(TakeLowest(members)));
 }
 
+// File sets have the a-file in the highest bit, so that "left" reads as on the board.
 void BuildFileSetTables() {
     for (int b = 0; b < 256; ++b) {
         const auto set = static_cast<unsigned>(b);
@@ -182,6 +192,9 @@ void BuildFileSetTables() {
     }
 }
 
+// The own outermost file is compared with the other side's outermost one, whose pawn on
+// the very same file is left out. A single own file can count on one wing only. An own
+// set without pawns scores 0 throughout: the loop leaves it out.
 void BuildWingTables() {
     for (int a = 1; a < 256; ++a)
         for (int c = 0; c < 256; ++c) {
@@ -225,6 +238,8 @@ void BuildKnightCatch() {
 
 }  // namespace
 
+// The order matters: distances need knight attacks, wings the file tables, KnightCatch
+// the distances.
 void BuildTables() {
     if (Lookup.built) return;
     Lookup.built = true;

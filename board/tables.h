@@ -13,10 +13,14 @@
 void BuildTables();
 
 // ---- Line numbers ----
-// The a8-h1-direction diagonal of a square (0..14) and the a1-h8-direction one (0..14).
+// The diagonal of a square that falls from a8 to h1 (0..14, 7 is the long one) and the
+// one that rises from a1 to h8 (0..14, 7 is the long one).
 constexpr int FallingIndex(int square) { return FileOf(square) + RankOf(square); }
 constexpr int RisingIndex(int square) { return 7 + FileOf(square) - RankOf(square); }
 
+// Indexed by square 0..63 unless a field says otherwise; "White's view" means that ahead
+// is towards rank 8. Bit b of a line's occupancy byte is the square of file b on ranks
+// and of rank b on files and diagonals.
 struct LookupTables {
     // ---- Attacks ----
     SquareSet KnightAttacks[64];
@@ -35,6 +39,8 @@ struct LookupTables {
     SquareSet Between[64][64];  // strictly between, on a common line; else empty
     // [a][b]: the unit step from b towards a; 0 if none.
     std::int8_t Direction[64][64];
+    // [step + 9][square], read through RayFrom: the squares from there to the edge, the
+    // square itself left out.
     SquareSet RayTable[19][64];
 
     // ---- Distances ----
@@ -71,7 +77,8 @@ struct LookupTables {
 
     bool built;
 };
-// Written by BuildTables alone; all others read through the names below.
+// Written by BuildTables alone; all others read through the names below, which are
+// constant views of it.
 extern LookupTables Lookup;
 
 inline constexpr auto& KnightAttacks = std::as_const(Lookup.KnightAttacks);
@@ -107,7 +114,8 @@ inline constexpr auto& WidestGap8 = std::as_const(Lookup.WidestGap8);
 inline constexpr auto& OutsideWings = std::as_const(Lookup.OutsideWings);
 inline constexpr auto& ReachWings = std::as_const(Lookup.ReachWings);
 
-// The squares reached from a square by repeating the step (+-1, +-7, +-8, +-9).
+// The squares reached from a square by repeating the step (+-1, +-7, +-8, +-9) up to the
+// edge; other steps from -9 to 9 give the empty set.
 inline SquareSet RayFrom(int step, int square) { return RayTable[step + 9][square]; }
 constexpr int FileDistance(int a, int b) {
     const int d = FileOf(a) - FileOf(b);

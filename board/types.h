@@ -14,6 +14,8 @@ constexpr int ChangeSide(int colour) { return 1 - colour; }
 
 // ---- Squares: 0..63, a1 = 0, b1 = 1, ..., h8 = 63 ----
 // clang-format off
+// The order is that of square sets and of every table by square; file formats depend on
+// it.
 enum SquareName : int {
     A1, B1, C1, D1, E1, F1, G1, H1,
     A2, B2, C2, D2, E2, F2, G2, H2,
@@ -67,6 +69,7 @@ inline int HighestSquare(SquareSet set) {
     return 63 - std::countl_zero(set);
 }
 inline int PopCount(SquareSet set) { return std::popcount(set); }
+// Both take the member out of the set, which must not be empty.
 inline int TakeLowest(SquareSet& set) {
     const int square = LowestSquare(set);
     set &= set - 1;
@@ -87,11 +90,13 @@ using Move = std::uint32_t;
 inline constexpr Move NO_MOVE = 0;
 inline constexpr Move NULL_MOVE = 1;  // in the history only: the side to move passed
 
+// Castling as whole words: e1g1, e1c1, e8g8, e8c8 by the king.
 inline constexpr Move CASTLE_WHITE_SHORT = 0x1184;
 inline constexpr Move CASTLE_WHITE_LONG = 0x1084;
 inline constexpr Move CASTLE_BLACK_SHORT = 0x1FBC;
 inline constexpr Move CASTLE_BLACK_LONG = 0x1EBC;
 
+// Every argument within its field's range; nothing is masked.
 constexpr Move MakeWord(int from, int to, int piece, int captured, int promotion = 0) {
     return static_cast<Move>(from | to << 6 | piece << 12 | captured << 15 |
                              promotion << 18);
@@ -102,13 +107,14 @@ constexpr int Moving(Move m) { return static_cast<int>(m >> 12 & 7); }
 constexpr int Captured(Move m) { return static_cast<int>(m >> 15 & 7); }
 constexpr int Promotion(Move m) { return static_cast<int>(m >> 18 & 7); }
 
-// Captures (but en passant) and promotions: bits 15-20.
+// Captures (but en passant) and promotions, tested in one step: bits 15-20.
 constexpr bool CapturesOrPromotes(Move m) { return (m & 0x1F8000) != 0; }
 constexpr bool IsEnPassant(Move m) {
     return Moving(m) == PAWN && Captured(m) == 0 && FileOf(From(m)) != FileOf(To(m));
 }
 constexpr bool IsQuiet(Move m) { return !CapturesOrPromotes(m) && !IsEnPassant(m); }
-// A move that repetition can lead back over.
+// A move that repetition can lead back over. Castling counts as one, as every king move
+// does.
 constexpr bool IsReversible(Move m) {
     return !CapturesOrPromotes(m) && m != NULL_MOVE && Moving(m) != PAWN;
 }
