@@ -1,3 +1,6 @@
+// Reader of block-compressed tables: a parsed header with the offsets of all blocks, and
+// a decoder of the LZ77 kind for single blocks: literal bytes and matches under one
+// prefix code, the distances of the matches being 24 of the file's choice.
 #include "egtb/blocks.h"
 
 #include <cstring>
@@ -27,6 +30,8 @@ struct FixedHeader {
     std::uint32_t blocks;
 };
 
+// False unless every field is one that this format allows; the block count is bounded by
+// the header's length before anything is allocated by it.
 bool ParseFixedHeader(const std::uint8_t* data, FixedHeader& header) {
     header.length = Get32be(data + 64);
     header.blockBits = data[70];
@@ -43,6 +48,8 @@ std::uint32_t ReadLength(BitReader& reader, int blockBits) {
     return length == 0 ? 1u << blockBits : length;
 }
 
+// The bit stream behind the block records. Only lengths are stored: the offsets are their
+// running sum.
 bool ParseBlockTable(const FixedHeader& header, const std::uint8_t* data,
                      CompressedTable& table) {
     BitReader reader(data + 8 * std::size_t{header.blocks},
@@ -62,6 +69,8 @@ bool ParseBlockTable(const FixedHeader& header, const std::uint8_t* data,
            BuildDecoder(lengths.data(), kBlockSymbols, kMainCodeWidth, table.decoder);
 }
 
+// Trusts nothing before the checksum has been compared, and then still checks every
+// field.
 int ReadHeader(FileHandle file, CompressedTable& table) {
     std::uint8_t fixed[kFixedHeaderSize];
     if (!ReadAt(file, 0, fixed, sizeof fixed)) return kBlockReadError;
@@ -77,6 +86,8 @@ int ReadHeader(FileHandle file, CompressedTable& table) {
     return ParseBlockTable(header, &data[kFixedHeaderSize], table) ? 0 : kBlockBroken;
 }
 
+// Length of a match in bytes; long classes are followed by extra bits that select within
+// a range of doubling width.
 std::size_t MatchLength(BitReader& reader, int lengthClass) {
     if (lengthClass <= kLastPlainLength) return static_cast<std::size_t>(lengthClass) + 1;
     const int extra = lengthClass - kLastPlainLength;
@@ -145,6 +156,7 @@ int ReadCompressedBlock(const CompressedTable& table, FileHandle file,
     const std::size_t length = block + 1 == table.blocks ? table.lastLength : kBlockSize;
     if (!ReadAt(file, static_cast<std::int64_t>(start), DecodeBuffer.get(), size))
         return kBlockReadError;
+    // Blocks that compression would not shorten are stored as they are.
     if (size != length)
         return DecodeBlock(table, DecodeBuffer.get(), size, destination, length);
     std::memcpy(destination, DecodeBuffer.get(), length);

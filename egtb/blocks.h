@@ -54,7 +54,10 @@ inline constexpr int kBlockReadError = 2;
 inline constexpr int kBlockOutOfMemory = 5;
 inline constexpr int kBlockBroken = 6;
 
+// What is kept in memory of an open compressed file: enough to find and decode any block.
+// Made by OpenCompressedTable, read-only afterwards.
 struct CompressedTable {
+    // Of a block's first byte in the file.
     std::vector<std::uint64_t> offset;  // [block], and the end of the last one
     std::uint32_t blockSize;
     std::uint32_t blocks;
@@ -70,14 +73,19 @@ struct CompressedTable {
     }
 };
 
-// Reads header and block table. 0, or an error code and no table.
+// Reads header and block table. 0, or an error code and no table. A block size other than
+// 8192 is no error here: the caller says what it supports. The blocks themselves are not
+// looked at.
 int OpenCompressedTable(FileHandle file, std::unique_ptr<CompressedTable>& table);
 
 // The buffer that all files' blocks pass through. 0 or an error code.
 inline constexpr std::size_t kDecodeBufferSize = kBlockSize + 64;
+// Allocated by the first call and kept, so that a search never waits for memory.
 int AllocateDecodeBuffer();
 
 // Decodes one block of a table with blocks of 8192 bytes to `destination`, which has room
-// for one. 0 or an error code.
+// for one. The last block may be shorter; what lies behind its bytes is left as it was. 0
+// or an error code, after which the contents of `destination` are undefined. Broken data
+// never writes beyond the block.
 int ReadCompressedBlock(const CompressedTable& table, FileHandle file,
                         std::uint32_t block, std::uint8_t* destination);

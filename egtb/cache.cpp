@@ -1,3 +1,6 @@
+// The block cache: one list of all used slots by last use, and for every table side 32
+// hash chains by block number. Links are slot numbers, so that the cache is one piece of
+// memory.
 #include "egtb/cache.h"
 
 #include <algorithm>
@@ -11,6 +14,8 @@ namespace {
 
 using SlotNumber = std::uint32_t;  // slot + 1; 0 is none
 
+// What a slot holds and where it hangs; its 32 bytes and the data area's 8228 are what a
+// slot takes of the cache's size.
 struct CacheHeader {
     std::int32_t entry;
     std::int32_t side;
@@ -48,10 +53,13 @@ std::uint8_t* DataOf(SlotNumber slot) {
     return TableCache.dataAreas + (slot - 1) * kDataSize;
 }
 
+// The head of the chain that the header's block belongs to.
 SlotNumber& BucketOf(const CacheHeader& header) {
     return Tables[header.entry][header.side].bucket[header.block % kCacheBuckets];
 }
 
+// The list is linked both ways, so that a slot leaves it without a walk; an end of the
+// list is a field of the cache instead of a neighbour.
 void UnlinkFromUse(SlotNumber slot) {
     const CacheHeader& header = Header(slot);
     (header.newer != 0 ? Header(header.newer).older : TableCache.newest) = header.older;
@@ -87,6 +95,7 @@ void LinkInFront(SlotNumber slot) {
     LinkFirstInBucket(slot);
 }
 
+// 0 when the block is not cached. Blocks used last stand first in their chain.
 SlotNumber FindBlock(const TableSide& table, std::uint32_t block) {
     SlotNumber slot = table.bucket[block % kCacheBuckets];
     while (slot != 0 && Header(slot).block != block) slot = Header(slot).behind;
@@ -112,6 +121,7 @@ void GiveBackSlot(SlotNumber slot) {
     TableCache.firstFree = slot;
 }
 
+// The file is opened by the first read and stays open.
 bool OpenFile(TableSide& table) {
     if (table.file) return true;
     table.file = OpenTableFile(table.path.c_str());
@@ -122,13 +132,17 @@ bool OpenFile(TableSide& table) {
     return table.file != nullptr;
 }
 
-// No two bytes of 127 say "no value": a table of 16-bit values must have all of a block.
+// A plain file ends within this block before the listed number of values. Missing bytes
+// are filled with 127, which is "no value" for a byte; but no two bytes of 127 say "no
+// value", so that a table of 16-bit values must have all of a block.
 bool IsShortBlock(const TableSide& table, std::int64_t offset, std::size_t size) {
     const std::int64_t listed = 2 * std::int64_t{table.size} - offset;
     return static_cast<std::int64_t>(size) <
            std::min<std::int64_t>(listed, static_cast<std::int64_t>(kBlockSize));
 }
 
+// Reads or decodes a block into a slot's data area. False on any failure; the area's
+// contents are undefined then.
 bool LoadBlock(TableSide& table, bool wide, std::uint32_t block, std::uint8_t* data) {
     if (!OpenFile(table)) return false;
     if (table.compressed)
@@ -150,6 +164,7 @@ bool LoadBlock(TableSide& table, bool wide, std::uint32_t block, std::uint8_t* d
 int CachedByte(int entry, int side, std::uint32_t block, std::size_t offset) {
     TableSide& table = Tables[entry][side];
     if (const SlotNumber slot = FindBlock(table, block); slot != 0) {
+        // Neighbouring probes hit the same block: the links are mostly in place already.
         if (slot != TableCache.newest) {
             UnlinkFromUse(slot);
             LinkAsNewest(slot);
@@ -162,6 +177,8 @@ int CachedByte(int entry, int side, std::uint32_t block, std::size_t offset) {
     }
     const SlotNumber slot = TakeSlot();
     ++TableCache.misses;
+    // A file that failed once is not asked again: a search must not wait for a bad disk
+    // at every node.
     if (!LoadBlock(table, EntryOf(entry).wide, block, DataOf(slot))) {
         table.path.clear();
         table.file.reset();
@@ -184,6 +201,9 @@ constexpr std::uint32_t kLongestLosses[] = {56802428, 56811076, 56849992, 568586
 constexpr int kLossIn127 = -32639;
 constexpr int kLargestValue = 32766;  // a mate in one; mated is the same below zero
 
+// Bytes are signed: 127 - n is a win in n moves, n - 126 a loss in n moves. The codes
+// left over at the negative end are -127, a loss in 126 moves, and -128, a win in 127
+// moves.
 bool ValueOfByte(int byte, int& value) {
     const int b = byte < 128 ? byte : byte - 256;
     if (b == 127) return false;
@@ -200,6 +220,8 @@ bool ValueOfByte(int byte, int& value) {
     return true;
 }
 
+// A value of 16 bits, low byte first, in the same units as the result. Words beyond the
+// possible distances are "no value".
 bool ReadWideValue(int entry, int side, std::uint32_t index, int& value) {
     const std::uint32_t block = index >> (kBlockBits - 1);
     const std::size_t offset = 2 * std::size_t{index & (kBlockSize / 2 - 1)};
@@ -225,6 +247,7 @@ bool AllocateTableCache(int bytesLog2) {
     if (!TableCache.memory) return false;
     if (bytes >= kSmallestCache)
         TableCache.slots = static_cast<std::uint32_t>(bytes / kSlotSize);
+    // Headers come first for their alignment.
     TableCache.headers = reinterpret_cast<CacheHeader*>(TableCache.memory.get());
     TableCache.dataAreas =
         TableCache.memory.get() + TableCache.slots * sizeof(CacheHeader);

@@ -42,6 +42,9 @@ struct Frame {
     int Appended(int square) const { return reflection[square ^ appendedMask]; }
 };
 
+// Chooses the symmetry that brings the kings into a numbered pair. With pawns only left
+// and right may be exchanged, and the board is turned so that the side named first moves
+// up; without pawns all eight symmetries serve.
 template <bool pawns, int side>
 inline Frame FrameOf(int king, int otherKing, bool coloursExchanged) {
     Frame frame;
@@ -61,7 +64,8 @@ inline Frame FrameOf(int king, int otherKing, bool coloursExchanged) {
     return frame;
 }
 
-// Number of a set of like men from their numbers, in any order.
+// Number of a set of like men from their numbers, in any order: the combinatorial number
+// system, C(a,1) + C(b,2) + C(c,3) for a < b < c. Sorts the numbers in place.
 template <int count>
 inline std::uint32_t SetNumber(std::uint32_t* number) {
     if constexpr (count >= 2) {
@@ -78,6 +82,8 @@ inline std::uint32_t SetNumber(std::uint32_t* number) {
 }
 
 // Appends one group of the leading digits to the number; false for a square left out.
+// k1's square is not in the enumeration of a type and k2, so that numbers above it move
+// down by one.
 template <ManType type, int count>
 inline bool AppendLeadingGroup(const Frame& frame, const std::uint8_t* list,
                                std::uint32_t& number) {
@@ -125,6 +131,8 @@ inline void AppendGroup(const Frame& frame, const std::uint8_t* men, int first,
     index = index * SetsOf(squares, count) + SetNumber<count>(digits);
 }
 
+// The number of the men that share the running total, beside their king pair. All sizes
+// are constants of the entry: each of the 356 functions is straight code.
 template <int entry, int side>
 inline bool LeadingNumber(const Frame& frame, const std::uint8_t* own,
                           const std::uint8_t* other, std::uint32_t& number) {
@@ -147,6 +155,8 @@ inline bool LeadingNumber(const Frame& frame, const std::uint8_t* own,
     return true;
 }
 
+// The other side's men: pawns first, among the 48 squares of ranks 2 to 7, then the kinds
+// in the order of the name, each on the squares that all men before it leave.
 template <int entry, int side>
 inline std::uint32_t AppendOtherMen(const Frame& frame, const std::uint8_t* own,
                                     const std::uint8_t* other, std::uint32_t index) {
@@ -211,6 +221,8 @@ inline std::uint32_t EnPassantIndex(const Frame& frame, const std::uint8_t* own,
     for (int i = 0; i < otherPawns; ++i)
         if (frame.Leading(other[i]) == target - 8) victimSlot = i;
     if (takerSlot < 0 || victimSlot < 0) return kNoIndex;
+    // 0 to 6: the taker on files b to h goes left; 7 to 13: on files a to g it goes
+    // right.
     const int j = target > taker + 8 ? FileOf(taker) + 7 : FileOf(taker) - 1;
     std::uint32_t index =
         NormalCount[entry][side] +
@@ -238,6 +250,8 @@ inline std::uint32_t EnPassantIndex(const Frame& frame, const std::uint8_t* own,
     return index;
 }
 
+// One index function: frame, king pair, leading digits, appended men. Positions with an
+// en passant capture have their range behind all others.
 template <int entry, int side>
 std::uint32_t Index(const std::uint8_t* first, const std::uint8_t* second, int enPassant,
                     bool coloursExchanged) {

@@ -18,5 +18,6 @@ using IndexFunction = std::uint32_t (*)(const std::uint8_t* first,
                                         const std::uint8_t* second, int enPassant,
                                         bool coloursExchanged);
 
-// [entry][side to move in the table's terms]; BuildIndexTables must have run.
+// [entry][side to move in the table's terms]; entry 0 has none. BuildIndexTables must
+// have run. A symmetric entry has both functions, and both give indices of White's file.
 extern const std::array<std::array<IndexFunction, 2>, kTableEntries> IndexFunctions;

@@ -1,3 +1,5 @@
+// Builds the numberings by counting: every table is filled in ascending order of what it
+// numbers, which is the order that the file format fixes.
 #include "egtb/indextables.h"
 
 #include <map>
@@ -15,6 +17,7 @@ constexpr bool Touching(int a, int b) {
     return Apart(FileOf(a), FileOf(b)) <= 1 && Apart(RankOf(a), RankOf(b)) <= 1;
 }
 
+// The pairs that stand for all others under the symmetries of a table; kings never touch.
 constexpr bool PairAllowed(bool pawns, int k1, int k2) {
     if (FileOf(k1) > 3 || Touching(k1, k2)) return false;
     if (pawns) return true;
@@ -55,6 +58,8 @@ bool AttacksFromNextTo(ManType type, int square, int k2) {
     }
 }
 
+// Pawns have numbers on ranks 2 to 7 only. A plain pawn is of the side not to move: where
+// it stands it may give check, so no square is left out for that.
 void NumberSquares() {
     for (int t = 0; t < kManTypes; ++t) {
         const ManType type = static_cast<ManType>(t);
@@ -80,6 +85,7 @@ std::uint32_t PlacementsBeside(const SideMen& men, int k1, int k2) {
     return product;
 }
 
+// Running totals of placements over the king pairs, and their sum.
 struct OffsetTable {
     std::vector<std::uint32_t> offset;  // [pair]
     std::uint32_t total = 0;
@@ -97,6 +103,7 @@ OffsetTable SumOverPairs(const SideMen& men, bool pawns) {
 }
 
 // Tables of the same men share their offsets; the key tells the men apart.
+// Addresses stay valid for the program's life: a map never moves its elements.
 const OffsetTable& OffsetsOf(const SideMen& men, bool pawns) {
     static std::map<std::uint32_t, OffsetTable> tables;
     std::uint32_t key = pawns;

@@ -1,3 +1,5 @@
+// The tree grows with the tables registered, so that a probe of unserved material ends at
+// the first count that no table has.
 #include "egtb/material.h"
 
 #include <new>
@@ -22,9 +24,11 @@ std::int16_t& ChildSlot(std::size_t node, int count) {
     return Nodes[node].child[count];
 }
 
+// Makes the path of ten counts where it is missing and puts the signed entry at its end.
 void SetLeaf(const MenCounts& counts, int value) {
     std::size_t node = 0;
     for (std::size_t level = 0; level + 1 < counts.size(); ++level) {
+        // By value: a new node may move the others, and a reference with them.
         std::int16_t next = ChildSlot(node, counts[level]);
         if (next == 0) {
             next = static_cast<std::int16_t>(Nodes.size());

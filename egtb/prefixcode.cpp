@@ -1,3 +1,6 @@
+// Decoders are built from code lengths alone, as canonical codes allow. The lengths of a
+// large code are themselves written in two small codes, whose lengths are written
+// plainly.
 #include "egtb/prefixcode.h"
 
 #include <algorithm>
@@ -9,8 +12,8 @@ constexpr int kAuxiliarySymbols = 128;  // value code, then count code, half eac
 constexpr int kAuxiliaryHalf = kAuxiliarySymbols / 2;
 constexpr int kAuxiliaryWidth = 8;
 
-// Code words by symbol, left-aligned in 32 bits. False when the lengths neither fill the
-// code space nor overflow it exactly once.
+// Code words by symbol, left-aligned in 32 bits. False unless the lengths fill the code
+// space exactly (Kraft's sum is 1): then no bit string is without a symbol.
 bool AssignCodes(const std::uint8_t* lengths, int symbols, std::uint32_t* codes) {
     std::uint64_t next = 0;
     for (int length = 1; length <= kMaxCodeLength; ++length)
@@ -40,11 +43,13 @@ void AddToTree(PrefixDecoder& decoder, std::uint32_t code, int length, int symbo
         } else {
             link = &decoder.tree[2 * static_cast<std::size_t>(~*link)];
         }
+        // The code's next bit chooses one of the node's two entries.
         link += code << bit >> 31;
     }
 }
 
-// Lengths written one by one, runs of absent symbols shortened.
+// Lengths written one by one in fields whose width of 0 to 31 bits comes first; behind a
+// length of 0, four bits tell how many more absent symbols follow.
 bool ReadPlainLengths(BitReader& reader, int symbols, std::uint8_t* lengths) {
     const int width = static_cast<int>(reader.Read(5));
     for (int s = 0; s < symbols; ++s) {
@@ -60,7 +65,9 @@ bool ReadPlainLengths(BitReader& reader, int symbols, std::uint8_t* lengths) {
     return true;
 }
 
-// Lengths written in a code of their own, with repeats.
+// Lengths written in a code of their own, with repeats: the low five bits of a value are
+// the length, and values from 32 on are followed by a count of symbols that share it.
+// Counts up to 33 have codes of their own, larger ones an exponent and its bits.
 bool ReadCodedLengths(BitReader& reader, int symbols, std::uint8_t* lengths) {
     std::array<std::uint8_t, kAuxiliarySymbols> auxiliary;
     PrefixDecoder values, counts;

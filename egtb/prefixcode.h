@@ -31,9 +31,12 @@ public:
         Skip(n);
         return value;
     }
+    // Zeros from beyond the end that are still unread do no harm: only taken ones count.
     bool Overrun() const { return missing > bits; }
 
 private:
+    // Tops the buffer up to at least 57 bits: eight bytes at once where the string has
+    // them.
     void Refill() {
         if (end - next >= 8) {
             const std::uint64_t word = Get64be(next);
@@ -77,12 +80,15 @@ struct PrefixDecoder {
 };
 
 // Builds the decoder of a code given by one length per symbol (0: absent), at most 1024
-// symbols. False unless the lengths fill the code space exactly, are all 0, or a single
-// one is not 0 and that one is 1: its symbol then takes no bits.
+// symbols, with a lookup of 2^width entries (width >= 1). False unless the lengths fill
+// the code space exactly, are all 0, or a single one is not 0 and that one is 1: its
+// symbol then takes no bits.
 bool BuildDecoder(const std::uint8_t* lengths, int symbols, int width,
                   PrefixDecoder& decoder);
 
-// The next symbol; the decoder must not be empty.
+// The next symbol; the decoder must not be empty. Most codes are short enough for the
+// lookup; the others walk on bit by bit. Beyond the end of the bits symbols still come,
+// and the reader's Overrun() tells.
 inline int DecodeSymbol(const PrefixDecoder& decoder, BitReader& reader) {
     int entry = decoder.lookup[reader.Peek(decoder.width)];
     if (entry >= 0) {
@@ -96,6 +102,7 @@ inline int DecodeSymbol(const PrefixDecoder& decoder, BitReader& reader) {
     return entry;
 }
 
-// Reads the description of the lengths of `symbols` symbols. False when it runs past them
-// or past the end of the bits, or is not a code.
+// Reads the description of the lengths of `symbols` symbols, 0 (absent) to 31 each. False
+// when it runs past them or past the end of the bits, or is not a code. Whether the
+// lengths make a complete code is BuildDecoder's question.
 bool ReadCodeLengths(BitReader& reader, int symbols, std::uint8_t* lengths);

@@ -1,3 +1,5 @@
+// Finds table files by trying to open every name in every directory: 178 entries, two
+// sides, four spellings. Nothing is left open afterwards.
 #include "egtb/registry.h"
 
 #include <cstdlib>
@@ -15,18 +17,21 @@ namespace {
 
 constexpr const char* kExtension[2] = {".nbw", ".nbb"};
 
+// A table that is there but wrong is the user's to put right, before any game is played.
 [[noreturn]] void EndProgram() {
     FlushOutput();
     std::exit(1);
 }
 
+// Closes files and forgets paths, compressed headers and cache chains of an earlier call.
 void ReleaseTables() {
     for (auto& sides : Tables)
         for (TableSide& side : sides) side = TableSide{};
     ClearMaterial();
 }
 
-// Directory names; what a separator cuts off empty is dropped.
+// Directory names; what a separator cuts off empty is dropped, and a list that names none
+// is the working directory. Backslashes serve as separators on every system.
 std::vector<std::string> SplitPathList(std::string_view list) {
     std::vector<std::string> directories;
     while (!list.empty()) {
@@ -101,6 +106,8 @@ std::uint64_t OpenCompressed(FileHandle file, const std::string& name, int entry
     return values;
 }
 
+// The length of a plain file of 16-bit values is not looked at: a file that is too short
+// shows when the missing block is read.
 std::uint64_t MeasurePlain(FileHandle file, const std::string& name, int entry,
                            int side) {
     if (EntryOf(entry).wide) return EntryOf(entry).size[side];
@@ -114,6 +121,9 @@ std::uint64_t MeasurePlain(FileHandle file, const std::string& name, int entry,
 }
 
 // True when the table side is there, now or from an earlier directory.
+// The first directory that has a file wins; a plain file goes before a compressed one.
+// Material is entered once a file of either side is there, and a probe of the missing
+// side then finds no path.
 bool RegisterTable(const std::string& directory, int entry, int side) {
     if (ShapeOf(entry).symmetric) side = WHITE;
     TableSide& table = Tables[entry][side];

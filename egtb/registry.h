@@ -8,8 +8,12 @@
 #include "egtb/tablefile.h"
 #include "egtb/tablelist.h"
 
+// Hash chains for each table side, by block number; enough to keep them a few blocks
+// long.
 inline constexpr int kCacheBuckets = 32;
 
+// One file. Filled by RegisterTables; the cache opens `file`, keeps its chains in
+// `bucket` and clears `path` after a failed read.
 struct TableSide {
     std::string path;                             // full file name; empty: not available
     std::uint32_t size = 0;                       // values in the file
@@ -29,5 +33,6 @@ extern TableSide Tables[kTableEntries][2];
 // took.
 int RegisterTables(const char* pathList, std::uint64_t& compressedBytes);
 
-// Closes every table file that is open; reads open them again.
+// Closes every table file that is open; reads open them again. Registration and cached
+// blocks stay.
 void CloseTableFiles();

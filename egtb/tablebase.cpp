@@ -1,3 +1,5 @@
+// A probe: material gives the entry, the index function the place in its file, and the
+// cache the value there.
 #include "egtb/tablebase.h"
 
 #include "board/board.h"
@@ -10,6 +12,7 @@ int TbMaxPieces = 0;
 
 namespace {
 
+// Where the numbering of pawns has no squares.
 constexpr SquareSet kOuterRanks = RankSet(0) | RankSet(7);
 
 // The board's men of a colour by kind, in the order of the counts.
@@ -22,6 +25,8 @@ MenSets MenOf(int colour) {
              Board.Rooks[colour], Board.Queens[colour]}};
 }
 
+// A side's squares by slots, ascending within a kind. No table has more than three men of
+// a kind; the counts have been compared before the list is read.
 void ListSquares(const MenSets& men, int king, std::uint8_t* list) {
     for (int kind = 0; kind < 5; ++kind) {
         SquareSet set = men.set[kind];
@@ -71,6 +76,8 @@ bool ProbeTablebase(int sideNotToMove, int& value) {
     if (found == 0 || !HasBothKings() || (pawns & kOuterRanks) != 0) return false;
 
     const bool exchanged = found < 0;
+    // The table knows "first side" and "other side": with colours exchanged, Black's men
+    // are the first side and the side to move turns over too.
     const int entry = exchanged ? -found : found;
     const int sideToMove = ChangeSide(sideNotToMove);
     const int tableSide = exchanged ? ChangeSide(sideToMove) : sideToMove;

@@ -10,6 +10,7 @@
 inline constexpr char kPathSeparator =
     static_cast<char>(std::filesystem::path::preferred_separator);
 
+// As a deleter of its own type, the owner is no larger than the pointer.
 struct CloseTableFile {
     void operator()(FileHandle file) const { CloseFile(file); }
 };

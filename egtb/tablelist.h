@@ -50,6 +50,7 @@ inline constexpr int kListSize = 16;
 inline constexpr int kKingSlot = 15;
 constexpr int FirstSlot(ManType type) { return type == kPlainPawn ? 0 : 3 * (type - 1); }
 
+// Of a letter in a table's name, which is known to be one of q, r, b, n and p.
 constexpr ManType TypeOfLetter(char letter) {
     switch (letter) {
         case 'q':
@@ -65,7 +66,8 @@ constexpr ManType TypeOfLetter(char letter) {
     }
 }
 
-// The men that a name such as "kbnkp" stands for.
+// The men that a name such as "kbnkp" stands for: each "k" begins a side, like men stand
+// together. Names are trusted, being those of the list.
 constexpr TableShape ParseTableName(std::string_view name) {
     TableShape shape{};
     int side = -1;
@@ -91,6 +93,7 @@ constexpr TableShape ParseTableName(std::string_view name) {
     return shape;
 }
 
+// What the format fixes for an entry; its files as found are in registry.h.
 struct TablebaseDescriptor {
     std::string_view name;
     // Values in the files of White and of Black to move; 0 where nothing but files made
@@ -299,6 +302,7 @@ inline constexpr std::array<TableShape, kTableEntries> kTableShapes = [] {
     return shapes;
 }();
 
+// Both for 0 <= entry < kTableEntries.
 constexpr const TablebaseDescriptor& EntryOf(int entry) {
     return TablebaseList[static_cast<std::size_t>(entry)];
 }
@@ -329,7 +333,7 @@ constexpr MenCounts Exchanged(const MenCounts& counts) {
     return other;
 }
 
-// The entry of that name; 0 when there is none.
+// The entry of that name, lower case and the list's side first; 0 when there is none.
 constexpr int FindTable(std::string_view name) {
     for (int i = 1; i < kTableEntries; ++i)
         if (EntryOf(i).name == name) return i;

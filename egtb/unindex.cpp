@@ -1,3 +1,6 @@
+// The inverse of index.cpp, digit by digit: appended men from the lowest digit on, then
+// the king pair by binary search in the running totals, then the men beside it. Square
+// searches are linear, since only tools come here.
 #include "egtb/unindex.h"
 
 #include <algorithm>
@@ -8,7 +11,8 @@ namespace {
 
 // ---- Square sets of one digit group ----
 
-// The members, ascending, of the set with that number.
+// The members, ascending, of the set with that number: the inverse of SetNumber, largest
+// member first.
 void SplitSet(std::uint32_t set, int count, std::uint32_t* members) {
     for (int i = count; i > 0; --i) {
         std::uint32_t top = static_cast<std::uint32_t>(i - 1);
@@ -78,6 +82,8 @@ struct Decoder {
         OtherList()[kKingSlot] = static_cast<std::uint8_t>(kings.k2 ^ turn);
     }
 
+    // The groups in the reverse of the order in which they were appended. Like men come
+    // back ascending on the board, as the square lists have them.
     void PlaceLeading(KingPairSquares kings, std::uint32_t number) {
         const SideMen men = OffsetMen(shape, side);
         for (int g = men.groups - 1; g >= 0; --g) {
@@ -96,6 +102,7 @@ struct Decoder {
         }
     }
 
+    // The squares of a side's men that stand already, the king left out.
     SquareSet SquaresOf(const SideMen& men, const std::uint8_t* list,
                         bool pawnsOnly) const {
         SquareSet set = 0;
@@ -133,6 +140,8 @@ int AppendedGroups(const TableShape& shape, int side,
     return count;
 }
 
+// Puts a group on the squares with those numbers among the free ones. Pawns count only
+// pawns as being in their way, other men count everybody placed before them.
 void PlaceAppended(Decoder& d, const AppendedGroup& appended, std::uint32_t set) {
     const SideMen& own = d.shape.side[d.side];
     const SideMen& other = d.shape.side[1 - d.side];
@@ -158,6 +167,8 @@ void PlaceAppended(Decoder& d, const AppendedGroup& appended, std::uint32_t set)
             static_cast<std::uint8_t>(FreeSquare(taken, pawns ? A2 : A1, digit[i]));
 }
 
+// A position of the en passant range: king pair, taker and direction, and the fifth man,
+// in mixed radix. `rest` counts from the range's beginning.
 void PlaceEnPassant(Decoder& d, std::uint32_t rest) {
     const std::uint32_t extras = EnPassantExtras(d.shape);
     const std::uint32_t extraNumber = rest % extras;

@@ -4,6 +4,7 @@
 
 #include "egtb/index.h"
 
+// In the terms of IndexFunction: what it takes is what comes back.
 struct TablePlacement {
     std::uint8_t list[2][kListSize];  // square lists of the two sides; unused slots are 0
     int enPassant;                    // the square stepped over, or kNoEnPassant
