@@ -1,3 +1,5 @@
+// POSIX processes and pipes, without threads: output is read only while a line is waited
+// for, and up to then the pipe holds it.
 #include "bench/engineprocess.h"
 
 #include <fcntl.h>
@@ -13,6 +15,7 @@
 
 namespace {
 
+// A measurement without its engine is worth nothing, so that every failure ends it.
 [[noreturn]] void Fail(const char* message) {
     std::perror(message);
     std::exit(EXIT_FAILURE);
@@ -24,7 +27,8 @@ int MillisecondsLeft(BenchClock::time_point deadline) {
     return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
 }
 
-// A folder of its own, without book or tables.
+// A folder of its own, without book or tables: games are then played by the search alone,
+// and no run changes the files of another one.
 std::string MakeFolder() {
     std::string name =
         (std::filesystem::temp_directory_path() / "veltramox-XXXXXX").string();
@@ -41,6 +45,8 @@ EngineProcess StartEngine(const std::string& program, const std::string& greetin
     const std::string path = std::filesystem::absolute(program).string();
     const std::string folder = MakeFolder();
     int in[2], out[2];
+    // Ends that a later child would inherit would keep this one from seeing its input
+    // closed.
     if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) Fail("pipe");
     EngineProcess engine;
     engine.pid = fork();
@@ -58,6 +64,8 @@ EngineProcess StartEngine(const std::string& program, const std::string& greetin
     engine.fromEngine = out[0];
     SendText(engine, greeting);
     if (WaitForLine(engine, ready, 5000).empty()) Fail("the engine does not start");
+    // The engine has read its settings and keeps the folder as a nameless working
+    // directory.
     std::filesystem::remove_all(folder);
     return engine;
 }

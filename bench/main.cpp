@@ -15,6 +15,7 @@
 
 namespace {
 
+// Where perft begins when no position is given.
 constexpr char kStart[] = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
 constexpr int kBenchDepth = 10;  // plies of the last iteration, as shown to the user
 
@@ -27,6 +28,7 @@ void SetPosition(const char* fen) {
     if (!SetFen(fen)) Fail("bad FEN");
 }
 
+// The node total is exact and the same on every machine; only the speed is a measurement.
 void BenchSearch(int depth) {
     const SearchBench bench = SearchBenchPositions(depth);
     const auto nodes = static_cast<double>(bench.nodes);
@@ -35,7 +37,9 @@ void BenchSearch(int depth) {
                 nodes / bench.seconds, bench.seconds);
 }
 
-// Counts the leaves by the legal generator; the moves above them are made and taken back.
+// Leaves below the position on the board, whose moves go to the stack from `start` on.
+// The last ply is counted, not made (bulk counting): the legal generator has tested its
+// moves.
 std::int64_t Perft(int depth, int start) {
     GenerateLegalMoves(start);
     const int end = Generated.MoveStackTop;
@@ -49,6 +53,8 @@ std::int64_t Perft(int depth, int start) {
     return leaves;
 }
 
+// `divide` writes the leaves below each first move as well, which is how a wrong count is
+// traced to its move.
 void BenchPerft(int depth, const char* fen, bool divide) {
     if (depth < 1 || depth > 20) Fail("perft needs a depth of 1 to 20");
     SetPosition(fen);

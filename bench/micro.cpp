@@ -1,3 +1,5 @@
+// The operations that most of a search's time goes into, each alone, so that a change of
+// speed can be traced to one of them.
 #include "bench/micro.h"
 
 #include <benchmark/benchmark.h>
@@ -20,10 +22,12 @@
 
 namespace {
 
-// Each benchmark runs over all positions in turn; a time is for one operation, the set-up
-// of the position left out.
+// Each benchmark runs over all positions in turn; a time is for a round of 64 calls on
+// one position, the set-up of the position left out. `operation` returns how many
+// operations one call was, which gives the rate of items.
 template <typename Operation>
 void OverPositions(benchmark::State& state, Operation operation) {
+    // Pausing the clock costs more than one operation: it must not weigh.
     constexpr int kRepeats = 64;
     std::size_t next = 0;
     std::int64_t operations = 0;
@@ -40,6 +44,9 @@ void OverPositions(benchmark::State& state, Operation operation) {
 
 void MicroEvaluate(benchmark::State& state) {
     OverPositions(state, [] {
+        // A full window, so that no evaluation ends early by a lazy bound. After the
+        // first call the pawn terms come from the pawn hash table, as they mostly do in a
+        // search.
         benchmark::DoNotOptimize(Evaluated(-kFullWindow, kFullWindow));
         return 1;
     });
@@ -61,6 +68,7 @@ void MicroGenerateQuiet(benchmark::State& state) {
     });
 }
 
+// The generator's time is part of it, shared among the moves of the position.
 void MicroMakeUnmake(benchmark::State& state) {
     OverPositions(state, [] {
         GenerateLegalMoves(0);
@@ -88,6 +96,7 @@ void MicroStaticExchange(benchmark::State& state) {
     });
 }
 
+// Every square once, by alternating colours.
 void MicroIsAttacked(benchmark::State& state) {
     OverPositions(state, [] {
         for (int square = 0; square < 64; ++square)
@@ -102,6 +111,7 @@ void MicroIsAttacked(benchmark::State& state) {
 void MicroPollPoint(benchmark::State& state) {
     int ends[2];
     if (pipe(ends) != 0 || dup2(ends[0], STDIN_FILENO) < 0) std::abort();
+    // A search with time in plenty: every question is answered "go on".
     Control.StopSearch = 0;
     Control.DepthLimit = kTimedDepthLimit;
     Root.RootMoveIndex = 1;

@@ -1,6 +1,9 @@
 // The benchmark's positions: openings, middlegames, endings down to bare ones, as FEN.
 #pragma once
 
+// In the order in which they are searched. The list is part of the node signature:
+// changing it changes bench/signature.txt, and protocol.cpp counts on where the
+// middlegames stand.
 inline constexpr const char* kBenchPositions[] = {
     // Openings
     "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1",

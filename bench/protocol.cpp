@@ -34,12 +34,16 @@ double Milliseconds(BenchClock::duration d) {
 
 void Pause(unsigned long microseconds) { usleep(static_cast<useconds_t>(microseconds)); }
 
+// The worst one counts as much as the median: a front end's patience is a limit, not an
+// average.
 void Report(const char* what, std::vector<double> times) {
     std::sort(times.begin(), times.end());
     std::printf("%s: %zu trials, median %.2f ms, worst %.2f ms\n", what, times.size(),
                 times[times.size() / 2], times.back());
 }
 
+// Milliseconds from sending the command to a line that begins with `answer`; ends the
+// program when none comes.
 double Answer(EngineProcess& engine, const char* command, const char* answer) {
     const auto start = BenchClock::now();
     SendText(engine, command);
@@ -50,6 +54,8 @@ double Answer(EngineProcess& engine, const char* command, const char* answer) {
     return Milliseconds(BenchClock::now() - start);
 }
 
+// Asks in mid-search, after pauses of random length, so that no fixed phase of the
+// engine's polling is favoured; the seed is fixed, so that runs can be compared.
 void Latency(const char* program, int trials) {
     EngineProcess engine = StartEngine(program);
     std::mt19937 random(1);
@@ -69,6 +75,7 @@ void Latency(const char* program, int trials) {
 
 // ---- Games on the clock ----
 
+// What the engine is told, and what is measured against it here.
 struct TimeControl {
     const char* name;
     const char* level;  // the front end's command
@@ -81,6 +88,7 @@ constexpr TimeControl kControls[] = {
     {"5 s", "level 0 0:05 0\n", 5000, 0, 0},
     {"40 moves in 10 s", "level 40 0:10 0\n", 10000, 0, 40},
 };
+// Half-moves after which a game is given up: only the clock is tested, not the result.
 constexpr int kMostPlies = 240;
 constexpr int kRandomPlies = 6;    // openings differ
 constexpr int kOpponentDepth = 4;  // plies, exclusive
@@ -91,6 +99,8 @@ struct Tally {
     double leastLeft = 1e9;   // ms left on the clock after a move
 };
 
+// The opponent is this process's own copy of the engine, searching shallowly so that the
+// engine's clock is what a game's time goes into. NO_MOVE when it has none.
 Move OpponentMove(std::mt19937& random, int ply) {
     const LegalMoves legal;
     if (legal.count == 0) return NO_MOVE;
@@ -101,7 +111,10 @@ Move OpponentMove(std::mt19937& random, int ply) {
     return Search(kOpponentDepth, false) ? NO_MOVE : RootMoves[0];
 }
 
-// The engine's answer; NO_MOVE when the game is over or it lost on time.
+// The engine's answer; NO_MOVE when the game is over or it lost on time. `clock` is the
+// engine's time left in ms, from which the time up to its answer is taken as a front end
+// would; `played` counts its moves towards the next control. Ends the program when the
+// move is illegal.
 Move EngineMove(EngineProcess& engine, const TimeControl& control, double& clock,
                 int& played, Tally& tally) {
     const auto start = BenchClock::now();
@@ -132,6 +145,9 @@ Move EngineMove(EngineProcess& engine, const TimeControl& control, double& clock
     return m;
 }
 
+// One game, on one engine process for all games of a control. Colours alternate with
+// `number`, and every other pair of games is played with pondering on. This process's
+// board follows the game.
 void PlayGame(EngineProcess& engine, const TimeControl& control, int number,
               Tally& tally) {
     std::mt19937 random(static_cast<unsigned>(number) + 1);
@@ -143,6 +159,8 @@ void PlayGame(EngineProcess& engine, const TimeControl& control, int number,
     SendText(engine, std::string("new\n") + (number & 2 ? "easy\n" : "hard\n") +
                          "nopost\n" + control.level);
     for (int ply = 0; ply < kMostPlies; ++ply) {
+        // Centiseconds, rounded down: the engine must never believe that it has more than
+        // it has.
         const std::string time =
             "time " + std::to_string(static_cast<int>(clock / 10)) + "\notim 1000\n";
         Move m;
@@ -164,6 +182,7 @@ void PlayGame(EngineProcess& engine, const TimeControl& control, int number,
     WaitForLine(engine, "NBP=", kPatience);
 }
 
+// A line for each control; ends the program with failure when any game was lost on time.
 void ClockGames(const char* program, int games) {
     Tally all;
     for (const TimeControl& control : kControls) {

@@ -16,6 +16,7 @@ SearchBench SearchBenchPositions(int depth) {
     SearchBench bench;
     int number = 0;
     for (const char* fen : kBenchPositions) {
+        // Hash tables, history and killers of the position before would change the count.
         if (!ResetEngine() || !SetFen(fen)) std::abort();
         const double start = UserSeconds();
         Search(depth, false);

@@ -1,3 +1,6 @@
+// Probes of random legal positions of one table, from a fixed seed. What is measured is
+// set by the cache: one that holds everything, or one of a single block that another
+// block is read into before each probe.
 #include "bench/tables.h"
 
 #include <algorithm>
@@ -23,12 +26,13 @@ namespace {
 
 constexpr int kPositions = 4000;
 constexpr int kCachedRepeats = 64;  // of one probe that is too short for the clock
+// Bytes, as powers of two: 64 MB, more than the table has, and 16 KB, room for one block.
 constexpr int kLargeCacheLog2 = 26;
 constexpr int kOneBlockLog2 = 14;
 
 using Clock = std::chrono::steady_clock;
 
-// A directory that goes away with its files.
+// A directory that goes away with its files, on the way out through an error as well.
 struct TemporaryDirectory {
     TemporaryDirectory()
         : path(fs::temp_directory_path() /
@@ -42,7 +46,9 @@ struct TemporaryDirectory {
     fs::path path;
 };
 
-// Puts a random legal position of the table on the board; its index.
+// Puts a random legal position of the table on the board; its index in the file of the
+// side to move. Indices without a legal position are drawn again, and those of the en
+// passant range too: their probe needs the double step on the history stack.
 std::uint32_t PutRandomPosition(const TableMen& men, std::mt19937& random) {
     for (;;) {
         const int side = static_cast<int>(random() % 2);
@@ -68,7 +74,8 @@ double MedianOf(std::vector<double> times) {
     return *middle;
 }
 
-// Median time in microseconds of a probe, `prepare` having run before each measurement.
+// Median time in microseconds of a probe, `prepare` having run before each measurement
+// with the position on the board; -1 when a probe finds nothing.
 double TimeProbes(int entry, int repeats,
                   const std::function<void(std::uint32_t index)>& prepare) {
     std::mt19937 random(1);
@@ -93,6 +100,7 @@ void Evict(int entry, std::uint32_t index) {
     ReadTableValue(entry, Board.SideToMove, other, value);
 }
 
+// The directory's tables in place of those before, with an empty cache.
 bool Register(const fs::path& directory, int cacheLog2) {
     std::uint64_t ramUsed;
     return InitTablebases(directory.string().c_str(), ramUsed) > 0 &&
