@@ -280,7 +280,6 @@ bool BeginAnew() {
 int BuildStatistics(const char* pgnName, bool fresh) {
     const auto pgn = std::make_unique<PgnReader>();
     if (!OpenPgn(*pgn, pgnName)) {
-        if (TerminationRequested()) return 0;  // a pipe that nobody writes to
         Write("Error opening file %s...\n", pgnName);
         FlushOutput();
         return kFailedStatus;

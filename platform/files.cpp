@@ -1,6 +1,10 @@
 // The C library's streams without their buffers: portable, and each call is one access.
 #include "platform/files.h"
 
+#ifndef _WIN32
+#include <fcntl.h>
+#endif
+
 namespace {
 
 // Offsets are 64 bits wide on every system; the C library's own seek is not.
@@ -20,11 +24,23 @@ std::int64_t Tell(FileHandle file) {
 #endif
 }
 
+// A pipe that nobody writes to yet is opened all the same: waiting is for ReadNext, which
+// hears the request to end.
+FileHandle OpenForReading(const char* name) {
+#ifdef _WIN32
+    return std::fopen(name, "rb");
+#else
+    const int descriptor = open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    return descriptor < 0 ? nullptr : fdopen(descriptor, "rb");
+#endif
+}
+
 }  // namespace
 
 FileHandle OpenFile(const char* name, FileMode mode) {
-    const char* const modes[] = {"rb", "r+b", "w+b"};
-    FileHandle file = std::fopen(name, modes[static_cast<int>(mode)]);
+    FileHandle file = mode == FileMode::Read
+                          ? OpenForReading(name)
+                          : std::fopen(name, mode == FileMode::Update ? "r+b" : "w+b");
     if (file != nullptr) std::setvbuf(file, nullptr, _IONBF, 0);
     return file;
 }

@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 
 #include <chrono>
-#include <optional>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -56,6 +56,20 @@ protected:
     Scratch scratch;
     fs::path folder = scratch.directory;
 };
+
+// Waits until the program hears SIGTERM, and a little more.
+void AwaitHandler(pid_t program) {
+    for (int i = 0; i < 5000; ++i, usleep(1000)) {
+        std::ifstream status("/proc/" + std::to_string(program) + "/status");
+        for (std::string line; std::getline(status, line);)
+            if (line.starts_with("SigCgt:") &&
+                (std::stoull(line.substr(7), nullptr, 16) >> (SIGTERM - 1) & 1) != 0) {
+                usleep(100'000);
+                return;
+            }
+    }
+    ADD_FAILURE() << "no handler";
+}
 
 constexpr char kGame[] = "[Result \"1-0\"]\n\n1. e4 e5 1-0\n\n";
 
@@ -119,7 +133,7 @@ TEST_F(StatisticsRunTest, EndlessInputEndsWhenAsked) {
             for (;;)
                 if (write(end, line.data(), line.size()) < 0) _exit(0);
         }
-        usleep(300'000);
+        AwaitHandler(program);
         const auto asked = std::chrono::steady_clock::now();
         kill(program, SIGTERM);
         EXPECT_EQ(StatusOf(program), 0) << games;
@@ -132,7 +146,7 @@ TEST_F(StatisticsRunTest, EndlessInputEndsWhenAsked) {
     fs::remove(scratch.Path("Veltramox.ini"));
     fs::create_symlink("/dev/zero", scratch.Path("Veltramox.ini"));
     const pid_t program = Start({});
-    usleep(300'000);
+    AwaitHandler(program);
     kill(program, SIGTERM);
     EXPECT_EQ(StatusOf(program), 0);
 }
