@@ -1,4 +1,6 @@
-// Choosing and showing moves of the open book. Its content changes only by learning.
+// Choosing and showing moves of the open book. Its content changes only by learning. Each
+// question is a binary search in the file: a game asks some dozens of times, for which
+// nothing need be kept in memory.
 #include "book/book.h"
 
 #include <algorithm>
@@ -13,8 +15,10 @@ BookFile Book;
 
 namespace {
 
+// Part of the file format: books are sorted by keys that contain it.
 constexpr std::uint32_t kBlackToMove = 131313131;
 
+// The generator's state, written by SeedRandom and RandomNumber.
 std::uint32_t RandomState = 1;
 
 // One of the usable entries, each with the same chance. There is at least one.
@@ -24,7 +28,8 @@ const BookEntry& ChooseAny(const BookList& list, int usable) {
         if (!IsRemoved(Book, list.entries[i]) && nth-- == 0) return list.entries[i];
 }
 
-// The entry with the fewest games; among equals the best score, then the first.
+// The entry with the fewest games; among equals the best score, then the first. Meant for
+// games that fill a book: every move comes to be tried.
 const BookEntry& ChooseLeastPlayed(const BookList& list) {
     const BookEntry* best = nullptr;
     for (int i = 0; i < list.count; ++i) {
@@ -38,7 +43,9 @@ const BookEntry& ChooseLeastPlayed(const BookList& list) {
     return *best;
 }
 
-// One of the entries that score within VarietyOfPlay percent of the best.
+// One of the entries that score within VarietyOfPlay percent of the best: 0 always plays
+// the best, or one of its equals, 100 any. Points within that band do not weigh the
+// choice.
 const BookEntry& ChooseByScore(const BookList& list) {
     int best = 0;
     for (int i = 0; i < list.count; ++i)
@@ -67,7 +74,8 @@ void WriteSquares(const BookEntry& entry) {
           FileLetter(entry.to), RankDigit(entry.to));
 }
 
-// The results of a move as the front end's user sees them; two points are one game.
+// The results of a move as the front end's user sees them; two points are one game. "Not
+// less than", because rescaling and scaling down have taken games away.
 void WriteStatistics(const BookEntry& entry) {
     const int points = MovePoints(entry);
     if (Book.version == 0)
@@ -167,7 +175,8 @@ void BookListMoves() {
 
 void SeedRandom(std::uint32_t seed) { RandomState = seed; }
 
-// Bits 16 to 30 of the state: the lower ones of such a generator have short periods.
+// Bits 16 to 30 of the state: the lower ones of such a generator, modulo a power of two,
+// have short periods.
 int RandomNumber() {
     RandomState = RandomState * 214013u + 2531011u;
     return static_cast<int>(RandomState >> 16 & 0x7FFF);

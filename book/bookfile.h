@@ -19,6 +19,7 @@
 
 #include "platform/files.h"
 
+// ---- The layout above, in bytes ----
 inline constexpr char kBookMagic[] = "~Veltramox openings book";
 inline constexpr int kBookMagicSize = 24;
 inline constexpr int kBookVersionAt = 24;
@@ -37,6 +38,7 @@ constexpr std::uint16_t StatisticsWord(int pointsFor, int pointsAgainst) {
     return static_cast<std::uint16_t>(pointsFor | pointsAgainst << 8);
 }
 
+// An open book. Plain data without a destructor: whoever opens it closes it.
 struct BookFile {
     FileHandle file = nullptr;
     bool writable = false;
@@ -45,16 +47,22 @@ struct BookFile {
     std::int64_t size = 0;    // bytes; a book never grows while it is open
 };
 
+// A record of the index: one position. key1 tells the side to move too (BookKey1); key2
+// is the second hash key.
 struct BookRecord {
     std::int32_t key1, key2;
     std::uint32_t list;  // offset of the move list
 };
 
+// A move of a list. There is no promotion piece in the format: a promotion is one to a
+// queen.
 struct BookEntry {
     std::uint8_t from, to;  // squares; a damaged file may hold any byte
     std::uint16_t word;     // statistics word, or the flag byte of version 0
 };
 
+// A position's moves with the place in the file where they stand, so that they can be
+// written back there.
 struct BookList {
     std::int64_t offset;
     int count;
@@ -63,28 +71,36 @@ struct BookList {
 
 enum class BookHeader { Good, NoBook, BadVersion };
 
-// Opens the file for reading and, where that is possible, writing. The header is not
-// read.
+// Opens the file for reading and, where that is possible, writing, in place of what the
+// record held. The header is not read. False when there is no such file, or none that may
+// be read.
 bool OpenBookFile(BookFile& book, const char* name);
+// Leaves an empty record; one without a file is no error.
 void CloseBookFile(BookFile& book);
-// Fills version, nodes and size. On anything but Good the book counts as empty.
+// Fills version, nodes and size. On anything but Good the book counts as empty. The
+// number of positions is not compared with the size: BookFind copes with an index cut
+// off.
 BookHeader ReadBookHeader(BookFile& book);
 
-// Index record `index`, 0 to nodes - 1.
+// Index record `index`, 0 to nodes - 1; false when the file does not hold it.
 bool ReadBookRecord(const BookFile& book, std::uint32_t index, BookRecord& record);
-// `index`, where asked for, is the record's.
+// The record with these keys, found by binary search; false when there is none. `index`,
+// where asked for, is the record's. `record` is overwritten in any case.
 bool BookFind(const BookFile& book, std::int32_t key1, std::int32_t key2,
               BookRecord& record, std::uint32_t* index = nullptr);
 // First byte behind the index.
 std::int64_t BookListsAt(const BookFile& book);
-// The whole list; false when any of it lies outside the region of the lists.
+// The whole list at an offset of the file; false when any of it lies outside the region
+// of the lists, and the list is then undefined. Squares are not checked.
 bool ReadBookList(const BookFile& book, std::int64_t offset, BookList& list);
 // Writes the entries back in one piece, so that a program killed meanwhile leaves either
-// all old or all new ones. Version 1 only.
+// all old or all new ones. Version 1 only. False when the book cannot be written.
 bool WriteBookList(const BookFile& book, const BookList& list);
 
+// Marked as not to be played, by whoever made the book.
 bool IsRemoved(const BookFile& book, const BookEntry& entry);
-// Results in per mille of the best possible; 500 for a move never played.
+// Results in per mille of the best possible, 0 to 1000; 500 for a move never played. Of
+// version 1, not for removed moves.
 int MoveScore(const BookEntry& entry);
 // Twice the number of games with the move, as far as the rescaling has left it.
 int MovePoints(const BookEntry& entry);

@@ -50,7 +50,8 @@ std::size_t ReadMore(PgnReader& pgn, char* buffer, std::size_t size) {
                                  : ReadNext(pgn.file, buffer, size);
 }
 
-// Fetches more, behind what is left; false at the file's end, where nothing comes.
+// Fetches more, behind what is left; false at the file's end, where nothing comes. Moves
+// the text within the buffer: a pointer kept by the caller is stale afterwards.
 bool Refill(PgnReader& pgn) {
     const auto left = static_cast<std::size_t>(pgn.end - pgn.at);
     pgn.bytesBefore += static_cast<std::uint64_t>(pgn.at - pgn.buffer);
@@ -64,8 +65,8 @@ bool Refill(PgnReader& pgn) {
     return got > 0;
 }
 
-// Skips characters of the classes, and NULs. The first other one, or NUL at the file's
-// end.
+// Skips characters of the classes, and NULs that the file itself holds. The first other
+// one, or NUL at the file's end.
 char SkipClass(PgnReader& pgn, int classes) {
     for (;;) {
         while (Is(*pgn.at, classes)) ++pgn.at;
@@ -194,7 +195,8 @@ bool ReadQuoted(PgnReader& pgn, char (&value)[size]) {
     return false;
 }
 
-// From the first characters of the tag's value.
+// From the first characters of the tag's value: "1-0", "0-1", "1/2-1/2"; all else, "*"
+// and damage, is no result.
 int ResultOf(const char* value) {
     if (value[0] == '1' && value[1] == '-') return kPgnWhiteWon;
     if (value[0] == '0' && value[1] == '-') return kPgnBlackWon;
@@ -202,6 +204,7 @@ int ResultOf(const char* value) {
     return kPgnNoResult;
 }
 
+// Whatever the case of the tag's name: "Result", "result", "RESULT".
 bool NameBegins(const char* name, const char* lowerCase) {
     for (; *lowerCase != '\0'; ++name, ++lowerCase)
         if (ToLower(*name) != *lowerCase) return false;
@@ -274,6 +277,8 @@ bool IsMark(const char* raw) {
     return *raw == '\0';
 }
 
+// Finds the move of a token, and leaves what an error message about it needs. Once a move
+// could not be told, those behind it would be read on a wrong board: the game is lost.
 PgnStatus Resolve(PgnReader& pgn, const char* raw, bool foreign, Move& move) {
     pgn.matches = foreign ? 0 : ResolveSan(raw, move);
     if (pgn.matches == 1) return PgnStatus::Found;
@@ -304,6 +309,7 @@ void OpenPgn(PgnReader& pgn, PgnSource source, void* from) {
 
 void ClosePgn(PgnReader& pgn) { CloseFile(pgn.file); }
 
+// A game without tags cannot be told from the text around it: the search is for "[".
 bool NextPgnGame(PgnReader& pgn) {
     pgn.gameLost = true;  // what is left of the last one is not played
     for (Move m; pgn.inGame;)

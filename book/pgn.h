@@ -19,13 +19,16 @@
 #include "board/board.h"
 #include "platform/files.h"
 
+// Results of a game, as its tag "Result" gives them; "*" and anything else are no result.
 inline constexpr int kPgnNoResult = 0;
 inline constexpr int kPgnWhiteWon = 1;
 inline constexpr int kPgnBlackWon = 2;
 inline constexpr int kPgnDrawn = 3;
 
-// A move token of this many characters is too long to be a move.
+// A move token of this many characters is longer than any form of a move: a sign that the
+// file is not what it was taken for.
 inline constexpr int kPgnTokenLimit = 15;
+// Bytes that a reader holds at once; the text around them is forgotten.
 inline constexpr std::size_t kPgnBufferSize = 1 << 16;
 // Of a tag's value as it is kept; no position's text is as long.
 inline constexpr std::size_t kPgnValueSize = 128;
@@ -33,6 +36,8 @@ inline constexpr std::size_t kPgnValueSize = 128;
 // Puts at most `size` bytes into the buffer; 0 at the end, and on an error.
 using PgnSource = std::size_t (*)(void* from, void* buffer, std::size_t size);
 
+// A reader of one stream. Too large for a stack: callers keep it on the heap or as a
+// static object. OpenPgn makes it ready; `unnumbered` is the caller's to set.
 struct PgnReader {
     FileHandle file = nullptr;
     PgnSource source = nullptr;  // instead of the file
@@ -66,15 +71,22 @@ enum class PgnStatus {
     TooLong,       // a token of kPgnTokenLimit characters
 };
 
-// False when it cannot be opened, as a folder cannot.
+// Begins with a file, in place of what was open; false when it cannot be opened, as a
+// folder cannot, and nothing may be read then.
 bool OpenPgn(PgnReader& pgn, const char* name);
-// Reads from something else than a file, which stays the caller's.
+// Reads from something else than a file, which stays the caller's and must outlive the
+// reading. `from` is handed to the source at every call.
 void OpenPgn(PgnReader& pgn, PgnSource source, void* from);
+// Closes the file, if it is one that is read.
 void ClosePgn(PgnReader& pgn);
 // Goes on to the next game, whatever is left of this one, and reads its tags; false when
-// the file has no more.
+// the file has no more. Sets `result` and `hasFen`. The board is not touched: the caller
+// sets up where the game begins.
 bool NextPgnGame(PgnReader& pgn);
-// The board must stand where the moves delivered so far have led.
+// The board must stand where the moves delivered so far have led; it is read and stays.
+// `move` is good only with Found; with the other three kinds of token `token` and
+// `matches` say what was read. A game that has been lost ends with GameEnd or FileEnd at
+// a later call.
 PgnStatus NextPgnMove(PgnReader& pgn, Move& move);
 // The rest of the game is only read over: NextPgnMove goes to its end.
 void SkipPgnGame(PgnReader& pgn);

@@ -73,7 +73,7 @@ bool CastlingIsLegal(bool castlesShort) {
 
 // ---- From the text to its parts ----
 
-// EMPTY when the letter is none of a piece.
+// EMPTY when the letter is none of a piece. Lower case "b" is always a file.
 int PieceOf(char letter) {
     switch (letter) {
         case 'K':
@@ -170,7 +170,8 @@ SquareSet GivenOrigin(const San& san) {
     return squares;
 }
 
-// The to-square is known.
+// The to-square is known: the common case, and the quick one. Conditions that need no man
+// come first, for they settle most texts that are no moves.
 int ResolveToSquare(const San& san, Move& move) {
     const int S = Board.SideToMove, to = SquareAt(san.toFile, san.toRank);
     if ((Board.Occupied[S] & SquareMask(to)) != 0 || Board.Piece[to] == KING) return 0;
@@ -222,6 +223,8 @@ int ResolveCastling(bool castlesShort, Move& move) {
 
 }  // namespace
 
+// A king on the e-file that is to go to file c or g may castle as well as step: only the
+// list of moves says which of them are legal.
 int ResolveSan(const char* text, Move& move) {
     if (IsCastlingLetter(text[0]) && text[1] == '-' && IsCastlingLetter(text[2]))
         return ResolveCastling(text[3] != '-', move);

@@ -8,5 +8,8 @@
 // "exd5", "e8=Q", "O-O", "0-0-0". Capture marks ("x", ":"), "=" and hyphens are passed
 // over, but a capture mark asks for a capture. Long forms ("e2e4", "Ng1-f3") and partial
 // ones ("ed", "exd") are understood; a promotion without its piece is four moves.
-// Returns how many agree; `move` is then the last of them.
+// Returns how many agree; `move` is then the last of them, and unchanged for 0. Check
+// marks and whatever else follows the parts of a move are ignored: the caller hands over
+// a move, not a line. The board is read and stays as it is. Built for reading millions of
+// games.
 int ResolveSan(const char* text, Move& move);

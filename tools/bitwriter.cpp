@@ -1,3 +1,5 @@
+// Huffman's algorithm with a priority queue, and run lengths for the description of a
+// code. Alphabets have at most 1024 symbols, so nothing here need be quick.
 #include "tools/bitwriter.h"
 
 #include <algorithm>
@@ -10,9 +12,12 @@
 
 namespace {
 
+// Symbols of each of the two auxiliary codes that describe a large alphabet: the lengths
+// (and 32 + a length for a repeat), and the classes of the repeats' counts.
 constexpr std::size_t kAuxiliaryHalf = 64;
 
-// Depths of the leaves of a Huffman tree.
+// [symbol]: depth of its leaf in a Huffman tree, 0 for symbols that do not occur. A tree
+// of one leaf has no depth; its symbol gets 1, the mark that the readers expect of it.
 std::vector<std::uint8_t> HuffmanDepths(const std::vector<std::uint64_t>& counts) {
     struct Tree {
         int parent = -1;
@@ -42,7 +47,9 @@ std::vector<std::uint8_t> HuffmanDepths(const std::vector<std::uint64_t>& counts
     return depths;
 }
 
-// One length or a repeat of it, as the description of a large alphabet puts them down.
+// One length or a repeat of it, as the description of a large alphabet puts them down. A
+// repeat stands for 2 or more symbols: up to 33 by a count symbol of its own, beyond it
+// by the power of two below the rest and the bits under that.
 struct LengthToken {
     int value;                // length, or 32 + length for a repeat
     int count = -1;           // symbol of the count code
@@ -50,6 +57,7 @@ struct LengthToken {
     int extraBits = 0;
 };
 
+// Runs as long as they come: the reader needs no limit, for a count has up to 31 bits.
 std::vector<LengthToken> TokensOf(const std::vector<std::uint8_t>& lengths) {
     std::vector<LengthToken> tokens;
     for (std::size_t i = 0; i < lengths.size();) {
@@ -71,6 +79,8 @@ std::vector<LengthToken> TokensOf(const std::vector<std::uint8_t>& lengths) {
     return tokens;
 }
 
+// Each length in as many bits as the longest needs; behind a 0, four bits say how many
+// more zeros follow, at most 15.
 void WritePlainLengths(BitWriter& out, const std::vector<std::uint8_t>& lengths) {
     const std::uint8_t longest = *std::max_element(lengths.begin(), lengths.end());
     const int width = std::bit_width(longest);

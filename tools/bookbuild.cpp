@@ -24,7 +24,8 @@ constexpr int kProgressEvery = 1024;  // games
 // A slot in use has games, or comes from a line.
 bool IsFree(const BuiltMove& slot) { return slot.games == 0 && !slot.fromLine; }
 
-// The keys are well mixed already; the squares are spread over them.
+// The keys are well mixed already; the squares are spread over them (Fibonacci hashing),
+// so that the moves of a position do not crowd into neighbouring slots.
 std::size_t HashOf(const BuiltMove& move) {
     const std::uint64_t keys =
         static_cast<std::uint64_t>(static_cast<std::uint32_t>(move.key1)) << 32 |
@@ -33,7 +34,8 @@ std::size_t HashOf(const BuiltMove& move) {
     return static_cast<std::size_t>((keys ^ squares << 20) * 0x9E3779B97F4A7C15 >> 24);
 }
 
-// The slot of the move, or the free one where it belongs.
+// The slot of the move, or the free one where it belongs: linear probing. There is always
+// a free slot (MakeRoom), so that the search ends.
 BuiltMove& SlotOf(std::vector<BuiltMove>& slots, const BuiltMove& move) {
     const std::size_t mask = slots.size() - 1;
     for (std::size_t i = HashOf(move) & mask;; i = (i + 1) & mask) {
@@ -44,7 +46,7 @@ BuiltMove& SlotOf(std::vector<BuiltMove>& slots, const BuiltMove& move) {
     }
 }
 
-// Keeps a quarter of the slots free.
+// Keeps a quarter of the slots free; doubles the table and enters all slots anew.
 void MakeRoom(BookBuilder& builder) {
     if (builder.used * 4 < builder.slots.size() * 3) return;
     std::vector<BuiltMove> larger(builder.slots.size() * 2);
@@ -74,7 +76,8 @@ BuiltMove& Slot(BookBuilder& builder, Move m) {
 // lend it its results. The moves behind it can be told again.
 bool FitsBook(Move m) { return Promotion(m) == EMPTY || Promotion(m) == QUEEN; }
 
-// A game's outcome gives its moves the points that book learning would.
+// A game's outcome gives its moves the points that book learning would: 2 for a win, 1
+// and 1 for a draw. A game without a result counts as played, which --min-games asks for.
 void CreditGame(BuiltMove& slot, int result, int side) {
     ++slot.games;
     if (result == kPgnNoResult) return;
@@ -88,7 +91,9 @@ void CreditGame(BuiltMove& slot, int result, int side) {
 
 using GzipFile = std::unique_ptr<gzFile_s, int (*)(gzFile)>;
 
-// What is not compressed is read as it stands.
+// The PGN reader's source. What is not compressed is read as it stands: zlib tells the
+// two apart by itself. An error looks like the end here and is asked for when all is
+// read.
 std::size_t ReadGzip(void* file, void* buffer, std::size_t size) {
     const int got =
         gzread(static_cast<gzFile>(file), buffer, static_cast<unsigned>(size));
@@ -122,6 +127,7 @@ std::string WithoutNumber(const std::string& word) {
     return at == std::string::npos ? "" : word.substr(at);
 }
 
+// A move that one line marks as doubtful stays removed whatever other lines say of it.
 void KeepMove(BuiltMove& slot, bool removed) {
     slot.fromLine = true;
     slot.removed |= removed;

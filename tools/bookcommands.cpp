@@ -1,3 +1,6 @@
+// The commands "book build", "dump" and "merge". Dumps go out position by position and
+// merging is one pass over two sorted indices, so that large books need little memory
+// beside the new book's own.
 #include "tools/bookcommands.h"
 
 #include <algorithm>
@@ -87,6 +90,7 @@ void DumpPositionText(const BookFile& book, const BookPosition& position, bool o
         DumpEntryText(book, position.list.entries[i], onBoard);
 }
 
+// The same for programs; "line" and "epd" are missing where only the keys are known.
 Json JsonOfPosition(const BookFile& book, const BookPosition& position, bool onBoard) {
     Json json;
     if (onBoard) {
@@ -137,6 +141,7 @@ struct Cursor {
     BookList list{};
 };
 
+// What Advance has come to.
 enum class Step { Position, End, Damage };
 
 // The next position with its list; a book out of order cannot be merged in one pass.
@@ -208,6 +213,8 @@ bool MergeInto(BookImage& image, Cursor& a, Cursor& b) {
     return stepA == Step::End && stepB == Step::End;
 }
 
+// Games read in part or skipped are no error, but whoever wonders about a small book must
+// learn of them.
 void ReportBuild(const BuildCounts& counts, const std::string& output, bool json) {
     if (!json) {
         Write("%s: %u positions, %u moves, from %llu games and %llu lines\n",

@@ -10,7 +10,8 @@
 
 namespace {
 
-// The most points of one kind that leave room before the counts must shrink.
+// The most points of one kind: book learning rescales at 255, and two counts of 255 would
+// be the word of a removed move.
 constexpr std::uint64_t kMostPoints = 254;
 
 void Append32le(std::vector<std::uint8_t>& bytes, std::uint32_t value) {

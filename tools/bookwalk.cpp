@@ -10,6 +10,7 @@ namespace {
 // A book that goes deeper is not followed: the history stack ends a little beyond.
 constexpr int kDeepest = 700;
 
+// [index of the record] in both lists.
 struct Walk {
     const BookFile& book;
     const BookVisitor& visit;

@@ -8,6 +8,8 @@
 #include "board/types.h"
 #include "book/bookfile.h"
 
+// What a visitor gets to see. `index` and `record` are those of the book, `list` is empty
+// when the record's list is damaged.
 struct BookPosition {
     std::uint32_t index;  // of its record
     BookRecord record;
@@ -15,12 +17,14 @@ struct BookPosition {
     std::string line;  // how it was reached: "1. e4 e5"; empty at the start position
 };
 
-// Called with each position on the board. True: call again when other moves lead there,
-// for the keys do not know of castling rights and en passant.
+// Called with each position on the board, which must stand there again afterwards. True:
+// call again when other moves lead there, for the keys do not know of castling rights and
+// en passant, and the same record may be another position then.
 using BookVisitor = std::function<bool(const BookPosition&)>;
 
-// Visits the positions, a move's whole variation before the next move. Moves that are not
-// legal there are not followed. Returns which records have been visited.
+// Visits the positions depth first, a move's whole variation before the next move. Moves
+// that are not legal there are not followed; removed ones are. Returns which records,
+// [index], have been visited. The board is left at the start position.
 std::vector<bool> WalkBook(const BookFile& book, const BookVisitor& visit);
-// Index of the current position's record; false when the book has none.
+// Index of the current position's record, and the record; false when the book has none.
 bool FindPosition(const BookFile& book, std::uint32_t& index, BookRecord& record);

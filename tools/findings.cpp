@@ -6,6 +6,8 @@
 
 namespace {
 
+// A damaged file of some megabytes may have as many problems as records: nobody reads
+// more than these.
 constexpr std::size_t kMostTold = 1000;
 
 }  // namespace

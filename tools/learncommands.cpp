@@ -1,3 +1,5 @@
+// Everything rests on one walk over all chains, which stops where the engine would. Only
+// the table of buckets is held in memory, and for compacting the new file.
 #include "tools/learncommands.h"
 
 #include <algorithm>
@@ -30,7 +32,9 @@ using RecordVisitor = std::function<void(std::uint32_t bucket, std::uint32_t off
                                          const LearnRecord& record)>;
 using DamageVisitor = std::function<void(std::uint32_t link, const std::string& text)>;
 
-// What is wrong with a link of a bucket; "" when it leads to a record of it.
+// What is wrong with a link of a bucket to the offset `next`; "" when it leads to a
+// record of it. `lowest` is the end of the record before: chains run towards the file's
+// end, which also makes circles impossible.
 std::string FollowLink(FileHandle file, std::uint32_t bucket, std::uint32_t next,
                        std::uint32_t lowest, LearnRecord& record) {
     if (next < kLearnRecordsAt) return "leads into the header or the buckets";
@@ -66,7 +70,8 @@ void WalkLearning(FileHandle file, const RecordVisitor& visit,
     }
 }
 
-// A file with at least a header and all buckets; nothing is created or mended.
+// Opened for reading: nothing is created or mended, as the engine would. nullptr, with a
+// complaint, when there is no such file.
 FileHandle OpenExisting(const std::string& name) {
     FileHandle file = OpenFile(name.c_str(), FileMode::Read);
     if (file == nullptr) Fail("cannot open " + name);
@@ -159,7 +164,9 @@ void DumpRecord(JsonList* list, std::uint32_t offset, const LearnRecord& record)
                           {"offset", offset}});
 }
 
-// The records of a file, one for each position, as a new file's content.
+// The records of a file, one for each position, as a new file's content. The records of a
+// bucket come to stand one behind the other, so that the engine's walk along a chain
+// reads neighbouring bytes.
 std::vector<std::uint8_t> Compacted(FileHandle file) {
     std::vector<std::uint8_t> image(kLearnRecordsAt);
     std::memcpy(image.data(), kLearnMagic, kLearnMagicSize);

@@ -1,4 +1,5 @@
-// Loops over ranges on several threads.
+// Loops over ranges on several threads, for work that falls into independent pieces:
+// making, packing and checking endgame tables.
 #pragma once
 
 #include <algorithm>
@@ -8,8 +9,12 @@
 #include <thread>
 #include <vector>
 
-// Calls work(begin, end) for consecutive pieces of 0..total, on `jobs` threads at once.
-// The first exception that a piece throws ends the loop and is thrown on.
+// Calls work(begin, end) for consecutive pieces of 0..total, `pieceSize` long but for the
+// last, on `jobs` threads at once, the caller's among them; returns when all are done.
+// Threads take the next piece as they become free, for pieces differ in what they cost.
+// The order is not fixed: what pieces share `work` must guard. The first exception that a
+// piece throws ends the loop and is thrown on; pieces that others are at are finished
+// first.
 template <class Work>
 void ForEachPiece(int jobs, std::uint64_t total, std::uint64_t pieceSize,
                   const Work& work) {

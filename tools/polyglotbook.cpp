@@ -1,3 +1,6 @@
+// Both ways walk the board through the book, for neither format can be turned into the
+// other by its keys alone: exporting along our book's moves, importing along all legal
+// moves.
 #include "tools/polyglotbook.h"
 
 #include <algorithm>
@@ -26,17 +29,21 @@ constexpr int kDeepest = 700;
 // [promotion of the format]
 constexpr int kPromotions[] = {EMPTY, KNIGHT, BISHOP, ROOK, QUEEN};
 
+// An entry of a Polyglot book, in this machine's numbers.
 struct Entry {
     std::uint64_t key;
     std::uint16_t move, weight;
 };
 
+// The format's order, and in a position the heaviest move first: importing takes its
+// weight as the measure of the others.
 bool ComesBefore(const Entry& a, const Entry& b) {
     return a.key != b.key ? a.key < b.key : a.weight > b.weight;
 }
 
 // ---- Moves: bits 0-2 to-file, 3-5 to-rank, so that squares are numbered as ours ----
 
+// A king goes two files only by castling.
 bool IsCastling(Move m) {
     return Moving(m) == KING && (To(m) - From(m) == 2 || From(m) - To(m) == 2);
 }
@@ -61,6 +68,8 @@ Move Unpacked(const LegalMoves& legal, std::uint16_t packed) {
 
 // ---- Export ----
 
+// Points for the move are what readers of the format expect: twice the wins and the
+// draws.
 std::uint16_t WeightOf(const BookFile& book, const BookEntry& entry) {
     if (IsRemoved(book, entry)) return 0;
     if (book.version == 0 || entry.word == 0) return 1;
@@ -82,7 +91,8 @@ std::vector<std::uint8_t> Image(const std::vector<Entry>& entries) {
 
 // ---- Import ----
 
-// Of a file that may be sorted or not. False, with a complaint, when it cannot be one.
+// All entries, sorted, of a file that may be sorted or not. False, with a complaint, when
+// it cannot be one.
 bool ReadEntries(const std::string& name, std::vector<Entry>& entries) {
     FileHandle file = OpenFile(name.c_str(), FileMode::Read);
     if (file == nullptr) {
@@ -107,6 +117,7 @@ bool ReadEntries(const std::string& name, std::vector<Entry>& entries) {
     return true;
 }
 
+// An import under way. `positions` is in the order of our index, and its keys are ours.
 struct Import {
     const PolyglotKeys& keys;
     std::vector<Entry> entries = {};  // sorted
@@ -116,6 +127,8 @@ struct Import {
     std::uint64_t reached = 0, illegal = 0;  // entries
 };
 
+// The weight's share of ten won games; the rest of the twenty points speaks against the
+// move, so that its score falls with its weight. Every move that may be played keeps one.
 std::uint16_t WordOf(std::uint16_t weight, std::uint16_t largest) {
     if (weight == 0) return kRemovedWord;
     const int won = std::max(1, (kImportedPoints * weight + largest / 2) / largest);
