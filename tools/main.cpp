@@ -1,4 +1,6 @@
-// The companion program: books, learning files and games outside of play.
+// The companion program's command line: books, learning files, statistics, games and
+// endgame tables outside of play. The parser fills the variables below and calls the
+// command that was named; exceptions of any command end here.
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <cstdio>

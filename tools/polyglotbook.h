@@ -2,8 +2,9 @@
 //
 //   offset  size  field (most significant byte first)
 //        0     8  key of the position (tools/polyglotkeys.h)
-//        8     2  move: 3 bits each of to-file, to-rank, from-file, from-rank and promotion
-//                 (0 none, knight, bishop, rook, queen); castling takes its own rook
+//        8     2  move: 3 bits each of to-file, to-rank, from-file, from-rank and
+//                 promotion (0 none, knight, bishop, rook, queen); castling takes its own
+//                 rook
 //       10     2  weight: how often the move is to be played; 0 never
 //       12     4  for learning; not used here, 0
 //

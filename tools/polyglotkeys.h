@@ -2,8 +2,8 @@
 // random numbers.
 //
 //   number     stands for
-//     0 - 767  a man: 64 x kind + 8 x rank + file; kinds are black pawn, white pawn, black
-//              knight, white knight, then bishops, rooks, queens and kings likewise
+//     0 - 767  a man: 64 x kind + 8 x rank + file; kinds are black pawn, white pawn,
+//              black knight, white knight, then bishops, rooks, queens and kings likewise
 //   768 - 771  a castling right: White's short and long, Black's short and long
 //   772 - 779  the file of a pawn that has just made a double step, when a pawn of the
 //              side to move stands beside it

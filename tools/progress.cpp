@@ -1,3 +1,5 @@
+// A bar drawn over itself with a carriage return. It is shown at all only when standard
+// error is a terminal.
 #include "tools/progress.h"
 
 #ifdef _WIN32
@@ -14,9 +16,11 @@
 
 namespace {
 
+// Characters of the bar, and the time between two drawings.
 constexpr int kWidth = 30;
 constexpr std::int64_t kInterval = 200;  // ms
 
+// When the bar was last drawn (clock's milliseconds), and whether it stands there.
 std::int64_t LastShown = 0;
 bool Shown = false;
 

@@ -1,3 +1,5 @@
+// JSON is laid out by the library; only where it stands within a larger document is added
+// here, so that a document written in parts reads like one written whole.
 #include "tools/report.h"
 
 #include <nlohmann/json.hpp>

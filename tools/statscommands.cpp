@@ -1,3 +1,5 @@
+// Reads the counters from the file's bytes by itself rather than by mapping it: a file
+// that is only looked at must not be created or completed.
 #include "tools/statscommands.h"
 
 #include <algorithm>
@@ -17,10 +19,13 @@
 
 namespace {
 
+// No counter may reach this (CountResult).
 constexpr int kCounterLimit = 65535;
 
+// The bytes of a file.
 using Counters = std::vector<std::uint8_t>;
 
+// Games counted, from one side's view.
 struct Results {
     std::int64_t draws = 0, wins = 0, losses = 0;
     std::int64_t Games() const { return draws + wins + losses; }
@@ -41,6 +46,7 @@ bool Load(const std::string& name, Counters& counters) {
     return good;
 }
 
+// `result` is one of kStatisticsDraw, Win, Loss, in the file's order.
 int CounterOf(const Counters& counters, int pair, int result) {
     return Get16be(&counters[static_cast<std::size_t>(3 * pair + result) * 2]);
 }

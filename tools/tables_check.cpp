@@ -1,3 +1,6 @@
+// First the files by themselves, then their values against a one-ply search: as every
+// value follows from its successors and the mates are known, a table that agrees
+// everywhere is right as far as the smaller ones are.
 #include "tools/tables_check.h"
 
 #include <algorithm>
@@ -41,6 +44,8 @@ std::string FaultOfPacked(const fs::path& path) {
     return {};
 }
 
+// What is wrong with the files of a table; empty when nothing is, and then the table is
+// in the store.
 std::string FaultOfFiles(const fs::path& directory, int entry, TableStore& store) {
     for (int side : {WHITE, BLACK}) {
         const fs::path file = FindTableFile(directory, entry, side);
@@ -59,12 +64,15 @@ std::string FaultOfFiles(const fs::path& directory, int entry, TableStore& store
 
 // ---- Values ----
 
+// What comparing the positions of one table needs.
 struct Comparison {
     const TableMen men;
     const ConversionMap conversions;
     const TableStore& store;
 };
 
+// The stored value of the position behind a move, for the opponent; kNoDistance when its
+// table has none. A quiet move stays in the table.
 MateDistance ValueAfter(const Comparison& c, const TablePosition& position,
                         const TableMove& move) {
     if (move.captured == kNoMan && move.promotion == EMPTY) {
@@ -96,6 +104,7 @@ MateDistance ValueFromMoves(const Comparison& c, const TablePosition& position) 
     return best;
 }
 
+// The first wrong position of a table, for the user.
 std::string Describe(const Comparison& c, const TablePosition& position,
                      MateDistance stored, MateDistance expected) {
     std::string text = position.side == WHITE ? "White to move," : "Black to move,";
@@ -115,6 +124,8 @@ std::string Describe(const Comparison& c, const TablePosition& position,
 // The longest loss of all has no byte of its own; readers know its positions.
 bool HasNoByte(MateDistance d) { return IsLoss(d) && ByteOfDistance(d) == kNoValue; }
 
+// Compares one file, every step-th index. Indices of no legal position are passed over
+// and do not count. Adds to `result`, whose fault is the first found by any thread.
 void CompareSide(const Comparison& c, int side, const CheckOptions& options,
                  CheckedTable& result) {
     const int entry = c.men.entry;
@@ -153,6 +164,8 @@ void CompareSide(const Comparison& c, int side, const CheckOptions& options,
     result.wrong += wrong;
 }
 
+// Loads what is needed and drops what is not: tables of five men take hundreds of
+// megabytes.
 CheckedTable CheckTable(int entry, const CheckOptions& options, TableStore& store) {
     CheckedTable result{.entry = entry, .fault = {}, .notCompared = {}};
     result.fault = FaultOfFiles(store.directory, entry, store);

@@ -1,3 +1,5 @@
+// One section for each subcommand: its options, what it writes, and its place in the
+// command line. Options live in a shared record that the parser's callback keeps alive.
 #include "tools/tables_commands.h"
 
 #include <algorithm>
@@ -25,11 +27,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// As many threads as the machine runs at once.
 int DefaultJobs() {
     const unsigned cores = std::thread::hardware_concurrency();
     return cores == 0 ? 1 : static_cast<int>(cores);
 }
 
+// Number in the list of tables; a wrong name is a mistake of the command line.
 int EntryNamed(const std::string& name) {
     const int entry = FindTable(name);
     if (entry == 0) throw CLI::ValidationError("there is no table " + name);
@@ -55,6 +59,7 @@ void ReportTables(const Json& members, const Work& work) {
     EndJsonList(list, after);
 }
 
+// Of the environment; "" when it is not set.
 std::string Variable(const char* name) {
     const char* const value = std::getenv(name);
     return value == nullptr ? "" : value;
@@ -89,6 +94,7 @@ void MakeOwn(const fs::path& directory) {
 
 // ---- make ----
 
+// What the command line says of making.
 struct MakeOptions {
     std::vector<std::string> names;
     std::vector<int> men;
@@ -97,6 +103,7 @@ struct MakeOptions {
     bool json = false;
 };
 
+// A line as each table is ready: the large ones are long in coming.
 void WriteMade(const MadeTable& table) {
     const std::string name(EntryOf(table.entry).name);
     if (!table.made) {
@@ -127,6 +134,8 @@ Json JsonOfMade(const MadeTable& table) {
     return json;
 }
 
+// The tables of whole numbers of men come first, then those by name; MakeTables finds the
+// order that they need.
 void RunMake(const MakeOptions& options) {
     BuildIndexTables();
     std::vector<int> entries;
@@ -170,6 +179,7 @@ void AddMake(CLI::App& tables) {
 
 // ---- pack and unpack ----
 
+// What the command line says of packing and unpacking, which differ in direction alone.
 struct PackOptions {
     std::vector<std::string> paths;
     std::string directory;
@@ -205,7 +215,9 @@ std::vector<fs::path> TableFilesOf(const std::vector<std::string>& paths, bool p
     return files;
 }
 
-// Writes the other form of each file, next to it or to the given directory.
+// Writes the other form of each file, next to it or to the given directory. A file is
+// removed only when its other form is complete; an error ends the work, what was written
+// stays.
 void Convert(const PackOptions& options, bool packing) {
     std::uintmax_t plainBytes = 0, packedBytes = 0;
     std::uint64_t done = 0;
@@ -260,6 +272,7 @@ void AddPack(CLI::App& tables, bool packing) {
 
 // ---- check ----
 
+// What the command line says of checking.
 struct CheckCommand {
     std::string directory = ".";
     std::vector<std::string> names;
@@ -293,6 +306,7 @@ Json JsonOfChecked(const CheckedTable& table) {
     return json;
 }
 
+// Any file of any table: a check of nothing must not come out as good.
 bool HoldsTables(const fs::path& directory) {
     for (int entry = 1; entry < kTableEntries; ++entry)
         for (int side : {WHITE, BLACK})
@@ -343,6 +357,7 @@ void AddCheck(CLI::App& tables) {
 
 // ---- probe ----
 
+// What the command line says of probing.
 struct ProbeOptions {
     std::string directory = DefaultDirectory(), fen;
     bool json = false;

@@ -4,4 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+// Adds "tables" with its subcommands to the program's command line. They run while the
+// line is parsed; failures are thrown as CLI::ParseError (with the exit status) or as
+// std::runtime_error with a text for the user.
 void AddTablesCommands(CLI::App& tool);

@@ -29,12 +29,17 @@
 
 namespace {
 
+// Number of an arrangement of the men: SquareOf and NodeOf translate.
 using Node = std::uint32_t;
 
 // Open moves of a node that is no legal position.
 constexpr std::uint8_t kIllegal = 255;
+// Nodes that a thread takes at once: enough to make the taking cheap, few enough that the
+// last threads end together.
 constexpr std::uint64_t kPieceSize = std::uint64_t{1} << 15;
 
+// Bytes that several threads read and change at once. Relaxed order suffices: within a
+// stage threads put down values that agree, and stages are separated by joining them.
 std::uint8_t Load(std::uint8_t& byte) {
     return std::atomic_ref(byte).load(std::memory_order_relaxed);
 }
@@ -43,7 +48,7 @@ void Store(std::uint8_t& byte, int value) {
                                 std::memory_order_relaxed);
 }
 
-// The nodes of one side to move.
+// The nodes of one side to move, [node].
 struct SideNodes {
     // Won nodes have their distance from the beginning or when it is found. For lost ones
     // it holds only when no move is open: until then it is that of the longest losing
@@ -64,8 +69,9 @@ struct EnPassantNode {
     MateDistance distance = kDraw;
 };
 
-// The men of one table and where their squares stand in a node's number: kings first, the
-// first side's king on top, in a reduced form.
+// The men of one table and where their squares stand in a node's number: six bits a man,
+// kings first, the first side's king on top in a reduced form of four bits (a quarter of
+// the board) or five (a half, with pawns).
 struct NodeSpace {
     TableMen men;
     bool pawns;
@@ -148,6 +154,7 @@ struct Outlook {
     }
 };
 
+// One table under analysis, shared by the threads.
 struct Analysis {
     NodeSpace space;
     ConversionMap conversions;
@@ -162,6 +169,7 @@ struct Analysis {
     std::atomic<int> longest{0};  // of all distances put down so far
 };
 
+// Raises `longest` to the distance: a maximum over threads. It also bounds the main loop.
 void NoteDistance(Analysis& a, int distance) {
     int seen = a.longest.load(std::memory_order_relaxed);
     while (distance > seen && !a.longest.compare_exchange_weak(seen, distance)) {
@@ -263,6 +271,7 @@ void AddEnPassantNode(Analysis& a, const TablePosition& position, Node node, int
     a.enPassant[position.side].push_back(added);
 }
 
+// All pawns that may just have made a double step past a pawn of the side to move.
 void AddEnPassantNodes(Analysis& a, const TablePosition& position, Node node,
                        int movesWithout) {
     const TableMen& men = a.space.men;
@@ -280,6 +289,8 @@ void AddEnPassantNodes(Analysis& a, const TablePosition& position, Node node,
     }
 }
 
+// What is known of one node before the analysis: whether it is a legal position, how many
+// of its moves stay within the table, and its distance by mate or by a conversion.
 void Classify(Analysis& a, Node node, int side) {
     SideNodes& nodes = a.side[side];
     TablePosition position{{}, static_cast<std::uint8_t>(side), kNoEnPassant};
@@ -306,6 +317,8 @@ void Classify(Analysis& a, Node node, int side) {
     NoteDistance(a, distance);
 }
 
+// White's nodes, then Black's. En passant nodes come in the order of the threads, and are
+// sorted for the search that the writing does.
 void ClassifyAll(Analysis& a) {
     const std::uint64_t size = a.space.Size();
     for (int side : {WHITE, BLACK}) {
@@ -419,6 +432,8 @@ bool SettlesAt(const SideNodes& nodes, const EnPassantNode& e, MateDistance dist
            e.capture <= distance;
 }
 
+// The positions with the right that come out at this distance: only the double step
+// undone leads on from them. They are few, so one thread goes through all of them.
 void SpreadEnPassant(Analysis& a, int side, MateDistance distance) {
     for (EnPassantNode& e : a.enPassant[side]) {
         if (e.distance != kDraw || !SettlesAt(a.side[side], e, distance)) continue;
@@ -450,6 +465,9 @@ void SpreadDistance(Analysis& a, int side, MateDistance distance) {
     SpreadEnPassant(a, side, distance);
 }
 
+// Distance by distance, a breadth-first search backwards from the mates: a node's
+// distance is final when its turn comes. A distance and side to move is one stage; the
+// bound grows while the loop runs.
 void Analyse(Analysis& a) {
     ClassifyAll(a);
     for (MateDistance distance = 1; distance <= a.longest; ++distance) {
@@ -462,11 +480,14 @@ void Analyse(Analysis& a) {
 
 // ---- The files ----
 
+// When all has been spread, a node that is neither won nor out of moves is drawn.
 MateDistance FinalDistance(const SideNodes& nodes, Node node) {
     const int distance = nodes.distance[node];
     return IsLoss(distance) && nodes.open[node] != 0 ? kDraw : distance;
 }
 
+// The values of one side's file without en passant, by nodes: each legal one has an
+// index.
 void FillNormalRange(Analysis& a, int side, std::vector<std::uint8_t>& file) {
     SideNodes& nodes = a.side[side];
     ForEachPiece(
@@ -485,7 +506,8 @@ void FillNormalRange(Analysis& a, int side, std::vector<std::uint8_t>& file) {
         });
 }
 
-// Here the indices lead: with two takers a position has two of them.
+// The values behind them. Here the indices lead: with two takers a position has two of
+// them.
 void FillEnPassantRange(Analysis& a, int side, std::vector<std::uint8_t>& file) {
     const TableMen& men = a.space.men;
     const std::vector<EnPassantNode>& nodes = a.enPassant[side];
@@ -509,6 +531,7 @@ void FillEnPassantRange(Analysis& a, int side, std::vector<std::uint8_t>& file) 
     }
 }
 
+// The longest mates of a finished table, in moves, for the report.
 void LongestMates(const Analysis& a, MadeTable& made) {
     for (int side : {WHITE, BLACK}) {
         MateDistance win = kDraw, loss = kDraw;
@@ -523,6 +546,7 @@ void LongestMates(const Analysis& a, MadeTable& made) {
     }
 }
 
+// Indices of no legal position hold kNoValue.
 void WriteTable(Analysis& a, const std::filesystem::path& directory) {
     const int entry = a.space.men.entry;
     for (int side : {WHITE, BLACK}) {
@@ -536,6 +560,8 @@ void WriteTable(Analysis& a, const std::filesystem::path& directory) {
 
 // ---- The order of the tables ----
 
+// The smaller tables that this one needs must be in the directory. Those that are not
+// needed are dropped first: memory is what limits the size of tables.
 MadeTable MakeTable(int entry, const std::filesystem::path& directory, int jobs,
                     TableStore& store, const Outlook& outlook) {
     const double start = outlook.Seconds();
@@ -570,6 +596,7 @@ void Plan(int entry, const std::filesystem::path& directory, std::vector<int>& p
 
 }  // namespace
 
+// The whole plan is made before the first table, for the forecast of the time.
 void MakeTables(const std::vector<int>& entries, const std::filesystem::path& directory,
                 int jobs, const std::function<void(const MadeTable&)>& report) {
     BuildIndexTables();

@@ -1,3 +1,7 @@
+// LZ77 with a prefix code, limited to 24 distances that are chosen for the whole file:
+// the index of a table is regular, so that equal neighbours recur at a few distances.
+// Three steps: choose the distances, choose the code, parse each block at the least cost
+// in bits.
 #include "tools/tables_pack.h"
 
 #include <algorithm>
@@ -21,6 +25,7 @@ constexpr std::size_t kSampleBlocks = 120;
 constexpr std::size_t kDistanceSampleBlocks = 24;
 // A match shorter than this saves nothing worth a distance.
 constexpr std::size_t kWorthwhileMatch = 6;
+// Distances that are counted in full, of all 8191.
 constexpr std::size_t kCandidates = 96;
 
 // ---- Symbols ----
@@ -32,6 +37,7 @@ struct MatchClass {
     std::uint32_t extra;
 };
 
+// The counterpart of the reader's formula in egtb/blocks.h.
 MatchClass ClassOf(std::size_t length) {
     if (length <= kLastPlainLength + 1) return {static_cast<int>(length) - 1, 0, 0};
     const auto rest = static_cast<std::uint32_t>(length - kLastPlainLength);
@@ -45,6 +51,7 @@ struct Step {
     std::uint8_t distance;  // index into the distance table
 };
 
+// The byte itself, or the match's symbol by distance and length class.
 int SymbolOf(const Step& step, std::uint8_t byte) {
     if (step.length == 0) return byte;
     return kFirstMatch + step.distance * kLengthClasses +
@@ -53,6 +60,7 @@ int SymbolOf(const Step& step, std::uint8_t byte) {
 
 // ---- The choice of the distances ----
 
+// Blocks at equal distances through the file, `count` or all.
 std::vector<Block> Sample(const std::vector<Block>& blocks, std::size_t count) {
     std::vector<Block> sample;
     const std::size_t n = std::min(count, blocks.size());
@@ -60,7 +68,8 @@ std::vector<Block> Sample(const std::vector<Block>& blocks, std::size_t count) {
     return sample;
 }
 
-// Bytes that matches at one distance would save, those in `covered` not counted. Marks
+// Bytes that matches at one distance would save, those in `covered` ([byte of the block],
+// by distances chosen before) not counted; a match itself costs about two bytes. Marks
 // the matches as covered when asked to.
 std::size_t Savings(Block block, std::size_t distance, std::vector<std::uint8_t>& covered,
                     bool mark) {
@@ -82,6 +91,7 @@ std::size_t Savings(Block block, std::size_t distance, std::vector<std::uint8_t>
     return saved;
 }
 
+// The same for the whole sample; `covered` is [block][byte].
 std::size_t SavingsOf(const std::vector<Block>& sample, std::size_t distance,
                       std::vector<std::vector<std::uint8_t>>& covered, bool mark) {
     std::size_t saved = 0;
@@ -126,9 +136,10 @@ std::vector<Candidate> LikelyDistances(const std::vector<Block>& sample, int job
     return all;
 }
 
-// Takes the distances one by one, each time the one that saves most of what is left. What
-// a distance saves only shrinks, so that a fresh count that leads the old ones of the
-// others needs no more counts.
+// Takes the distances one by one, each time the one that saves most of what is left (a
+// lazy greedy choice). What a distance saves only shrinks, so that a fresh count that
+// leads the old ones of the others needs no more counts. Entries that save nothing stay
+// 0, which the parser passes over.
 std::array<std::uint32_t, kDistances> ChooseDistances(const std::vector<Block>& blocks,
                                                       int jobs) {
     const std::vector<Block> sample = Sample(blocks, kDistanceSampleBlocks);
@@ -159,6 +170,7 @@ std::array<std::uint32_t, kDistances> ChooseDistances(const std::vector<Block>& 
 // Costs in bits; absent symbols cost more than any block.
 constexpr std::uint32_t kAbsent = 1u << 20;
 
+// Bits that each symbol takes, [symbol].
 struct Costs {
     std::array<std::uint32_t, kBlockSymbols> symbol;
 };
@@ -171,6 +183,7 @@ Costs FirstCosts() {
     return costs;
 }
 
+// The costs that a code's lengths, [symbol], amount to.
 Costs CostsOf(const std::vector<std::uint8_t>& lengths) {
     Costs costs;
     for (std::size_t s = 0; s < lengths.size(); ++s)
@@ -178,13 +191,16 @@ Costs CostsOf(const std::vector<std::uint8_t>& lengths) {
     return costs;
 }
 
-// The cheapest way to write a block, found from its end backwards.
+// The cheapest way to write a block, found from its end backwards by dynamic programming.
+// Large: one for each thread's piece, on the heap. Both arrays are [byte of the block].
 struct Parser {
     const std::array<std::uint32_t, kDistances>& distance;
     const Costs& costs;
     std::array<std::uint32_t, kBlockSize + 1> cost{};  // of all from there on
     std::array<Step, kBlockSize + 1> step{};
 
+    // Takes the match of `length` bytes at distance number `d` from byte i, if that is
+    // cheaper than what is known.
     void TryMatch(std::size_t i, std::size_t d, std::size_t length) {
         const MatchClass match = ClassOf(length);
         const std::size_t symbol = kFirstMatch + d * kLengthClasses +
@@ -211,6 +227,8 @@ struct Parser {
         }
     }
 
+    // The length of a match is counted up while i goes down, so that no byte is compared
+    // twice.
     void Parse(Block block) {
         std::array<std::size_t, kDistances> match{};  // length of the match from i on
         cost[block.size()] = 0;
@@ -236,6 +254,7 @@ struct Parser {
     }
 };
 
+// How often each symbol, [symbol], comes up when the blocks are parsed at these costs.
 std::vector<std::uint64_t> CountSymbols(
     const std::vector<Block>& blocks,
     const std::array<std::uint32_t, kDistances>& distance, const Costs& costs, int jobs) {
@@ -256,8 +275,9 @@ std::vector<std::uint64_t> CountSymbols(
     return counts;
 }
 
-// A code from the sample. Whatever the sample lacks may come up elsewhere: all literals
-// stay, so that no block is without a way.
+// A code from the sample, in two passes: costs decide the parsing, and its counts the
+// costs. Whatever the sample lacks may come up elsewhere: all literals stay, so that no
+// block is without a way.
 std::vector<std::uint8_t> ChooseCode(
     const std::vector<Block>& blocks,
     const std::array<std::uint32_t, kDistances>& distance, int jobs) {
@@ -273,6 +293,7 @@ std::vector<std::uint8_t> ChooseCode(
     return CodeLengths(counts, kLongestCode);
 }
 
+// The bytes of one block as they stand in the file.
 std::vector<std::uint8_t> PackBlock(Block block, Parser& parser,
                                     const PrefixEncoder& encoder) {
     parser.Parse(block);

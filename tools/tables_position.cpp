@@ -1,3 +1,5 @@
+// Attacks by rays, moves with pins and checks found once for a position. Nothing is kept
+// between calls: threads need nothing but their own positions.
 #include "tools/tables_position.h"
 
 #include <algorithm>
@@ -117,6 +119,8 @@ struct MoveMaker {
         return kNoMan;
     }
 
+    // A move of a man that is off all such lines leaves its king as safe as it was: only
+    // the others are tried out. Not for en passant.
     bool Legal(int man, int to, int captured) const {
         const int from = position.square[man];
         if (man != Us() && !inCheck && (pinLines & SquareMask(from)) == 0) return true;
@@ -180,6 +184,8 @@ struct MoveMaker {
     }
 };
 
+// Own men, check and lines of possible pins. A line with two men in between pins neither,
+// which then costs a needless test and no wrong move.
 void FindChecksAndPins(MoveMaker& m) {
     for (int i = 0; i < m.men.count; ++i) {
         const TableMen::Man& man = m.men.man[i];
@@ -282,6 +288,8 @@ std::vector<int> TablesReachedFrom(const ConversionMap& map) {
     return entries;
 }
 
+// The men are entered into the square lists by kind: their order among like men does not
+// matter to the index functions.
 std::uint32_t IndexAfterConversion(const TableMen& men, const TablePosition& position,
                                    const TableMove& move, const Conversion& conversion,
                                    int& tableSide) {
@@ -308,6 +316,8 @@ std::uint32_t IndexAfterConversion(const TableMen& men, const TablePosition& pos
         list[first], list[1 - first], kNoEnPassant, conversion.exchanged);
 }
 
+// Files end at the last legal position, not at the last index: the length of a file
+// vouches for its being the right one.
 std::uint32_t FileValues(int entry, int side) {
     if (ShapeOf(entry).symmetric) side = WHITE;
     const TableMen men = MenOfTable(entry);

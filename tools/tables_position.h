@@ -7,6 +7,7 @@
 #include "board/tables.h"
 #include "egtb/unindex.h"
 
+// Men of the largest table, kings included; kNoMan is no man's number.
 inline constexpr int kMostMen = 6;
 inline constexpr std::uint8_t kNoMan = 255;
 
@@ -23,17 +24,21 @@ struct TableMen {
     Man man[kMostMen];
 };
 
+// Of an entry of the list of tables; men of a kind are neighbours.
 TableMen MenOfTable(int entry);
 
+// An arrangement of a table's men. Not necessarily legal: IsLegalPosition tells.
 struct TablePosition {
     std::uint8_t square[kMostMen];  // in the order of TableMen
     std::uint8_t side;              // to move
     std::uint8_t enPassant;         // the square stepped over, or kNoEnPassant
 };
 
+// The position of a placement that PlacementOfIndex has found, with this side to move.
 TablePosition PositionOfPlacement(const TableMen& men, const TablePlacement& placement,
                                   int side);
-// The index in the table of these men.
+// The index in the table of these men, in the file of the side to move; kNoIndex where
+// the numbering leaves the placement out. BuildIndexTables must have run.
 std::uint32_t IndexOfPosition(const TableMen& men, const TablePosition& position);
 SquareSet OccupiedSquares(const TableMen& men, const TablePosition& position);
 
@@ -73,36 +78,46 @@ bool Attacks(const TableMen& men, const TablePosition& position, int side, int s
              SquareSet occupied, int without = kNoMan);
 
 // All men on different squares, pawns on their ranks, kings apart, the side not to move
-// not in check; after a double step the way of the pawn free.
+// not in check; after a double step the way of the pawn free. Whether moves can lead
+// there is not asked.
 bool IsLegalPosition(const TableMen& men, const TablePosition& position);
+// The side to move is attacked.
 bool InCheck(const TableMen& men, const TablePosition& position);
 
+// A move by men's numbers (TableMen). There is no castling: tables hold no positions with
+// the right.
 struct TableMove {
     std::uint8_t man, to;
     std::uint8_t captured;   // a man, or kNoMan
     std::uint8_t promotion;  // a piece code, or EMPTY
 };
+// Room that suffices for six men.
 inline constexpr int kMostTableMoves = 160;
 
-// The legal moves of a legal position; returns how many.
+// The legal moves of a legal position, man by man, into `moves` of kMostTableMoves;
+// returns how many.
 int LegalTableMoves(const TableMen& men, const TablePosition& position, TableMove* moves);
 
-// Plays a move that leaves the men as they are. The position then carries an en passant
-// square exactly when a pawn stands beside the one that has stepped over it.
+// Plays a move that leaves the men as they are: no capture, no promotion. The position
+// then carries an en passant square exactly when a pawn stands beside the one that has
+// stepped over it, be the capture legal or not.
 TablePosition AfterQuietMove(const TableMen& men, const TablePosition& position,
                              const TableMove& move);
 
-// The table that a capture or a promotion leads to.
+// The table that a capture or a promotion leads to, and how its sides are named there.
 struct Conversion {
     int entry = -1;  // 0: the two kings; -1: not looked up yet
     bool exchanged;  // White is the side named second there
 };
-// [side to move][captured man + 1][promotion]: where moves out of a table lead.
+// [side to move][captured man + 1][promotion]: where moves out of a table lead; 0 in the
+// place of the captured man stands for no capture, promotion is a piece code or EMPTY.
 struct ConversionMap {
     Conversion to[2][kMostMen + 1][8];
 };
+// Looked up once for a table, as a search in the list for every move would be slow.
 ConversionMap ConversionsOf(const TableMen& men);
-// The tables in the map, each once.
+// The tables in the map, each once, without the two kings: what must be there before a
+// table can be made or checked.
 std::vector<int> TablesReachedFrom(const ConversionMap& map);
 // Index, in the table it leads to, of the position after a capture or promotion, and the
 // side to move there in that table's terms. The entry must not be 0.

@@ -1,3 +1,5 @@
+// The line to mate is found by playing: each side's best move is the one whose position
+// has the best value. Values are those of ProbeTablebase.
 #include "tools/tables_probe.h"
 
 #include <cstdint>
@@ -63,6 +65,7 @@ std::vector<Move> BestLine(int value) {
 
 const char* NameOf(int colour) { return colour == WHITE ? "White" : "Black"; }
 
+// The answer as sentences, and the line numbered as in a game score.
 void WriteWords(const TableAnswer& answer) {
     const int toMove = Board.SideToMove;
     switch (answer.verdict) {

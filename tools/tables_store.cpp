@@ -1,3 +1,6 @@
+// Bytes and distances, file names, and tables in memory. A byte b stands for a win in 127
+// - b moves up to 126 (128: in 127), from 130 on for a loss in b - 130 (129: in 126), 0
+// for a draw and 127 for no value.
 #include "tools/tables_store.h"
 
 #include <stdexcept>

@@ -48,15 +48,17 @@ std::filesystem::path FindTableFile(const std::filesystem::path& directory, int 
 std::string PlainFileName(const std::filesystem::path& packed);
 bool TableIsThere(const std::filesystem::path& directory, int entry);
 // Writes the whole file under a temporary name and renames it: a file that is there is
-// complete. Throws std::runtime_error with a text for the user.
+// complete, also after a kill. Throws std::runtime_error with a text for the user.
 void WriteWholeFile(const std::filesystem::path& file,
                     const std::vector<std::uint8_t>& data);
 std::vector<std::uint8_t> ReadWholeFile(const std::filesystem::path& file);
-// The values of a table file, decompressed when its name ends in ".emd". Throws when it
-// cannot be read or is damaged.
+// The values of a table file, decompressed when its name ends in ".emd". Throws
+// std::runtime_error when it cannot be read or is damaged.
 std::vector<std::uint8_t> LoadTableFile(const std::filesystem::path& file);
 
 // ---- Tables in memory ----
+// The tables that work at hand needs. The values are bytes as in the files, which take a
+// quarter of what distances would. Filled and emptied by one thread, then read by many.
 struct TableStore {
     std::filesystem::path directory;
     // [entry][side]; White's serves both sides of a symmetric entry.
