@@ -157,6 +157,7 @@ Move LegalMoveOf(const BookEntry& entry) {
     return NO_MOVE;
 }
 
+// Flushed line by line, as the front end shows them.
 void BookListMoves() {
     BookList list;
     if (!ReadPositionList(list)) {

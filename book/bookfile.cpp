@@ -112,6 +112,7 @@ bool WriteBookList(const BookFile& book, const BookList& list) {
                                     static_cast<std::size_t>(list.count * kMaxEntrySize));
 }
 
+// The flag byte of version 0 stands in the word's place (ReadBookList).
 bool IsRemoved(const BookFile& book, const BookEntry& entry) {
     return entry.word == (book.version == 0 ? kRemovedFlag : kRemovedWord);
 }

@@ -34,6 +34,7 @@ inline constexpr std::uint16_t kRemovedWord = 0xFFFF;  // version 1: never playe
 inline constexpr std::uint16_t kRemovedFlag = 255;     // the same in version 0
 constexpr int PointsFor(std::uint16_t word) { return word & 0xFF; }
 constexpr int PointsAgainst(std::uint16_t word) { return word >> 8; }
+// Both counts 0 to 255; not both 255, which is kRemovedWord.
 constexpr std::uint16_t StatisticsWord(int pointsFor, int pointsAgainst) {
     return static_cast<std::uint16_t>(pointsFor | pointsAgainst << 8);
 }

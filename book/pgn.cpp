@@ -22,6 +22,7 @@ enum CharacterClass : std::uint8_t {
     kMoveBegin = 32,  // what makes a move of another notation when it follows those
 };
 
+// [character]: sum of its classes; 0 for NUL and for what belongs to nothing.
 consteval std::array<std::uint8_t, 256> MakeClasses() {
     std::array<std::uint8_t, 256> classes{};
     const auto add = [&classes](const char* characters, std::uint8_t bit) {
@@ -45,6 +46,7 @@ bool Is(char c, int classes) {
 
 // ---- The stream ----
 
+// The source where there is one, else the file.
 std::size_t ReadMore(PgnReader& pgn, char* buffer, std::size_t size) {
     return pgn.source != nullptr ? pgn.source(pgn.from, buffer, size)
                                  : ReadNext(pgn.file, buffer, size);
@@ -327,6 +329,8 @@ bool NextPgnGame(PgnReader& pgn) {
     return true;
 }
 
+// A single loop over what may stand between two moves; whatever cannot be told is passed
+// over one character at a time, so that the reading always goes on.
 PgnStatus NextPgnMove(PgnReader& pgn, Move& move) {
     for (;;) {
         char c = SkipAnnotations(pgn);
@@ -355,6 +359,8 @@ PgnStatus NextPgnMove(PgnReader& pgn, Move& move) {
 
 void SkipPgnGame(PgnReader& pgn) { pgn.gameLost = true; }
 
+// A game longer than the history stack puts its oldest moves aside, where they would pile
+// up from game to game.
 void PlayPgnMove(Move move) {
     PlayGameMove(move);
     if (ArchivedPlies() > 0) ClearGameArchive();

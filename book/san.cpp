@@ -21,6 +21,7 @@ struct San {
 struct LineTables {
     SquareSet straight[64], diagonal[64];
 };
+// For sliders as seen from the king: a first sieve before the men between are looked at.
 consteval LineTables MakeLines() {
     LineTables lines{};
     for (int a = 0; a < 64; ++a)
@@ -93,6 +94,7 @@ int PieceOf(char letter) {
     }
 }
 
+// Letters as the standard has them, and the zeros that many writers use.
 bool IsCastlingLetter(char c) { return c == 'O' || c == '0'; }
 
 // Reads a file letter and a rank digit, each where there is one.

@@ -107,6 +107,8 @@ std::vector<std::uint8_t> CodeLengths(std::vector<std::uint64_t> counts, int lon
     }
 }
 
+// Canonical codes: counted up through the symbols of each length in turn, with a 0 added
+// when the length grows.
 PrefixEncoder EncoderOf(const std::vector<std::uint8_t>& lengths) {
     PrefixEncoder encoder{lengths, std::vector<std::uint32_t>(lengths.size(), 0)};
     encoder.single = lengths.size() - static_cast<std::size_t>(std::count(
@@ -121,6 +123,7 @@ PrefixEncoder EncoderOf(const std::vector<std::uint8_t>& lengths) {
     return encoder;
 }
 
+// The auxiliary codes are described by the plain form: their 128 symbols just fit it.
 void WriteCodeLengths(BitWriter& out, const std::vector<std::uint8_t>& lengths) {
     if (std::all_of(lengths.begin(), lengths.end(), [](auto l) { return l == 0; })) {
         out.Write(1, 1);

@@ -155,6 +155,8 @@ bool AddLine(BookBuilder& builder, const std::string& moves, std::string& word) 
 
 // ---- The book ----
 
+// Lines are somebody's choice; what games alone have played must have been played often,
+// or a blunder of one game would be in the book.
 bool IsKept(const BuiltMove& slot, const BuildOptions& options) {
     return slot.fromLine || slot.games >= static_cast<std::uint32_t>(options.minGames);
 }
@@ -249,6 +251,7 @@ BookImage FinishBook(BookBuilder& builder, const BuildOptions& options) {
     return image;
 }
 
+// From the first rule that drops a game to the last.
 std::string WhyEmpty(const BuildCounts& counts, const BuildOptions& options) {
     if (counts.games == 0)
         return "there are no games (a game begins with its tags, like [Result \"1-0\"]) "

@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::uint32_t kProgressEvery = 4096;  // records
 
+// Problems and counts: records read, their moves, and positions met in walking the book.
 struct Findings {
     Problems problems;
     std::uint64_t moves = 0;
@@ -29,6 +30,7 @@ std::int64_t RecordAt(std::uint32_t index) {
     return kBookHeaderSize + std::int64_t{kBookRecordSize} * index;
 }
 
+// The entry after the last one is the list's end.
 std::int64_t EntryAt(const BookFile& book, const BookList& list, int i) {
     return list.offset + 1 + (book.version == 0 ? 3 : 4) * i;
 }
@@ -143,6 +145,7 @@ void WriteText(const Findings& findings, const std::string& name) {
           findings.problems.count == 0 ? "good" : "damaged");
 }
 
+// The same for programs.
 void WriteAsJson(const Findings& findings, const std::string& name) {
     Json report = {{"file", name},
                    {"good", findings.problems.count == 0},
@@ -178,6 +181,8 @@ void CheckContent(Findings& findings, BookFile& book) {
 
 }  // namespace
 
+// A book with a wrong header is a finding and not an error of the command: only a file
+// that cannot be opened is that.
 int CheckBook(const std::string& name, bool json) {
     OpenedBook book;
     if (!OpenBookFile(book, name.c_str())) return Fail("cannot open " + name);

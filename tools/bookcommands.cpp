@@ -42,6 +42,8 @@ std::string SanOfEntry(const BookEntry& entry, bool onBoard) {
     return m == NO_MOVE ? "" : SanOf(m);
 }
 
+// Scores as percentages for people; programs get the points and the per mille that the
+// engine chooses by.
 void DumpEntryText(const BookFile& book, const BookEntry& entry, bool onBoard) {
     Write("  %s %-8s", SquaresOf(entry).c_str(), SanOfEntry(entry, onBoard).c_str());
     if (IsRemoved(book, entry))
@@ -71,6 +73,7 @@ Json JsonOfEntry(const BookFile& book, const BookEntry& entry, bool onBoard) {
     return json;
 }
 
+// The position on the board, by which another program can set it up.
 std::string EpdHere() {
     char epd[kEpdSize] = "";
     WriteEpd(epd)[-1] = '\0';  // without the last blank
@@ -290,6 +293,7 @@ int DumpBook(const std::string& name, const std::string& fen, bool json) {
     return 0;
 }
 
+// The new book is complete in memory before anything is written.
 int MergeBooks(const std::string& a, const std::string& b, const std::string& output,
                bool json) {
     Cursor first, second;
@@ -310,6 +314,8 @@ int MergeBooks(const std::string& a, const std::string& b, const std::string& ou
     return 0;
 }
 
+// Stricter than the engine, which plays from what is left of a cut index: a copy of half
+// a book should not be taken for the whole.
 bool OpenForReading(OpenedBook& book, const std::string& name) {
     if (!OpenBookFile(book, name.c_str())) {
         Fail("cannot open " + name);

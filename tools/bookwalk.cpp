@@ -51,6 +51,7 @@ void Visit(Walk& walk, const std::string& line) {
 
 }  // namespace
 
+// Recursion is as deep as the book's longest line, which kDeepest bounds.
 std::vector<bool> WalkBook(const BookFile& book, const BookVisitor& visit) {
     Walk walk{book, visit, std::vector<bool>(book.nodes), std::vector<bool>(book.nodes)};
     SetStartPosition();

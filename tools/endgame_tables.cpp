@@ -103,6 +103,7 @@ struct PawnEnding {
     }
 };
 
+// The bits are numbered as ProbeKPK reads them.
 bool Marked(const Words& table, const PawnEnding& e) {
     return (table[e.Index() / 64] >> e.Index() % 64 & 1) != 0;
 }
@@ -116,6 +117,7 @@ bool PawnStepMarked(const Words& table, const PawnEnding& e) {
            Marked(table, e.WithPawn(front + 8));
 }
 
+// A step of the pawn side's king leads to a marked position.
 bool KingStepMarked(const Words& table, const PawnEnding& e) {
     SquareSet steps = KingSteps(e.wk) & ~KingSteps(e.bk) & ~SquareMask(e.pawn);
     while (steps != 0)
@@ -187,6 +189,7 @@ SquareSet SolveBare(int rook, int king) {
     return ~(near | SquareMask(rook) | Grow(takes)) & (checked | Grow(stands));
 }
 
+// What all three men have in common, worked out once.
 void PrepareRookEndings() {
     for (int rook = 0; rook < 64; ++rook)
         for (int king = 0; king < 64; ++king) {
@@ -249,6 +252,8 @@ Replies KnightMoves(int rook, int king, int man) {
     return replies;
 }
 
+// A queen's move needs its line free of the own king, which may stand on any square of
+// the word: the squares that were passed drop out.
 Replies QueenMoves(int rook, int king, int man) {
     Replies replies;
     for (const auto& direction : kDirections) {
@@ -321,8 +326,9 @@ SquareSet ManSideLost(const Solution& known, ManMoves moves, NoCheck noCheck, in
     return stuck & ~replies.saving & (replies.any | Grow(QuietSquares[here]) | checked);
 }
 
-// Sweeps the placements of one man until nothing changes. `first` and `last` bound the
-// man's square: a pawn's moves leave its square for good, so each is solved by itself.
+// Sweeps the placements of one man until nothing changes: a least fixed point, so that
+// positions which only repeat stay draws. `first` and `last` bound the man's square: a
+// pawn's moves leave its square for good, so each is solved by itself.
 void SolveRookAgainst(Solution& known, ManMoves moves, NoCheck noCheck, int first,
                       int last) {
     const auto improve = [](SquareSet& word, SquareSet found) {
@@ -368,6 +374,7 @@ Words SolveRookPawn() {
 
 // ---- Output ----
 
+// FNV-1a, 64 bits.
 std::uint64_t Checksum(const Words& table) {
     std::uint64_t sum = 0xCBF29CE484222325;
     for (const std::uint64_t word : table)

@@ -26,6 +26,7 @@ void WriteText(const Problems& problems, const std::string& name) {
               static_cast<unsigned long long>(problems.count - problems.told.size()));
 }
 
+// The count is of all problems, the array of those that are told.
 void AddProblems(const Problems& problems, Json& report) {
     report["problemCount"] = problems.count;
     Json& told = report["problems"] = Json::array();

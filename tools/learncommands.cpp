@@ -22,6 +22,7 @@ namespace {
 
 constexpr int kScoreLimit = 32701;  // beyond any score that a search returns
 
+// What a check has found.
 struct Findings {
     Problems problems;
     std::uint64_t records = 0;
@@ -197,6 +198,7 @@ std::vector<std::uint8_t> Compacted(FileHandle file) {
 
 }  // namespace
 
+// Records are written as they are met; a damaged link is passed over.
 int DumpLearning(const std::string& name, bool json) {
     FileHandle file = OpenExisting(name);
     if (file == nullptr) return 1;
@@ -240,6 +242,7 @@ int CompactLearning(const std::string& name, const std::string& output, bool jso
     return 0;
 }
 
+// A wrong header is a finding; only a file that cannot be opened is an error.
 int CheckLearning(const std::string& name, bool json) {
     FileHandle file = OpenExisting(name);
     if (file == nullptr) return 1;

@@ -100,6 +100,7 @@ void AddPolyglot(CLI::App* command, PolyglotWork work) {
     });
 }
 
+// "export" is C++'s own word, so that command is `leave`.
 void AddBook(CLI::App& app) {
     CLI::App* book = app.add_subcommand("book", "Opening books")->require_subcommand(1);
     AddBookBuild(book);
@@ -238,6 +239,8 @@ int ShowParserText(const CLI::App& app, const CLI::ParseError& error) {
 
 }  // namespace
 
+// The tables of the board are built before the line is parsed, for commands run in
+// parsing.
 int main(int count, char** words) {
     PrepareReport();
     CLI::App app("Tools for Veltramox: books, learning files, statistics, tables",

@@ -48,6 +48,8 @@ bool IsCastling(Move m) {
     return Moving(m) == KING && (To(m) - From(m) == 2 || From(m) - To(m) == 2);
 }
 
+// The format's bits of a legal move; castling as the king's move to its own rook's
+// square.
 std::uint16_t Packed(Move m) {
     const int rook = To(m) > From(m) ? From(m) + 3 : From(m) - 4;
     const int to = IsCastling(m) ? rook : To(m);
@@ -76,6 +78,7 @@ std::uint16_t WeightOf(const BookFile& book, const BookEntry& entry) {
     return static_cast<std::uint16_t>(PointsFor(entry.word));
 }
 
+// The file's bytes.
 std::vector<std::uint8_t> Image(const std::vector<Entry>& entries) {
     std::vector<std::uint8_t> image(kEntrySize * entries.size());
     std::uint8_t* at = image.data();
@@ -210,6 +213,8 @@ bool Visit(Import& import) {
 
 }  // namespace
 
+// The visitor always asks to be called again: positions that differ only in rights share
+// a record here and have keys of their own there.
 int ExportPolyglot(const std::string& name, const std::string& output,
                    const PolyglotKeys& keys, bool json) {
     OpenedBook book;
@@ -247,6 +252,7 @@ int ExportPolyglot(const std::string& name, const std::string& output,
     return 0;
 }
 
+// The map hands the positions over in the order that our index needs.
 int ImportPolyglot(const std::string& name, const std::string& output,
                    const PolyglotKeys& keys, bool json) {
     Import import{.keys = keys};

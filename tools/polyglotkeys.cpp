@@ -17,6 +17,7 @@ constexpr const char* kUsualFiles[] = {"/usr/share/doc/polyglot/book_format.html
                                        "/usr/games/polyglot", "/usr/games/xboard"};
 constexpr std::size_t kLargestFile = std::size_t{1} << 24;  // bytes; more is not read
 
+// The first number of each kind behind those of the men.
 constexpr int kCastlingNumbers = 768;
 constexpr int kEnPassantNumbers = 772;
 constexpr int kTurnNumber = 780;
@@ -43,6 +44,7 @@ struct TestPosition {
     std::uint64_t key;
 };
 
+// The test positions' parts, by way of the board.
 std::vector<TestPosition> TestPositions() {
     std::vector<TestPosition> positions;
     for (const auto& test : kTestKeys) {
@@ -115,6 +117,7 @@ bool FindInText(const std::vector<std::uint64_t>& numbers,
     return false;
 }
 
+// Text is tried first: it is the smaller search.
 bool FindInFile(const std::string& name, PolyglotKeys& keys) {
     std::error_code ignored;
     if (!std::filesystem::is_regular_file(name, ignored)) return false;
@@ -128,6 +131,7 @@ bool FindInFile(const std::string& name, PolyglotKeys& keys) {
            FindInProgram(bytes, tests, keys);
 }
 
+// A man of this kind and colour on the square.
 bool Stands(int square, int code, int colour) {
     return Board.Piece[square] == code &&
            (Board.Occupied[colour] & SquareMask(square)) != 0;

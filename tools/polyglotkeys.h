@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+// The random numbers, [number].
 inline constexpr int kPolyglotNumbers = 781;
 using PolyglotKeys = std::array<std::uint64_t, kPolyglotNumbers>;
 
@@ -32,4 +33,5 @@ bool FindPolyglotKeys(PolyglotKeys& keys, const std::string& name, std::string& 
 // Which numbers, 0 to 780, make up the key of the position on the board: their exclusive
 // or is PolyglotKey.
 std::vector<int> PolyglotKeyParts();
+// The key of the position on the board.
 std::uint64_t PolyglotKey(const PolyglotKeys& keys);

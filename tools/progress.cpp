@@ -49,6 +49,7 @@ void ShowProgress(const char* what, std::uint64_t done, std::uint64_t whole) {
                  static_cast<int>(done * 100 / whole));
 }
 
+// Escape sequence: erase to the end of the line.
 void EndProgress() {
     if (Shown) std::fprintf(stderr, "\r\x1B[K");
     Shown = false;
@@ -65,6 +66,8 @@ std::string DurationText(double seconds) {
     return text;
 }
 
+// The report so far comes out first, so that on a terminal both stand in the order in
+// which they came about.
 int Fail(const std::string& reason) {
     FlushOutput();
     EndProgress();

@@ -10,6 +10,7 @@
 
 namespace {
 
+// The longest line that the export format of PGN allows.
 constexpr std::size_t kLineLength = 79;
 const char* const kResults[] = {"1-0", "0-1", "1/2-1/2", "*"};
 
@@ -60,6 +61,7 @@ RandomGame MakeRandomGame(std::uint64_t number, int maxPlies) {
     return game;
 }
 
+// The tags of the "Seven Tag Roster", which readers may insist on.
 std::string PgnOf(const RandomGame& game, std::uint64_t number) {
     std::string text =
         "[Event \"Random games\"]\n[Site \"?\"]\n[Date \"2024.01.01\"]\n[Round \"" +

@@ -54,6 +54,7 @@ void PrepareReport() {
 #endif
 }
 
+// A failure that has been told keeps its own status.
 int FinishReport(int status) {
     FlushOutput();
     if (!OutputIsLost()) return status;
@@ -63,6 +64,8 @@ int FinishReport(int status) {
 
 void WriteJson(const Json& document) { WriteText(TextOf(document, 0) + '\n'); }
 
+// The line end behind the list's "[" comes with the first element, so that an empty list
+// is written "[]".
 JsonList BeginJsonList(const Json& members, const char* key) {
     WriteText("{\n");
     WriteMembers(members, "", ",\n");

@@ -32,6 +32,7 @@ std::string CheckMark() {
 
 }  // namespace
 
+// Origin and captures are worked out before the move is made, the check mark after it.
 std::string SanOf(Move move) {
     const int from = From(move), to = To(move), piece = Moving(move);
     std::string text;

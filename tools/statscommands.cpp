@@ -136,11 +136,13 @@ void WriteResults(const char* what, const Results& r) {
           static_cast<long long>(r.draws), static_cast<long long>(r.losses), percent);
 }
 
+// Counts alone: shares are the reader's to work out.
 Json JsonOf(const Results& r) {
     return {
         {"games", r.Games()}, {"wins", r.wins}, {"draws", r.draws}, {"losses", r.losses}};
 }
 
+// A pair of materials with the results from the first one's view.
 struct RankedPair {
     int own, other;  // the signature that is worth more stands first
     Results results;
@@ -164,6 +166,8 @@ std::vector<RankedPair> RankPairs(const Counters& counters) {
 
 }  // namespace
 
+// A "B" may stand for two signatures on each side: the results of all combinations add
+// up.
 int QueryStatistics(const std::string& name, const std::string& materials, bool json) {
     Counters counters;
     if (!Load(name, counters)) return 1;
@@ -222,6 +226,8 @@ int TopStatistics(const std::string& name, int count, bool json) {
     return 0;
 }
 
+// The first file's counters become the merged ones. Rescaling keeps the proportions
+// within a pair; how often it was needed is reported.
 int MergeStatistics(const std::string& a, const std::string& b, const std::string& output,
                     bool json) {
     Counters first, second;

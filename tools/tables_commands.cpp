@@ -40,6 +40,7 @@ int EntryNamed(const std::string& name) {
     return entry;
 }
 
+// Every subcommand has a switch of its own, for each has its own record of options.
 void AddJson(CLI::App* command, bool& json) {
     command->add_flag("--json", json, "Write the report as JSON");
 }
@@ -121,6 +122,7 @@ void WriteMade(const MadeTable& table) {
     FlushOutput();
 }
 
+// A table that was there already has no more than its name.
 Json JsonOfMade(const MadeTable& table) {
     Json json = {{"name", EntryOf(table.entry).name}, {"made", table.made}};
     if (!table.made) return json;
@@ -163,6 +165,7 @@ void RunMake(const MakeOptions& options) {
     });
 }
 
+// The default directory is named in the help, as it depends on the environment.
 void AddMake(CLI::App& tables) {
     CLI::App* make = tables.add_subcommand(
         "make", "Make tables and those they need; tables that are there are kept");
@@ -280,6 +283,7 @@ struct CheckCommand {
     bool json = false;
 };
 
+// A fault of the files leaves nothing to compare, and is then all that is said.
 void WriteChecked(const CheckedTable& table) {
     const std::string name(EntryOf(table.entry).name);
     if (!table.fault.empty())
@@ -314,6 +318,7 @@ bool HoldsTables(const fs::path& directory) {
     return false;
 }
 
+// A directory without tables is an error: it is most likely the wrong one.
 void RunCheck(const CheckCommand& check) {
     BuildIndexTables();
     if (!fs::is_directory(check.directory))

@@ -122,6 +122,7 @@ struct NodeSpace {
     }
 };
 
+// Up to five men there is one group of like men at most: two pairs would make six.
 NodeSpace SpaceOf(int entry) {
     NodeSpace space{MenOfTable(entry), ShapeOf(entry).pawns};
     int man = 2;
@@ -229,6 +230,7 @@ struct MoveSummary {
     bool drawn = false;          // one of them draws
 };
 
+// Counts the quiet moves and evaluates the others from the smaller tables.
 MoveSummary SumUp(const Analysis& a, const TablePosition& position,
                   const TableMove* moves, int count) {
     MoveSummary sum;

@@ -312,6 +312,8 @@ std::vector<std::uint8_t> PackBlock(Block block, Parser& parser,
 
 }  // namespace
 
+// Lengths of a whole block are written as 0, for they exceed the bits of their field by
+// one.
 std::vector<std::uint8_t> AssemblePackedFile(const PackedParts& parts) {
     BitWriter bits;
     const auto writeLength = [&](std::size_t length) {
@@ -346,6 +348,7 @@ std::uint32_t RecordedChecksum(const std::vector<std::uint8_t>& file,
     return Get32be(&file[kFixedHeaderSize + 8 * std::size_t{block}]);
 }
 
+// Distances and code are the file's, the blocks then independent of each other.
 std::vector<std::uint8_t> PackTable(const std::vector<std::uint8_t>& values, int jobs) {
     std::vector<Block> blocks;
     for (std::size_t i = 0; i < values.size(); i += kBlockSize)

@@ -12,6 +12,7 @@ int CodeOfType(ManType type) {
     return codes[type];
 }
 
+// [piece code]; kPawn fills the codes that are no man's in a table.
 ManType TypeOfCode(int code) {
     constexpr ManType types[8] = {kPawn, kPawn, kKnight, kPawn,
                                   kPawn, kRook, kBishop, kQueen};
@@ -62,6 +63,7 @@ SquareSet OccupiedSquares(const TableMen& men, const TablePosition& position) {
     return occupied;
 }
 
+// `occupied` may differ from the position's men: it is the board after a move under test.
 bool Attacks(const TableMen& men, const TablePosition& position, int side, int square,
              SquareSet occupied, int without) {
     for (int i = 0; i < men.count; ++i) {
@@ -220,6 +222,8 @@ int LegalTableMoves(const TableMen& men, const TablePosition& position,
     return static_cast<int>(m.next - moves);
 }
 
+// A passed square is known only to positions with a pawn that could take there: others
+// would have two indices.
 TablePosition AfterQuietMove(const TableMen& men, const TablePosition& position,
                              const TableMove& move) {
     TablePosition after = position;
@@ -262,6 +266,7 @@ Conversion LookUp(const TableMen& men, int side, int captured, int promotion) {
 
 }  // namespace
 
+// Kings are never captured, and only men of the other side are.
 ConversionMap ConversionsOf(const TableMen& men) {
     ConversionMap map{};
     for (int side : {WHITE, BLACK})

@@ -40,6 +40,7 @@ TablePosition PositionOfPlacement(const TableMen& men, const TablePlacement& pla
 // The index in the table of these men, in the file of the side to move; kNoIndex where
 // the numbering leaves the placement out. BuildIndexTables must have run.
 std::uint32_t IndexOfPosition(const TableMen& men, const TablePosition& position);
+// The squares of all men.
 SquareSet OccupiedSquares(const TableMen& men, const TablePosition& position);
 
 // ---- Attacks on a given occupancy; the first man met is included ----
@@ -50,6 +51,7 @@ inline SquareSet Ray(int square, SquareSet occupied) {
     if (met == 0) return ray;
     return ray ^ RayFrom(step, step > 0 ? LowestSquare(met) : HighestSquare(met));
 }
+// Attacks of a bishop, rook or queen: all lines but those that the other two do not have.
 inline SquareSet SliderAttacks(int code, int square, SquareSet occupied) {
     SquareSet attacks = 0;
     if (code != BISHOP)
@@ -60,6 +62,8 @@ inline SquareSet SliderAttacks(int code, int square, SquareSet occupied) {
                    Ray<7>(square, occupied) | Ray<-7>(square, occupied);
     return attacks;
 }
+// Attacks of any man; a pawn's are its captures alone, whether or not there is a man to
+// take.
 inline SquareSet ManAttacks(int code, int side, int square, SquareSet occupied) {
     switch (code) {
         case KING:

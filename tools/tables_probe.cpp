@@ -101,6 +101,7 @@ void WriteWords(const TableAnswer& answer) {
     for (std::size_t i = 0; i < answer.line.size(); ++i) UnmakeMove();
 }
 
+// The same for programs, moves as the protocol writes them.
 void WriteAsJson(const TableAnswer& answer) {
     constexpr const char* names[] = {"win", "loss", "draw", "unknown"};
     Json line = Json::array();
@@ -112,6 +113,7 @@ void WriteAsJson(const TableAnswer& answer) {
 
 }  // namespace
 
+// Values count from 32767 down for wins and from -32766 up for losses.
 TableAnswer AskTables() {
     TableAnswer answer;
     int value;

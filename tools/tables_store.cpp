@@ -33,6 +33,7 @@ std::string TableFileName(int entry, int side) {
     return std::string(EntryOf(entry).name) + (black ? ".nbb" : ".nbw");
 }
 
+// A plain file is preferred: it need not be decompressed.
 fs::path FindTableFile(const fs::path& directory, int entry, int side) {
     const std::string name = TableFileName(entry, side);
     const std::size_t dot = name.find('.');
@@ -44,6 +45,7 @@ fs::path FindTableFile(const fs::path& directory, int entry, int side) {
     return {};
 }
 
+// The stem is what stands in front of ".emd"; names that are no table's keep theirs.
 std::string PlainFileName(const fs::path& packed) {
     std::string name = packed.stem().string();
     if (!name.ends_with("nbw") && !name.ends_with("nbb")) return name;
@@ -122,6 +124,7 @@ void TableStore::Load(int entry) {
 
 void TableStore::Drop(int entry) { values[static_cast<std::size_t>(entry)] = {}; }
 
+// An index beyond the values is no error: files end at the last legal position.
 MateDistance TableStore::At(int entry, int side, std::uint32_t index) const {
     if (entry == 0) return kDraw;
     if (ShapeOf(entry).symmetric) side = WHITE;

@@ -15,6 +15,8 @@
 // it loses (1: it is mated).
 using MateDistance = int;
 inline constexpr MateDistance kDraw = 0;
+// kNoDistance: nothing is known, or the position is not legal. kLongestDistance is a loss
+// in 127 moves, as far as a byte per node of the analysis reaches.
 inline constexpr MateDistance kNoDistance = -1;
 inline constexpr MateDistance kLongestDistance = 255;
 constexpr bool IsWin(MateDistance d) { return d > 0 && d % 2 == 0; }
@@ -32,6 +34,7 @@ constexpr int Preference(MateDistance d) {
 
 // ---- Bytes of a table file ----
 inline constexpr std::uint8_t kNoValue = 127;
+// The readers' meaning of a byte, and the way back from a distance.
 MateDistance DistanceOfByte(std::uint8_t byte);  // kNoDistance for kNoValue
 // One distance has no byte, a loss in 127 moves: kNoValue, the readers know those
 // positions.
@@ -46,11 +49,15 @@ std::filesystem::path FindTableFile(const std::filesystem::path& directory, int 
                                     int side);
 // "kpk.nbw" from "kpk.nbw.emd", "kpk_nbw.emd" or "kpknbw.emd".
 std::string PlainFileName(const std::filesystem::path& packed);
+// Both files, or White's of a symmetric entry; always of the two kings. What is in the
+// files is not looked at.
 bool TableIsThere(const std::filesystem::path& directory, int entry);
 // Writes the whole file under a temporary name and renames it: a file that is there is
 // complete, also after a kill. Throws std::runtime_error with a text for the user.
 void WriteWholeFile(const std::filesystem::path& file,
                     const std::vector<std::uint8_t>& data);
+// The bytes as they stand. Throws std::runtime_error for anything but a regular file that
+// can be read.
 std::vector<std::uint8_t> ReadWholeFile(const std::filesystem::path& file);
 // The values of a table file, decompressed when its name ends in ".emd". Throws
 // std::runtime_error when it cannot be read or is damaged.
