@@ -51,6 +51,7 @@ const BookEntry& ChooseByScore(const BookList& list) {
     for (int i = 0; i < list.count; ++i)
         if (!IsRemoved(Book, list.entries[i]))
             best = std::max(best, MoveScore(list.entries[i]));
+    // Scores are per mille, so that the division loses next to nothing.
     const int threshold = best * (100 - Settings.VarietyOfPlay) / 100;
     const BookEntry* kept[kMaxBookEntries];
     int count = 0;

@@ -346,6 +346,7 @@ PgnStatus NextPgnMove(PgnReader& pgn, Move& move) {
                 pgn.gameLost = true;
                 return PgnStatus::TooLong;
             }
+            // Of a lost game tokens are still read, so that its end is found.
             if (pgn.gameLost || SkipEnPassantMark(pgn, raw)) continue;
             if (!IsMark(raw)) return Resolve(pgn, raw, foreign, move);
         } else if (c == '\0' || c == '[') {

@@ -111,6 +111,7 @@ San ParseSan(const char* text) {
     San san;
     char rest[16];
     int length = 0;
+    // As many characters as a token of a game can have.
     for (; *text != '\0' && length < 15; ++text) {
         if (*text == 'x' || *text == ':')
             san.capture = true;
@@ -193,6 +194,7 @@ int ResolveToSquare(const San& san, Move& move) {
         move = m;
         ++count;
     }
+    // Four pieces to promote to: without its letter the text names none of them.
     return promotes && san.promotion == EMPTY ? 4 * count : count;
 }
 

@@ -141,6 +141,7 @@ bool AddLine(BookBuilder& builder, const std::string& moves, std::string& word) 
     while (words >> word) {
         const std::string text = WithoutNumber(word);
         if (text.empty()) continue;
+        // Marks behind the move are the line's comment on it.
         const std::string san = text.substr(0, text.find_last_not_of("!?+#") + 1);
         Move m = NO_MOVE;
         if (san.size() > kPgnTokenLimit || ResolveSan(san.c_str(), m) != 1) return false;
@@ -230,6 +231,7 @@ BookImage FinishBook(BookBuilder& builder, const BuildOptions& options) {
     std::vector<BuiltMove>& moves = builder.slots;
     for (const BuiltMove& m : moves)
         builder.counts.mostGames = std::max(builder.counts.mostGames, m.games);
+    // Free slots go with the moves that are too rare: neither is kept.
     std::erase_if(moves, [&](const BuiltMove& m) { return !IsKept(m, options); });
     std::sort(moves.begin(), moves.end(), ComesBefore);
     BookImage image;

@@ -85,6 +85,7 @@ void CheckRecords(Findings& findings, const BookFile& book) {
         if (i % kProgressEvery == 0) ShowProgress("Checking", i, book.nodes);
     }
     EndProgress();
+    // Sorted by place, only neighbours can be the first to overlap.
     std::sort(extents.begin(), extents.end(),
               [](const Extent& a, const Extent& b) { return a.begin < b.begin; });
     for (std::size_t i = 1; i < extents.size(); ++i)
@@ -109,6 +110,7 @@ void CheckLegality(Findings& findings, const BookFile& book) {
     std::vector<IllegalMove> illegal;
     std::vector<bool> met(book.nodes);
     WalkBook(book, [&](const BookPosition& position) {
+        // Reached again with other rights: moves that are legal now are no fault.
         if (met[position.index])
             return std::erase_if(illegal, [&](const IllegalMove& m) {
                        return m.index == position.index &&
@@ -169,6 +171,7 @@ void CheckContent(Findings& findings, BookFile& book) {
         case BookHeader::Good:
             break;
     }
+    // Nothing behind such a header can be relied on.
     if (BookListsAt(book) > book.size) {
         Report(findings.problems, kBookNodesAt,
                Number(book.nodes) + " positions do not fit into " + Number(book.size) +

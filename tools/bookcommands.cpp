@@ -128,6 +128,7 @@ void DumpAll(JsonList* list, const BookFile& book) {
     for (position.index = 0; position.index < book.nodes; ++position.index) {
         if (visited[position.index]) continue;
         if (!ReadBookRecord(book, position.index, position.record)) break;
+        // A damaged list is shown as empty; "book check" says what is wrong with it.
         if (!ReadBookList(book, position.record.list, position.list))
             position.list.count = 0;
         DumpPosition(list, book, position, false);
@@ -172,6 +173,7 @@ void AddList(std::vector<BookEntry>& entries, const Cursor& cursor) {
     for (int i = 0; i < cursor.list.count; ++i) {
         BookEntry added = cursor.list.entries[i];
         added.word = WordOf(cursor.book, added);
+        // Lists have a few moves: a search through them is quicker than any index.
         const auto same =
             std::find_if(entries.begin(), entries.end(), [&added](const BookEntry& e) {
                 return e.from == added.from && e.to == added.to;
@@ -201,6 +203,7 @@ bool MergeInto(BookImage& image, Cursor& a, Cursor& b) {
                            (stepB == Step::End || !ComesFirst(b.record, a.record));
         const bool takeB = stepB == Step::Position &&
                            (stepA == Step::End || !ComesFirst(a.record, b.record));
+        // Both are taken when they are of the same position.
         const BookRecord record = takeA ? a.record : b.record;
         std::vector<BookEntry> entries;
         if (takeA) AddList(entries, a);

@@ -50,6 +50,7 @@ bool WriteBookImage(const BookImage& image, const std::string& name,
     Put32le(file.data() + kBookVersionAt, 1);
     Put32le(file.data() + kBookNodesAt, image.nodes);
     std::copy(image.index.begin(), image.index.end(), file.begin() + kBookHeaderSize);
+    // Offsets within the lists become offsets of the file.
     for (std::size_t at = kBookHeaderSize + 8; at < listsAt; at += kBookRecordSize)
         Put32le(&file[at], Get32le(&file[at]) + static_cast<std::uint32_t>(listsAt));
     std::copy(image.lists.begin(), image.lists.end(),

@@ -149,6 +149,8 @@ Words SolveKingPawn(bool pawnAlone) {
     };
     for (bool changed = true; changed;) {
         changed = false;
+        // From the seventh rank down: what a pawn's step leads to is mostly known by
+        // then, and few sweeps are needed.
         for (int pawn = H7; pawn >= A2; --pawn)
             for (int kings = 0; kings < 64 * 64 * 2; ++kings) {
                 const PawnEnding e = {pawn, kings >> 7, kings >> 1 & 63,
@@ -358,6 +360,7 @@ Words SolveRookPawn() {
     SolveRookAgainst(Knight, KnightMoves, NoCheckKnight, A1, H8);
     SolveRookAgainst(Queen, QueenMoves, NoCheckQueen, A1, H8);
     Words table(65536, 0);
+    // From the top: a pawn's step leads to a placement that is solved already.
     for (int rank = 6; rank >= 3; --rank)
         for (int file = 4; file < 8; ++file) {
             const int pawn = SquareAt(file, rank);

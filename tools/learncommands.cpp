@@ -64,6 +64,7 @@ void WalkLearning(FileHandle file, const RecordVisitor& visit,
                 break;
             }
             visit(bucket, next, record);
+            // A record's link is its last field.
             link = next + kLearnRecordSize - 4;
             lowest = next + kLearnRecordSize;
             next = record.next;
@@ -88,6 +89,7 @@ void CheckRecord(Findings& findings, std::uint32_t offset, const LearnRecord& re
         Report(findings.problems, offset,
                "no search has the depth " + std::to_string(record.depth));
     const Move m = record.move;
+    // As far as can be said without the position.
     const bool isMove = m >> 21 == 0 && From(m) != To(m) && Moving(m) != EMPTY &&
                         Moving(m) != NO_PIECE && Captured(m) != KING &&
                         Captured(m) != NO_PIECE;
@@ -177,6 +179,7 @@ std::vector<std::uint8_t> Compacted(FileHandle file) {
     WalkLearning(
         file,
         [&](std::uint32_t bucket, std::uint32_t, LearnRecord record) {
+            // The first record of a bucket hangs on the bucket itself.
             if (bucket != current || keys.empty()) {
                 keys.clear();
                 link = kLearnMagicSize + 4 * std::size_t{bucket};

@@ -198,6 +198,7 @@ bool Visit(Import& import) {
         import.entries.cbegin(), import.entries.cend(), key,
         [](const Entry& entry, std::uint64_t k) { return entry.key < k; });
     if (begin == import.entries.cend() || begin->key != key) return false;
+    // Known, but its moves have been followed from where it was met first.
     if (!import.visited.insert(key).second) return true;
     // Not on the stack: a book may be hundreds of moves deep.
     const auto legal = std::make_unique<const LegalMoves>();

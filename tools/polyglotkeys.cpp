@@ -157,6 +157,7 @@ bool MayCastle(int colour, int rook, int rookHasMoved) {
 int EnPassantFile() {
     const int passed = PassedSquare(), S = Board.SideToMove;
     if (passed == kNoSquare) return -1;
+    // The pawn that has stepped stands one rank further on.
     const int pawn = passed + (S == WHITE ? -8 : 8), file = FileOf(pawn);
     const bool beside = (file > 0 && Stands(pawn - 1, PAWN, S)) ||
                         (file < 7 && Stands(pawn + 1, PAWN, S));

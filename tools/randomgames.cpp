@@ -47,6 +47,7 @@ RandomGame MakeRandomGame(std::uint64_t number, int maxPlies) {
     game.result = kResults[std::min<std::uint64_t>(Next(state) % 10 / 3, 3)];
     for (int ply = 0; ply < limit; ++ply) {
         const Move move = RandomMove(state);
+        // Mate or stalemate takes the place of the result that was drawn.
         if (move == NO_MOVE) {
             const int S = Board.SideToMove;
             const bool mated = IsAttacked(ChangeSide(S), Board.KingSquare[S]);

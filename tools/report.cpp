@@ -48,6 +48,7 @@ void WriteMembers(const Json& members, const char* before, const char* after) {
 void PrepareReport() {
     KeepWorkingWithoutOutput();
 #ifndef _WIN32
+    // Writing to a closed pipe is to be an error like others, not the end.
     std::signal(SIGPIPE, SIG_IGN);
     for (int stream = 0; stream <= 2; ++stream)
         if (fcntl(stream, F_GETFD) < 0) open("/dev/null", O_RDONLY);

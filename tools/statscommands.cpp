@@ -100,6 +100,8 @@ std::vector<int> SignaturesOf(const std::string& letters) {
                 return {};
         }
     std::vector<int> signatures;
+    // A bishop of unknown colour is tried on both; a side counts one on each colour at
+    // most.
     for (int onLight = 0; onLight <= bishops; ++onLight) {
         const int l = light + onLight, d = dark + bishops - onLight;
         if (l <= 1 && d <= 1 && knights <= 2 && rooks <= 2 && queens <= 1 && pawns <= 8)

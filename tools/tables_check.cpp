@@ -30,6 +30,7 @@ std::string FaultOfPacked(const fs::path& path) {
     if (const int error = OpenCompressedTable(file.get(), table))
         return error == kBlockReadError ? "its header is cut off"
                                         : "its header is damaged";
+    // The records of the blocks are not kept by the reader.
     const std::vector<std::uint8_t> whole = ReadWholeFile(path);
     std::vector<std::uint8_t> block(kBlockSize);
     for (std::uint32_t b = 0; b < table->blocks; ++b) {
@@ -137,6 +138,8 @@ void CompareSide(const Comparison& c, int side, const CheckOptions& options,
     std::mutex mutex;
     ForEachPiece(options.jobs, values / step, 4096,
                  [&](std::uint64_t begin, std::uint64_t end) {
+                     // Counted privately: a shared counter for every position would slow
+                     // the threads down.
                      std::uint64_t ownCompared = 0;
                      for (std::uint64_t n = begin; n < end; ++n) {
                          const auto index = static_cast<std::uint32_t>(n * step);
@@ -173,6 +176,7 @@ CheckedTable CheckTable(int entry, const CheckOptions& options, TableStore& stor
     const TableMen men = MenOfTable(entry);
     const Comparison c{men, ConversionsOf(men), store};
     const std::vector<int> needed = TablesReachedFrom(c.conversions);
+    // What the last table needed and this one does not.
     for (int other = 1; other < kTableEntries; ++other)
         if (other != entry &&
             std::find(needed.begin(), needed.end(), other) == needed.end())
@@ -181,6 +185,7 @@ CheckedTable CheckTable(int entry, const CheckOptions& options, TableStore& stor
         try {
             store.Load(other);
         } catch (const std::runtime_error& error) {
+            // Not this table's fault: it cannot be told whether its values are right.
             result.notCompared = error.what();
             return result;
         }

@@ -82,6 +82,8 @@ std::string DefaultDirectory() {
 // nobody writes: a directory of the player's own takes its place, with the same tables.
 void MakeOwn(const fs::path& directory) {
     if (!fs::is_symlink(directory)) return;
+    // Complete beside the link before the link goes, so that no failed copy costs the
+    // tables.
     const fs::path copy = directory.string() + ".new";
     fs::remove_all(copy);
     fs::create_directories(copy);
@@ -210,6 +212,7 @@ std::vector<fs::path> TableFilesOf(const std::vector<std::string>& paths, bool p
             files.push_back(path);
             continue;
         }
+        // Other files of a directory are passed over; one that is named must be a table.
         for (const fs::directory_entry& entry : fs::directory_iterator(path))
             if (entry.is_regular_file() && wanted(entry.path()))
                 files.push_back(entry.path());

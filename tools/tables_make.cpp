@@ -80,6 +80,7 @@ struct NodeSpace {
     std::uint64_t Size() const { return std::uint64_t{pawns ? 32u : 16u} << ShiftOf(0); }
     int ShiftOf(int man) const { return 6 * (men.count - 1 - man); }
     // What brings the king to its quarter or half.
+    // Mirroring squares is an exclusive or: 7 turns the files round, 56 the ranks.
     int MaskOf(int king) const {
         return (FileOf(king) > 3 ? 7 : 0) ^ (!pawns && RankOf(king) > 3 ? 56 : 0);
     }
@@ -144,6 +145,7 @@ struct Outlook {
     double whole = 0, done = 0;  // of all tables, and of those that are finished
     int position = 0, total = 0;
 
+    // Since the work began.
     double Seconds() const {
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
             .count();
@@ -282,6 +284,8 @@ void AddEnPassantNodes(Analysis& a, const TablePosition& position, Node node,
         if (men.man[victim].code != PAWN || men.man[victim].side == position.side ||
             RankOf(position.square[victim]) != stepRank)
             continue;
+        // Without a taker the square is not part of a position: files number such
+        // positions only where a pawn stands beside.
         bool beside = false;
         for (int i = 2; i < men.count; ++i)
             beside |= men.man[i].code == PAWN && men.man[i].side == position.side &&
@@ -297,6 +301,8 @@ void Classify(Analysis& a, Node node, int side) {
     SideNodes& nodes = a.side[side];
     TablePosition position{{}, static_cast<std::uint8_t>(side), kNoEnPassant};
     a.space.Squares(node, position);
+    // Nodes out of order are illegal as well, so that no later stage meets a position
+    // twice.
     if (a.space.IsDuplicate(position) || !IsLegalPosition(a.space.men, position)) {
         nodes.open[node] = kIllegal;
         return;
@@ -306,6 +312,8 @@ void Classify(Analysis& a, Node node, int side) {
     const MoveSummary sum = SumUp(a, position, moves, count);
     if (HasEnPassant(ShapeOf(a.space.men.entry)))
         AddEnPassantNodes(a, position, node, count);
+    // Not won by a conversion: the longest loss is what counts once no move is open any
+    // more.
     MateDistance distance = IsWin(sum.best) ? sum.best : sum.worst;
     // A draw in hand is a move that stays open for ever.
     int open = sum.quiet + (sum.drawn ? 1 : 0);
@@ -456,6 +464,8 @@ void SpreadDistance(Analysis& a, int side, MateDistance distance) {
                  [&](std::uint64_t begin, std::uint64_t end) {
                      const std::uint8_t* data = nodes.distance.data();
                      for (std::uint64_t i = begin; i < end; ++i) {
+                         // Most nodes have another distance: the library's search passes
+                         // over them fastest.
                          const void* hit = std::memchr(data + i, distance, end - i);
                          if (hit == nullptr) return;
                          i = static_cast<std::uint64_t>(

@@ -74,6 +74,7 @@ std::vector<Block> Sample(const std::vector<Block>& blocks, std::size_t count) {
 std::size_t Savings(Block block, std::size_t distance, std::vector<std::uint8_t>& covered,
                     bool mark) {
     std::size_t saved = 0, fresh = 0, length = 0;
+    // One step beyond the end closes a match that reaches it.
     for (std::size_t i = distance; i <= block.size(); ++i) {
         if (i < block.size() && block[i] == block[i - distance]) {
             ++length;
@@ -106,6 +107,7 @@ std::size_t RunsAt(Block block, std::size_t distance) {
     const std::uint8_t* before = block.data();
     std::uint32_t runs = 0;
     for (std::size_t i = 0; i + distance + 3 < block.size(); ++i)
+        // Without branches, so that the compiler can use vector instructions.
         runs += (now[i] == before[i]) & (now[i + 1] == before[i + 1]) &
                 (now[i + 2] == before[i + 2]) & (now[i + 3] == before[i + 3]);
     return runs;
@@ -233,6 +235,7 @@ struct Parser {
         std::array<std::size_t, kDistances> match{};  // length of the match from i on
         cost[block.size()] = 0;
         for (std::size_t i = block.size(); i-- > 0;) {
+            // A literal is always possible; matches must be cheaper.
             cost[i] = costs.symbol[block[i]] + cost[i + 1];
             step[i] = {0, 0};
             for (std::size_t d = 0; d < kDistances; ++d) {
@@ -286,6 +289,7 @@ std::vector<std::uint8_t> ChooseCode(
     Costs costs = FirstCosts();
     for (int pass = 0; pass < 2; ++pass) {
         counts = CountSymbols(sample, distance, costs, jobs);
+        // Bytes that occur anywhere in the file, not just in the sample.
         for (const Block block : blocks)
             for (const std::uint8_t byte : block) counts[byte] |= 1;
         costs = CostsOf(CodeLengths(counts, kLongestCode));

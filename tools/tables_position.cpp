@@ -256,6 +256,7 @@ Conversion LookUp(const TableMen& men, int side, int captured, int promotion) {
         --pawns;
         ++counts[static_cast<std::size_t>(5 * side + TypeOfCode(promotion) - kPawn)];
     }
+    // The list has each pair of sides once, whichever of the two is White.
     for (int entry = 0; entry < kTableEntries; ++entry) {
         const MenCounts listed = CountsOf(ShapeOf(entry));
         if (listed == counts) return {entry, false};
@@ -299,6 +300,7 @@ std::uint32_t IndexAfterConversion(const TableMen& men, const TablePosition& pos
                                    const TableMove& move, const Conversion& conversion,
                                    int& tableSide) {
     std::uint8_t list[2][kListSize];
+    // [side][kind]: slots filled.
     std::uint8_t used[2][kManTypes] = {};
     for (int i = 0; i < men.count; ++i) {
         if (i == move.captured) continue;
