@@ -58,7 +58,8 @@ bool KingIsSafeAfter(Move m) {
     return true;
 }
 
-// Castling is legal, the right included.
+// Castling is legal, the right included. The flags alone do not tell of a rook that was
+// taken at home, so rook and king are looked for on their squares.
 bool CastlingIsLegal(bool castlesShort) {
     const int S = Board.SideToMove, O = ChangeSide(S);
     const int king = S == WHITE ? E1 : E8, step = castlesShort ? 1 : -1;

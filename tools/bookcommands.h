@@ -25,12 +25,13 @@ int CheckBook(const std::string& name, bool json);
 int MergeBooks(const std::string& a, const std::string& b, const std::string& output,
                bool json);
 
-// A book that is closed wherever a command ends.
+// A book that is closed wherever a command ends, by an exception too.
 struct OpenedBook : BookFile {
     OpenedBook() = default;
     ~OpenedBook() { CloseBookFile(*this); }
     OpenedBook(const OpenedBook&) = delete;
     OpenedBook& operator=(const OpenedBook&) = delete;
 };
-// Opens a book whose header is good; otherwise says why not.
+// Opens a book whose header is good and whose index is complete; otherwise says why not
+// on standard error.
 bool OpenForReading(OpenedBook& book, const std::string& name);

@@ -182,7 +182,9 @@ struct Solution {
 Solution Knight, Queen, Pawn;
 SquareSet BareLost[64][64];  // the same as manLost with the man taken, [rook][king]
 
-// With the man gone, the rook wins unless it falls at once or stalemates.
+// With the man gone, the rook wins unless it falls at once or stalemates: the squares of
+// the lone king, not beside the other king, from which it cannot take an unprotected
+// rook, and where it is in check or has a step that the rook does not forbid.
 SquareSet SolveBare(int rook, int king) {
     const SquareSet checked = RookHits(rook, SquareMask(king));
     const SquareSet near = KingSteps(king) | SquareMask(king);
@@ -273,7 +275,8 @@ Replies QueenMoves(int rook, int king, int man) {
     return replies;
 }
 
-// Promotion to a rook or a bishop saves nothing that a queen or a knight does not.
+// Promotion to a rook or a bishop saves nothing that a queen or a knight does not. Pawns
+// stand on rank 4 or beyond: there is no double step.
 Replies PawnMoves(int rook, int king, int man) {
     Replies replies;
     if (Contains(PawnHits(man), rook)) replies.AddCapture();
@@ -325,6 +328,7 @@ SquareSet ManSideLost(const Solution& known, ManMoves moves, NoCheck noCheck, in
     if (stuck == 0) return 0;
     const Replies replies = moves(rook, king, man);
     const SquareSet checked = RookHits(rook, SquareMask(king) | SquareMask(man));
+    // Without any move and without check it is stalemate, no loss.
     return stuck & ~replies.saving & (replies.any | Grow(QuietSquares[here]) | checked);
 }
 
@@ -415,6 +419,8 @@ int main(int argc, char** argv) {
     }
     const Words kingPawn = SolveKingPawn(false), alone = SolveKingPawn(true);
     const Words rookPawn = SolveRookPawn();
+    // All are verified before the first mismatch ends it: the report then shows which
+    // differ.
     bool exact = Verify(kingPawn, kKingPawn);
     exact = Verify(alone, kKingPawnAlone) && exact;
     exact = Verify(rookPawn, kRookPawn) && exact;

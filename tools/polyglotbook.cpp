@@ -59,7 +59,9 @@ std::uint16_t Packed(Move m) {
                                       (promotion - std::begin(kPromotions)) << 12);
 }
 
-// The legal move; NO_MOVE when there is none. Some writers castle by the king's squares.
+// The legal move that the format's bits name; NO_MOVE when there is none. Some writers
+// castle by the king's squares. Comparing with all legal moves needs no trust in the
+// file.
 Move Unpacked(const LegalMoves& legal, std::uint16_t packed) {
     for (const Move m : legal) {
         if (Packed(m) == packed) return m;
@@ -162,7 +164,8 @@ bool VisitAfter(Import& import, Move m) {
     return known;
 }
 
-// A position that the book does not have: its positions may lie one move behind it.
+// A position that the book does not have: its positions may lie one move behind it. This
+// is how books of one side's moves alone are followed.
 void VisitReplies(Import& import, Move m) {
     MakeMove(m);
     const auto replies = std::make_unique<const LegalMoves>();

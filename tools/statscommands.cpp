@@ -68,8 +68,8 @@ Results Sum(const Results& a, const Results& b) {
 
 // ---- Materials as text ----
 
-// All signatures that the letters can stand for: two when it says "B" once. Empty when
-// they stand for no material that is counted.
+// All signatures (weights as in MaterialSignature) that the letters can stand for: two
+// when they say "B" once. Empty when they stand for no material that is counted.
 std::vector<int> SignaturesOf(const std::string& letters) {
     int pawns = 0, knights = 0, bishops = 0, light = 0, dark = 0, rooks = 0, queens = 0;
     for (const char c : letters) switch (ToLower(c)) {

@@ -152,6 +152,7 @@ void CompareSide(const Comparison& c, int side, const CheckOptions& options,
                          const MateDistance stored = c.store.At(entry, side, index);
                          const MateDistance expected = ValueFromMoves(c, position);
                          if (stored == expected && stored != kNoDistance) continue;
+                         // The one value that a file cannot hold.
                          if (stored == kNoDistance && HasNoByte(expected)) continue;
                          ++wrong;
                          const std::lock_guard lock(mutex);

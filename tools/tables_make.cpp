@@ -59,7 +59,8 @@ struct SideNodes {
 
 // A position in which a pawn has just made a double step past an enemy pawn. What it is
 // worth follows from the same position without the right to capture and from the
-// captures; only the double step leads to it.
+// captures; only the double step leads to it. Such positions are few beside the others:
+// they stand in a list and not in arrays of their own.
 struct EnPassantNode {
     Node node;             // the position without the right
     std::uint8_t victim;   // the pawn that made the step
@@ -259,6 +260,7 @@ void AddEnPassantNode(Analysis& a, const TablePosition& position, Node node, int
     TablePosition with = position;
     with.enPassant = static_cast<std::uint8_t>(position.square[victim] +
                                                (position.side == WHITE ? 8 : -8));
+    // The men are those of a legal position, but the pawn's way may be blocked.
     if (!IsLegalPosition(men, with)) return;
     TableMove moves[kMostTableMoves];
     const int count = LegalTableMoves(men, with, moves);
@@ -438,6 +440,7 @@ bool SettlesAt(const SideNodes& nodes, const EnPassantNode& e, MateDistance dist
     const int other = nodes.distance[e.node];
     const bool otherLost =
         IsLoss(other) && other <= distance && IsSettled(nodes, e.node, other);
+    // The longer of the two losses has come up now.
     return otherLost && (other == distance || e.capture == distance) &&
            e.capture <= distance;
 }
