@@ -80,8 +80,8 @@ void OpenPgn(PgnReader& pgn, PgnSource source, void* from);
 // Closes the file, if it is one that is read.
 void ClosePgn(PgnReader& pgn);
 // Goes on to the next game, whatever is left of this one, and reads its tags; false when
-// the file has no more. Sets `result` and `hasFen`. The board is not touched: the caller
-// sets up where the game begins.
+// the file has no more. Sets `result`, `hasFen` and `fen`. The board is not touched: the
+// caller sets up where the game begins.
 bool NextPgnGame(PgnReader& pgn);
 // The board must stand where the moves delivered so far have led; it is read and stays.
 // `move` is good only with Found; with the other three kinds of token `token` and
