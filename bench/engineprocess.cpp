@@ -21,6 +21,7 @@ namespace {
     std::exit(EXIT_FAILURE);
 }
 
+// Never negative, which would make poll wait without end.
 int MillisecondsLeft(BenchClock::time_point deadline) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
         deadline - BenchClock::now());
@@ -81,6 +82,7 @@ std::string WaitForLine(EngineProcess& engine, const std::string& prefix,
     const auto deadline = BenchClock::now() + std::chrono::milliseconds(milliseconds);
     for (;;) {
         std::size_t end;
+        // Lines that came together with an earlier one are looked at before more is read.
         while ((end = engine.buffer.find('\n')) != std::string::npos) {
             std::string line = engine.buffer.substr(0, end);
             engine.buffer.erase(0, end + 1);
@@ -95,6 +97,7 @@ std::string WaitForLine(EngineProcess& engine, const std::string& prefix,
     }
 }
 
+// The end of its input is a second request to end, for an engine that is deaf to "quit".
 bool StopEngine(EngineProcess& engine) {
     SendText(engine, "quit\n");
     close(engine.toEngine);

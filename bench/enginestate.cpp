@@ -1,3 +1,4 @@
+// Preparation that every benchmark program shares.
 #include "bench/enginestate.h"
 
 #include "driver/input.h"

@@ -24,6 +24,7 @@ constexpr int kBenchDepth = 10;  // plies of the last iteration, as shown to the
     std::exit(EXIT_FAILURE);
 }
 
+// The user's text may be no position at all: that ends the program with a line.
 void SetPosition(const char* fen) {
     if (!SetFen(fen)) Fail("bad FEN");
 }
@@ -64,6 +65,7 @@ void BenchPerft(int depth, const char* fen, bool divide) {
     const int end = Generated.MoveStackTop;
     for (int i = 0; i < end; ++i) {
         MakeMove(Generated.MoveStack[i]);
+        // A first move is a leaf itself at depth 1.
         const std::int64_t below = depth == 1 ? 1 : Perft(depth - 1, end);
         UnmakeMove();
         leaves += below;

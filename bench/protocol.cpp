@@ -93,6 +93,7 @@ constexpr int kMostPlies = 240;
 constexpr int kRandomPlies = 6;    // openings differ
 constexpr int kOpponentDepth = 4;  // plies, exclusive
 
+// Counts of one time control, filled by EngineMove and PlayGame.
 struct Tally {
     int games = 0, moves = 0, losses = 0;
     double worstOverrun = 0;  // ms beyond the clock; 0 when there is none
@@ -124,10 +125,12 @@ Move EngineMove(EngineProcess& engine, const TimeControl& control, double& clock
            answer.find('{') == std::string::npos)
         answer = WaitForLine(engine, "", kPatience);
     const double elapsed = Milliseconds(BenchClock::now() - start);
+    // A result line such as "1-0 {White mates}" has the game's end in braces.
     if (answer.find('{') != std::string::npos) return NO_MOVE;
     clock -= elapsed;
     ++tally.moves;
     tally.leastLeft = std::min(tally.leastLeft, clock);
+    // No answer within the patience counts as a loss as well.
     if (clock < 0 || answer.empty()) {
         ++tally.losses;
         tally.worstOverrun = std::max(tally.worstOverrun, -clock);

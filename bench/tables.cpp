@@ -68,6 +68,7 @@ std::uint32_t PutRandomPosition(const TableMen& men, std::mt19937& random) {
     }
 }
 
+// Of an even number the upper one of the two in the middle.
 double MedianOf(std::vector<double> times) {
     const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
     std::nth_element(times.begin(), middle, times.end());
@@ -128,6 +129,7 @@ int RunTablesBenchmark(const char* directory) {
         WriteWholeFile(packed.path / (TableFileName(entry, side) + ".emd"),
                        PackTable(LoadTableFile(FindTableFile(source, entry, side)), 1));
 
+    // One probe before the measured ones reads the block in.
     const auto warm = [&](std::uint32_t) {
         int value;
         ProbeTablebase(ChangeSide(Board.SideToMove), value);

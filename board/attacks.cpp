@@ -10,6 +10,8 @@ constexpr int kMaxExchanges = 64;
 
 // Sliders of either colour behind `from` on its line to `to`: with `from` gone they join
 // the exchange. Men used up earlier stand between `to` and `from` and are not met.
+// An x-ray: only sliders that move along the line count, straight ones on ranks and
+// files. A knight's square shares no line with `to` and uncovers nothing.
 inline SquareSet UncoveredBehind(int to, int from) {
     const int step = Direction[to][from];
     const int file = FileOf(from), rank = RankOf(from);
@@ -82,6 +84,7 @@ int StaticExchange(int to, int from) {
     gain[0] = PieceValue[Board.Piece[to]];
     // What the next capture wins: the man that has just landed.
     int onSquare = PieceValue[Board.Piece[from]];
+    // The first capture is made already: its man is gone from `from`.
     SquareSet attackers = (AttackersOf(to) & ClearMask(from)) | UncoveredBehind(to, from);
     int side = ChangeSide(Board.SideToMove);
     int n = 1;

@@ -41,6 +41,7 @@ bool LacksMatingMaterial(int c) {
            (Board.Bishops[c] == 0 || Board.Material[c] < kOneMinor);
 }
 
+// The set that a kind of man is kept in, to be changed through the pointer.
 SquareSet* SetOf(int colour, int code) {
     switch (code) {
         case PAWN:
@@ -70,6 +71,8 @@ void ToggleLines(int square) {
 
 // Puts a man on the square (sign 1) or takes it off (sign -1); kings' squares apart.
 void ChangeMan(int square, int colour, int code, int sign) {
+    // Kings have keys, piece-square rows and lines like all men, but no material: both
+    // sides always have one.
     Board.hash1 ^= HashKeys1[colour][code][square];
     Board.hash2 ^= HashKeys2[colour][code][square];
     if (code != KING) Board.Material[colour] += sign * PieceValue[code];
@@ -107,6 +110,7 @@ void ChangeMan(int square, int colour, int code, int sign) {
 }
 
 // Applies an operation to every array of the history stack.
+// A new array of the history belongs here, in ArchivedMove and in both functions below.
 template <typename Operation>
 void ForEachHistory(Operation operation) {
     // Each history array alike, so that none is forgotten when the stack shifts.
@@ -274,6 +278,7 @@ void PlayGameMove(Move m) {
     MakeMove(m);
 }
 
+// The chunk comes back before a repetition count could look below the stack's bottom.
 void TakeBackGameMove() {
     Board.SideToMove = ChangeSide(ColourOn(To(LastMove())));
     UnmakeMove();

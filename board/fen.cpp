@@ -92,6 +92,7 @@ bool SetEnPassant(std::string_view field) {
 
 // ---- Writing: each part appends to the text and returns its new end ----
 // Rank 8 first, runs of empty squares as digits.
+// At most 71 characters: 64 squares and seven slashes.
 char* AppendPlacement(char* text) {
     for (int rank = 7; rank >= 0; --rank) {
         int empty = 0;

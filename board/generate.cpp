@@ -26,6 +26,7 @@ constexpr int kEvasionPromotions[4] = {QUEEN, ROOK, KNIGHT, BISHOP};
 
 // Where pawns of a colour stand and go. `corner` is the one square of the last rank that
 // the unconditional promotion captures leave out.
+// Ranks are rank indices 0..7, as RankOf gives them.
 template <int S>
 struct PawnGeometry;
 template <>
@@ -70,6 +71,8 @@ inline void AppendPieceMoves(SquareSet men, int piece, SquareSet targets,
 
 inline SquareSet KnightSquares(int square) { return KnightAttacks[square]; }
 
+// One pawn move for each piece, all onto `to`, which a capture leaves occupied for them
+// all.
 inline void AppendPromotions(int from, int to, const int (&order)[4]) {
     for (const int promotion : order)
         Append(MakeWord(from, to, PAWN, Board.Piece[to], promotion));
@@ -102,6 +105,7 @@ void GenerateCapturesOf(SquareSet targets) {
         targets | (Board.Occupied[O] & Geometry::promotionTargets);
     for (SquareSet pawns = Board.Pawns[S]; pawns != 0;) {
         const int from = TakePawn<S>(pawns);
+        // A set: the left and the right capture come in square order.
         SquareSet to = PawnAttacks[S][from] & pawnTargets;
         if (RankOf(from) == Geometry::seventhRank)
             while (to != 0) AppendPromotions(from, TakeLowest(to), kPromotions);
@@ -125,6 +129,7 @@ struct CastlingWing {
     SquareSet empty;
     int crossed, target;
 };
+// [colour]; the long wing's knight square must be empty but may be attacked.
 constexpr CastlingWing kShortWing[2] = {
     {CASTLE_WHITE_SHORT, H1, SquareMask(F1) | SquareMask(G1), F1, G1},
     {CASTLE_BLACK_SHORT, H8, SquareMask(F8) | SquareMask(G8), F8, G8},
@@ -229,6 +234,8 @@ bool KillerIsValid(Move m) {
 
 // Ordering score of the capture at `i` of a list that began at `start`. Captures of one
 // man by like men score alike, which saves exchange evaluations.
+// The hash move has been searched before the stage began: it goes to the end, where it is
+// skipped. Exchange values are in centipawns and thus far below any winning capture.
 std::int32_t CaptureScore(int i, int start, Move hashMove) {
     const Move m = Generated.MoveStack[i];
     if (m == hashMove) return kHashMoveScore;
@@ -412,6 +419,7 @@ bool GenerateQuiesce(int threshold, Move hashMove) {
     else
         AppendQueenPushes<BLACK>();
 
+    // Within one list only: the board is the same for all its moves.
     LastExchange last;
     int kept = start;
     const auto keep = [&kept](Move m, int score) {
@@ -421,6 +429,7 @@ bool GenerateQuiesce(int threshold, Move hashMove) {
     };
     for (int i = start; i < Generated.MoveStackTop; ++i) {
         const Move m = Generated.MoveStack[i];
+        // At its first node the quiescence search has tried the hash move already.
         if (!inner && m == hashMove) continue;
         if (Captured(m) == KING) return true;
         const bool enPassant = !CapturesOrPromotes(m);
@@ -474,12 +483,15 @@ bool LeavesKingSafe(Move m, int S) {
 
 // For a side not in check: only king moves, moves of pinned men off the line and en
 // passant can expose the king. Castling has had its squares tested.
+// The king's step is tested with the king still on its square: that hides no attack,
+// since a slider behind it would be giving check now.
 bool IsLegalOutOfCheck(Move m, int S, SquareSet pinned) {
     const int from = From(m), to = To(m);
     if (Moving(m) == KING)
         return FileDistance(from, to) == 2 || !IsAttacked(ChangeSide(S), to);
     if ((pinned & SquareMask(from)) != 0) {
         const int king = Board.KingSquare[S];
+        // On the same line and on the same side of the king; a knight never is.
         if (Direction[from][king] != Direction[to][king]) return false;
     }
     return !IsEnPassant(m) || LeavesKingSafe(m, S);
@@ -526,6 +538,7 @@ void GenerateQuiet() {
         GenerateQuietOf<BLACK>(true);
 }
 
+// A valid killer may still leave the king attacked, as every pseudo-legal move may.
 void AddKillerIfValid(Move m) {
     const bool valid =
         Board.SideToMove == WHITE ? KillerIsValid<WHITE>(m) : KillerIsValid<BLACK>(m);
@@ -616,6 +629,7 @@ void GenerateLegalMoves(int start) {
     Generated.MoveStackTop = kept;
 }
 
+// Four passes at once: each entry is loaded and stored once instead of four times.
 void SelectMoves(int first, int end) {
     static_assert(kSelectedAtOnce == 4);
     if (end - first < kSelectedAtOnce) {

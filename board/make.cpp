@@ -155,6 +155,8 @@ inline void ChangeEnPassantPawn(int square, int sign) {
 }
 
 // The promoted piece appears in place of the pawn (sign 1), or goes (sign -1).
+// Piece-square sums and keys are the caller's: only making a move changes them, unmaking
+// reloads them.
 template <int S>
 inline void ChangePromoted(int promotion, int to, int sign) {
     ChangePiece(S, promotion, to, sign);
@@ -187,6 +189,8 @@ inline void MakePawnMove(Move m) {
 }
 
 // The rook's part of castling, made or unmade: all but keys and piece-square sums.
+// The corner's flag stays as it is: with the king's flag set no right is left on either
+// wing.
 template <int S>
 inline void MoveCastlingRook(int from, int to) {
     const SquareSet both = SquareMask(from) | SquareMask(to);
@@ -235,6 +239,7 @@ inline void UnmakeKingMove(int from, int to, int packed) {
 }
 
 // Sets of a knight, bishop, rook or queen that moves either way between two squares.
+// The same exclusive-or moves a man there and back.
 template <int S>
 inline void ShiftPiece(int piece, SquareSet fromTo) {
     switch (piece) {
@@ -272,6 +277,7 @@ void MakeMoveOf(Move m) {
     Board.PositionalHistory[WHITE][ply] = Board.Positional[WHITE];
     Board.PositionalHistory[BLACK][ply] = Board.Positional[BLACK];
 
+    // Castling counts as a plain king move; a lost right does not start the count anew.
     Board.FiftyCounter = captured != 0 || piece == PAWN ? 0 : Board.FiftyCounter + 1;
 
     const SquareSet fromTo = SquareMask(from) | SquareMask(to);
@@ -279,6 +285,7 @@ void MakeMoveOf(Move m) {
     Board.Piece[from] = EMPTY;
     Board.Piece[to] = static_cast<std::uint8_t>(piece);
     ToggleLines(from);
+    // The target of a capture was occupied and stays so.
     if (captured == 0) ToggleLines(to);
     ToggleKeys(S, piece, from);
     ToggleKeys(S, piece, to);

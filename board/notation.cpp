@@ -2,6 +2,7 @@
 
 std::string SquareText(int square) { return {FileLetter(square), RankDigit(square)}; }
 
+// The fifth character is cleared as well: a caller may put the promoted piece there.
 void MoveToTextWithoutPromotion(char (&text)[kMoveTextSize], Move m) {
     text[0] = FileLetter(From(m));
     text[1] = RankDigit(From(m));

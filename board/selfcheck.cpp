@@ -44,6 +44,8 @@ struct Rebuilt {
     std::uint32_t hash1 = 0, hash2 = 0, pawnHash1 = 0, pawnHash2 = kEmptyPawnHash2;
 };
 
+// By or-ing bits in, not by toggling: the order of men does not matter, and a man met
+// twice would not vanish.
 void AddMan(Rebuilt& r, int square, int c, int code) {
     r.sets[c][code] |= SquareMask(square);
     r.files[FileOf(square)] |= 1u << RankOf(square);
@@ -77,6 +79,7 @@ Rebuilt Rebuild() {
     return r;
 }
 
+// What is kept by colour. The index in a message is the colour's number.
 void CompareColour(const Rebuilt& r, int c) {
     const SquareSet* sets = r.sets[c];
     Expect("Pawns", c, Board.Pawns[c], sets[PAWN]);

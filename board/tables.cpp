@@ -108,6 +108,7 @@ void BuildDistances() {
         for (int b = 0; b < 64; ++b)
             Lookup.Distance[a][b] = Byte(std::max(std::abs(FileOf(a) - FileOf(b)),
                                                   std::abs(RankOf(a) - RankOf(b))));
+        // Each round's frontier is what one more knight move reaches for the first time.
         SquareSet seen = SquareMask(a), frontier = seen;
         for (int moves = 0; frontier != 0; ++moves) {
             SquareSet next = 0;
@@ -144,6 +145,7 @@ void BuildPawnMasks(int square) {
 void BuildPawnSquares(int square) {
     const int f = FileOf(square), r = RankOf(square);
     if (r == 0 || r == 7) return;
+    // Moves to promotion, by colour.
     const int moves[2] = {7 - r - (r == 1 ? 1 : 0), r - (r == 6 ? 1 : 0)};
     for (int colour : {WHITE, BLACK})
         for (int wide : {0, 1}) {
@@ -201,6 +203,8 @@ void BuildWingTables() {
             const int hi = Lookup.FromHigh8[a], lo = Lookup.FromLow8[a];
             const int cHi = Lookup.FromHigh8[c & ~(128 >> hi)],
                       cLo = Lookup.FromLow8[c & ~(128 >> lo)];
+            // hi and lo are the outermost files to the left and to the right, 0 for the
+            // a-file.
             const int most = hi == lo ? 1 : 2;
             Lookup.OutsideWings[a * 256 + c] =
                 Byte(std::min(most, (hi < cHi - 1 ? 1 : 0) + (lo > cLo + 1 ? 1 : 0)));
@@ -224,6 +228,7 @@ void BuildKnightCatch() {
     for (int p = A2; p <= H7; ++p)
         for (int n = 0; n < 64; ++n) {
             SquareSet caught = 0;
+            // Down to the promotion square itself.
             for (int j = 1, pawn = p; pawn >= 0; ++j, pawn -= 8) {
                 SquareSet intercept = 0;
                 for (SquareSet jumps = Lookup.KnightAttacks[n]; jumps != 0;) {

@@ -110,6 +110,7 @@ int DecodeBlock(const CompressedTable& table, const std::uint8_t* data, std::siz
         const std::size_t distance =
             table.distance[static_cast<std::size_t>(match / kLengthClasses)];
         const std::size_t count = MatchLength(reader, match % kLengthClasses);
+        // A match must begin within this block and end in it: blocks are decoded alone.
         if (distance == 0 || distance > done || count > length - done)
             return kBlockBroken;
         // Byte by byte: a match that overlaps its own copy repeats a pattern.
@@ -117,11 +118,13 @@ int DecodeBlock(const CompressedTable& table, const std::uint8_t* data, std::siz
         for (std::size_t i = 0; i < count; ++i) to[i] = *(to + i - distance);
         done += count;
     }
+    // Zeros that the reader invented beyond the end make no valid block.
     return reader.Overrun() ? kBlockBroken : 0;
 }
 
 }  // namespace
 
+// Table-driven, one byte a step, from 0 and without a final inversion.
 std::uint32_t HeaderChecksum(const std::uint8_t* data, std::size_t size) {
     std::uint32_t c = 0;
     for (std::size_t i = 0; i < size; ++i)
@@ -129,6 +132,7 @@ std::uint32_t HeaderChecksum(const std::uint8_t* data, std::size_t size) {
     return c;
 }
 
+// Memory is the only exception that can arise here; it becomes a code as other errors do.
 int OpenCompressedTable(FileHandle file, std::unique_ptr<CompressedTable>& table) {
     table.reset();
     try {

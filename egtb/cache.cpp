@@ -116,6 +116,7 @@ SlotNumber TakeSlot() {
     return slot;
 }
 
+// The slot hangs in neither list then: TakeSlot has taken it out of both.
 void GiveBackSlot(SlotNumber slot) {
     Header(slot).older = TableCache.firstFree;
     TableCache.firstFree = slot;
@@ -237,6 +238,7 @@ bool ReadWideValue(int entry, int side, std::uint32_t index, int& value) {
 
 }  // namespace
 
+// The old memory goes first, so that the two are never held at once.
 bool AllocateTableCache(int bytesLog2) {
     TableCache.memory.reset();
     TableCache.slots = 0;

@@ -14,6 +14,8 @@
 
 namespace {
 
+// Symmetries as masks for exclusive-or with a square, so that two of them combine by
+// exclusive-or too.
 constexpr int kTurn = 56;   // upside down
 constexpr int kMirror = 7;  // left to right
 constexpr int RightHalf(int square) { return FileOf(square) > 3 ? kMirror : 0; }
@@ -108,6 +110,8 @@ struct PlacedMen {
     int square[capacity];
 
     void Add(int placed) { square[count++] = placed; }
+    // How many placed men stand on lower squares: so many numbers are missing below
+    // `other`.
     int Below(int other) const {
         int below = 0;
         for (int i = 0; i < count; ++i) below += square[i] < other;

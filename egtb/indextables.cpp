@@ -13,6 +13,7 @@ namespace {
 
 constexpr int Apart(int a, int b) { return a < b ? b - a : a - b; }
 
+// On neighbouring squares or the same one.
 constexpr bool Touching(int a, int b) {
     return Apart(FileOf(a), FileOf(b)) <= 1 && Apart(RankOf(a), RankOf(b)) <= 1;
 }
@@ -27,6 +28,7 @@ constexpr bool PairAllowed(bool pawns, int k1, int k2) {
 
 using PairTable = std::array<std::array<std::int16_t, 64>, 64>;
 
+// [k1][k2]; computed by the compiler, so that nothing has to be built at start.
 constexpr PairTable NumberPairs(bool pawns) {
     PairTable table{};
     std::int16_t next = 0;
@@ -91,6 +93,7 @@ struct OffsetTable {
     std::uint32_t total = 0;
 };
 
+// In the order of the pair numbers: the vector's index is the pair.
 OffsetTable SumOverPairs(const SideMen& men, bool pawns) {
     OffsetTable table;
     for (int k1 = 0; k1 < 64; ++k1)
@@ -115,6 +118,7 @@ const OffsetTable& OffsetsOf(const SideMen& men, bool pawns) {
 }
 
 // Product of the radices of the men appended after the offset part.
+// Must count exactly the squares that AppendOtherMen and its inverse count with.
 std::uint32_t AppendedCount(const TableShape& shape, int sideToMove) {
     const SideMen placed = OffsetMen(shape, sideToMove);
     const SideMen& other = shape.side[1 - sideToMove];
@@ -155,6 +159,8 @@ void BuildIndexTables() {
     }
 }
 
+// The listed file sizes may be smaller: positions at the end of the range that cannot
+// arise are cut off there.
 std::uint32_t IndexCount(int entry, int sideToMove) {
     const TableShape& shape = ShapeOf(entry);
     const std::uint32_t normal = NormalCount[entry][sideToMove];

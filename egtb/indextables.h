@@ -72,6 +72,7 @@ inline constexpr auto& NormalCount = std::as_const(Numbering.NormalCount);
 
 // Both sides have pawns: an en passant capture may be possible, and positions where it is
 // have indices of their own.
+// Such tables have four or five men; six-man entries have no pawns.
 constexpr bool HasEnPassant(const TableShape& shape) {
     return shape.side[0].CountOf(kPawn) > 0 && shape.side[1].CountOf(kPawn) > 0;
 }

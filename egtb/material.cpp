@@ -56,6 +56,7 @@ bool EnterMaterial(int entry) {
     }
 }
 
+// Called at every probe: ten steps at most, most of them ending early.
 int MaterialIndex(const MenCounts& counts) {
     if (Nodes.empty()) return 0;
     int node = 0;

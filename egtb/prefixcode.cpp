@@ -97,6 +97,8 @@ bool ReadCodedLengths(BitReader& reader, int symbols, std::uint8_t* lengths) {
 
 }  // namespace
 
+// Short codes fill all lookup entries that begin with them; the longer ones share an
+// entry that leads into the tree.
 bool BuildDecoder(const std::uint8_t* lengths, int symbols, int width,
                   PrefixDecoder& decoder) {
     decoder = {};

@@ -48,6 +48,7 @@ std::vector<std::string> SplitPathList(std::string_view list) {
 
 // Opens the first of the three names that a compressed file may have; `name` becomes the
 // one that was found.
+// "kpk.nbw.emd", "kpk_nbw.emd", "kpknbw.emd": short-name file systems allow one dot only.
 TableFile OpenCompressedName(std::string& name) {
     const std::size_t dot = name.rfind('.');
     std::string underscore = name, joined = name;
@@ -182,6 +183,8 @@ int RegisterTables(const char* pathList, std::uint64_t& compressedBytes) {
             bool found = RegisterTable(directory, entry, WHITE);
             if (!ShapeOf(entry).symmetric)
                 found |= RegisterTable(directory, entry, BLACK);
+            // Entries are listed by rising number of men, so that the largest number
+            // tells it.
             if (found && entry > largest) largest = entry;
         }
     compressedBytes = CompressedBytes();

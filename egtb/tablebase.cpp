@@ -54,6 +54,7 @@ int InitTablebases(const char* path, std::uint64_t& ramUsed) {
     return TbMaxPieces;
 }
 
+// A program without its cache goes on without tables.
 bool SetUpTablebaseCache(int bytesLog2) {
     CloseTableFiles();
     if (AllocateTableCache(bytesLog2)) return true;

@@ -294,6 +294,7 @@ inline constexpr std::array<TablebaseDescriptor, kTableEntries> TablebaseList = 
 // clang-format on
 
 // [entry]
+// All names are parsed by the compiler, so that shapes are constants for the templates.
 inline constexpr std::array<TableShape, kTableEntries> kTableShapes = [] {
     std::array<TableShape, kTableEntries> shapes{};
     for (int i = 0; i < kTableEntries; ++i)
@@ -313,6 +314,7 @@ constexpr const TableShape& ShapeOf(int entry) {
 // Counts of men: White's pawns, knights, bishops, rooks, queens, then Black's.
 using MenCounts = std::array<std::uint8_t, 10>;
 
+// Of the material as it stands when White is the side named first.
 constexpr MenCounts CountsOf(const TableShape& shape) {
     MenCounts counts{};
     for (int side = 0; side < 2; ++side)

@@ -59,6 +59,8 @@ PairList ListPairs(bool pawns) {
 }
 
 // [pair]
+// The inverse of KingPair; of a table without pawns only the first 462 entries are
+// filled.
 const PairList& PairSquares(bool pawns) {
     static const PairList lists[2] = {ListPairs(false), ListPairs(true)};
     return lists[pawns];
