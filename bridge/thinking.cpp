@@ -66,6 +66,18 @@ bool SeveralFit(const Texts& texts, std::size_t length) {
     return fitting > 1;
 }
 
+// The engine's table knows no history: its moves may go on where the rules have ended the
+// game, by a repetition above all.
+void EndWithGame(std::vector<std::string>& moves) {
+    std::size_t played = 0;
+    while (played < moves.size() && PlayMove(moves[played])) {
+        ++played;
+        if (GameResult() != nullptr) break;
+    }
+    moves.resize(played);
+    for (; played > 0; --played) TakeBackMove();
+}
+
 // The score of a mate that comes with the last of so many half-moves.
 int MateBy(std::size_t plies, bool wins) {
     const int moves = std::max((static_cast<int>(plies) + 1) / 2, 1);
@@ -97,6 +109,7 @@ bool ReadThinkingLine(std::string_view line, std::string_view first,
     if (std::abs(report.score) > kShownMate)
         report.score = MateBy(report.moves.size(), report.score > 0);
     report.unsure = SeveralFit(texts, report.moves.size());
+    EndWithGame(report.moves);
     return true;
 }
 

@@ -18,10 +18,10 @@ struct ThinkingReport {
     bool unsure = false;
 };
 
-// Reads a line about the current position; false when it is none. Of the moves those
-// count that are legal, one after the other; a promotion gets the letter with which the
-// moves after it go on longest, the queen's first. `first` is the line's first move where
-// it is known, otherwise empty.
+// Reads a line about the game's position; false when it is none. Of the moves those
+// count that are legal, one after the other, until the game is over; a promotion gets the
+// letter with which the moves after it go on longest, the queen's first. `first` is the
+// line's first move where it is known, otherwise empty.
 bool ReadThinkingLine(std::string_view line, std::string_view first,
                       ThinkingReport& report);
 

@@ -209,6 +209,31 @@ TEST(BridgeThinking, CompletesAndChecksMoves) {
         EXPECT_FALSE(ReadThinkingLine(line, "", report)) << line;
 }
 
+TEST(BridgeThinking, LinesEndWithTheGame) {
+    const struct {
+        const char *fen, *line;
+        std::vector<std::string> played;
+        std::size_t length;
+    } cases[] = {
+        {kStartFen, "g1f3 g8f6 f3g1 f6g8 g1f3 g8f6 f3g1 f6g8 g1f3 g8f6 f3g1 f6g8", {}, 8},
+        // What has been in the game counts.
+        {kStartFen, "g1f3 g8f6 f3g1 f6g8 g1f3", {"g1f3", "g8f6", "f3g1", "f6g8"}, 4},
+        {"7k/8/8/8/8/8/R7/K7 w - - 97 80", "a2a3 h8g8 a3a4 g8g7 a4a5", {}, 3},
+        {"7k/8/8/8/8/8/1r6/K7 w - - 0 80", "a1b2 h8g8 b2b3", {}, 1},
+    };
+    for (const auto& c : cases) {
+        std::string fault;
+        ASSERT_TRUE(ReplaceGame(c.fen, c.played, fault));
+        const std::string before = WriteFen();
+        ThinkingReport report;
+        ASSERT_TRUE(ReadThinkingLine(std::string("5 0 3 1 ") + c.line, "", report));
+        EXPECT_EQ(report.moves.size(), c.length) << c.line;
+        EXPECT_EQ(WriteFen(), before);
+        EXPECT_EQ(Game.moves, c.played);
+    }
+    StartGame();
+}
+
 TEST(BridgeThinking, Mates) {
     const int cases[][2] = {{0, 0},     {31000, 0},   {-31000, 0},  {32766, 1},
                             {32764, 2}, {-32765, -1}, {-32763, -2}, {-32767, 0}};
