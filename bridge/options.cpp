@@ -6,6 +6,7 @@
 #include <map>
 
 #include "bridge/lines.h"
+#include "driver/settings.h"
 
 bool OptionsChanged;
 
@@ -21,57 +22,61 @@ std::string BaseText;                       // settings lines from the game fold
 std::map<std::string, std::string> Values;  // by option name, what is shown
 std::map<std::string, bool> Set;            // the front end has set it
 
-// A table's size in a settings file: a power of two, written in two digits; what is out
-// of range counts as `otherwise`. Smaller ones than `least` are not set here.
-struct TableSize {
-    const char* key;
-    int entryBytes, lowest, highest, otherwise, least;
-};
-constexpr TableSize kTableSizes[] = {
-    {"TranspositionSize", 20, 13, 24, 19, 13},
-    {"PawnHashSize", 22, 12, 23, 18, 12},
-    {"EGTBHashSize", 1, 0, 30, 30, 20},
-};
+// Smaller caches of endgame tables are not set here: log2 of bytes.
+constexpr int kLeastCacheBits = 20;
 
-long long TableBytes(const TableSize& size, int bits) {
-    return static_cast<long long>(size.entryBytes) << bits;
+// The engine's own row of the setting, which must exist.
+const Setting& SettingOf(std::string_view key) {
+    const auto rows = AllSettings();
+    return *std::find_if(rows.begin(), rows.end(),
+                         [&](const Setting& s) { return EqualNoCase(s.key, key); });
+}
+
+// ---- Tables: powers of two in the settings file, megabytes here ----
+int LeastBits(const Setting& table) {
+    return table.entryBytes == 1 ? kLeastCacheBits : table.lowest;
+}
+
+long long TableBytes(const Setting& table, int bits) {
+    return static_cast<long long>(table.entryBytes) << bits;
+}
+
+// Rounded up.
+std::string Megabytes(const Setting& table, int bits) {
+    return std::to_string((TableBytes(table, bits) + kMegabyte - 1) / kMegabyte);
 }
 
 // The largest table that fits into so many megabytes.
-int TableBits(const TableSize& size, const std::string& megabytes) {
+int TableBits(const Setting& table, const std::string& megabytes) {
     const long long bytes = std::stoll(megabytes) * kMegabyte;
-    int bits = size.least;
-    while (bits < size.highest && TableBytes(size, bits + 1) <= bytes) ++bits;
+    int bits = LeastBits(table);
+    while (bits < table.highest && TableBytes(table, bits + 1) <= bytes) ++bits;
     return bits;
 }
 
-template <int kTable>
-std::string SizeLine(const std::string& megabytes) {
-    const TableSize& size = kTableSizes[kTable];
-    return std::string(size.key) + '=' + std::to_string(TableBits(size, megabytes)) +
-           '\n';
+// ---- Rows of the list of options, from the engine's settings ----
+BridgeOption TableOption(const char* name, const char* key) {
+    const Setting& table = SettingOf(key);
+    return {name,
+            OptionKind::Number,
+            Megabytes(table, table.standard),
+            1,
+            TableBytes(table, table.highest) / kMegabyte,
+            key,
+            true};
 }
-std::string Switched(const std::string& value) { return value == "true" ? "on" : "off"; }
-std::string LearningLines(const std::string& value) {
-    return "Learning=" + Switched(value) + "\nUseLearningData=" + Switched(value) + '\n';
+
+// A number or a switch; of several keys, ";" between, the first counts.
+BridgeOption SettingOption(const char* name, const char* keys) {
+    const std::string_view all = keys;
+    const Setting& s = SettingOf(all.substr(0, all.find(';')));
+    if (s.kind == SettingKind::Number)
+        return {name,     OptionKind::Number, std::to_string(s.standard),
+                s.lowest, s.highest,          keys,
+                true};
+    return {name, OptionKind::Switch, s.standard != 0 ? "true" : "false", 0, 0, keys,
+            true};
 }
-std::string BookLearningLine(const std::string& value) {
-    return "BookLearning=" + Switched(value) + '\n';
-}
-std::string BookWeightsLine(const std::string& value) {
-    return "UseBookWeights=" + Switched(value) + '\n';
-}
-std::string PonderLine(const std::string& value) {
-    return value == "true" ? "" : "Pondering=off\n";
-}
-std::string NoLine(const std::string&) { return ""; }
-template <const char* kKey>
-std::string NumberLine(const std::string& value) {
-    return kKey + ('=' + value) + '\n';
-}
-constexpr char kVariety[] = "VarietyOfPlay", kAggressivity[] = "Aggressivity",
-               kCowardice[] = "Cowardice", kResignValue[] = "ResignValue",
-               kResignTimes[] = "ResignTimes";
 
 const BridgeOption* Find(std::string_view name) {
     const auto found =
@@ -80,13 +85,20 @@ const BridgeOption* Find(std::string_view name) {
     return found == kOptions.end() ? nullptr : &*found;
 }
 
-bool HasKey(std::string_view keys, std::string_view key) {
+// Calls `visit` with each of the keys.
+template <typename Visit>
+void ForEachKey(std::string_view keys, Visit visit) {
     while (!keys.empty()) {
-        const std::string_view one = keys.substr(0, keys.find(';'));
-        if (EqualNoCase(one, key)) return true;
-        keys.remove_prefix(std::min(one.size() + 1, keys.size()));
+        const std::string_view key = keys.substr(0, keys.find(';'));
+        visit(key);
+        keys.remove_prefix(std::min(key.size() + 1, keys.size()));
     }
-    return false;
+}
+
+bool HasKey(std::string_view keys, std::string_view key) {
+    bool found = false;
+    ForEachKey(keys, [&](std::string_view one) { found |= EqualNoCase(one, key); });
+    return found;
 }
 
 // Lines of the text as key and value; what is no setting has an empty key.
@@ -103,22 +115,40 @@ void ForEachSetting(const std::string& text, Visit visit) {
     }
 }
 
-// In megabytes, rounded up; empty when the value is none to the engine.
-std::string ShownSize(const TableSize& size, const std::string& value) {
+// What takes the place of the settings' lines; nothing where the engine cannot be told
+// ("on" where only "off" is heard, the folders of its tables).
+std::string LinesOf(const BridgeOption& option, const std::string& value) {
+    if (option.kind == OptionKind::Text) return "";
+    std::string lines;
+    ForEachKey(option.keys, [&](std::string_view key) {
+        const Setting& s = SettingOf(key);
+        const std::string equals = std::string(s.key) + '=';
+        if (s.kind == SettingKind::Size)
+            lines += equals + std::to_string(TableBits(s, value)) + '\n';
+        if (s.kind == SettingKind::Number) lines += equals + value + '\n';
+        const int state = value == "true" ? 1 : 0;
+        if (option.kind == OptionKind::Switch && (s.heard >> state & 1) != 0)
+            lines += equals + s.words[state] + '\n';
+    });
+    return lines;
+}
+
+// A size in megabytes; empty when the value is none to the engine.
+std::string ShownSize(const Setting& table, const std::string& value) {
     const auto digit = [&](std::size_t i) {
         return value.size() > i && value[i] >= '0' && value[i] <= '9';
     };
     if (!digit(0) || !digit(1)) return "";
     int bits = 10 * (value[0] - '0') + value[1] - '0';
-    if (bits < size.lowest || bits > size.highest) bits = size.otherwise;
-    const long long bytes = TableBytes(size, bits);
-    return std::to_string((bytes + kMegabyte - 1) / kMegabyte);
+    if (bits < table.lowest || bits > table.highest) bits = table.otherwise;
+    return Megabytes(table, bits);
 }
 
 // What the option shows for a settings line; empty: as it was.
 std::string Shown(const std::string& key, const std::string& value) {
-    for (const TableSize& size : kTableSizes)
-        if (EqualNoCase(key, size.key)) return ShownSize(size, value);
+    for (const Setting& s : AllSettings())
+        if (s.kind == SettingKind::Size && EqualNoCase(key, s.key))
+            return ShownSize(s, value);
     if (EqualNoCase(value, "on")) return "true";
     if (EqualNoCase(value, "off")) return "false";
     return value;
@@ -144,16 +174,16 @@ bool Valid(const BridgeOption& option, std::string_view value) {
 }
 
 // The table whose size the option is; nullptr: none.
-const TableSize* SizedTable(const BridgeOption& option) {
-    for (const TableSize& size : kTableSizes)
-        if (EqualNoCase(option.keys, size.key)) return &size;
+const Setting* SizedTable(const BridgeOption& option) {
+    for (const Setting& s : AllSettings())
+        if (s.kind == SettingKind::Size && EqualNoCase(option.keys, s.key)) return &s;
     return nullptr;
 }
 
 // What is given of a table's size, where that is not exactly what has been asked for.
 std::string SizeRemark(const BridgeOption& option, const std::string& given,
                        std::string_view asked) {
-    const TableSize& table = *SizedTable(option);
+    const Setting& table = *SizedTable(option);
     const long long bytes = TableBytes(table, TableBits(table, given));
     if (given == asked && bytes == std::stoll(given) * kMegabyte) return "";
     char text[64];
@@ -170,7 +200,7 @@ std::string WithinBounds(const BridgeOption& option, std::string_view value) {
 
 // The engine is to be told. What the mode changes is that there is no book.
 bool MattersNow(const BridgeOption& option) {
-    if (option.lines == nullptr) return false;
+    if (!option.told) return false;
     return &option != Find(kAnalyseMode) || OptionValue("OwnBook") == "true";
 }
 
@@ -180,23 +210,23 @@ bool MattersNow(const BridgeOption& option) {
 // ResignValue in centipawns.
 // clang-format off
 const std::vector<BridgeOption> kOptions = {
-    {"Hash",           OptionKind::Number, "10",    1, 320,  "TranspositionSize", SizeLine<0>},
-    {"PawnHash",       OptionKind::Number, "6",     1, 176,  "PawnHashSize",      SizeLine<1>},
-    {"EGTBPath",       OptionKind::Text,   "",      0, 0,    kTableKeys,          NoLine},
-    {"EGTBCache",      OptionKind::Number, "1",     1, 1024, "EGTBHashSize",      SizeLine<2>},
-    {"Clear Hash",     OptionKind::Button, "",      0, 0,    "",                  NoLine},
-    {"OwnBook",        OptionKind::Switch, "false", 0, 0,    "",                  NoLine},
-    {"UseBookWeights", OptionKind::Switch, "true",  0, 0,    "UseBookWeights",    BookWeightsLine},
-    {"VarietyOfPlay",  OptionKind::Number, "10",    0, 100,  "VarietyOfPlay",     NumberLine<kVariety>},
-    {"BookLearning",   OptionKind::Switch, "true",  0, 0,    "BookLearning",      BookLearningLine},
-    {"Learning",       OptionKind::Switch, "false", 0, 0,    "Learning;UseLearningData", LearningLines},
-    {"Aggressivity",   OptionKind::Number, "100",   0, 300,  "Aggressivity",      NumberLine<kAggressivity>},
-    {"Cowardice",      OptionKind::Number, "100",   0, 300,  "Cowardice",         NumberLine<kCowardice>},
-    {"ResignValue",    OptionKind::Number, "800",   0, 9999, "ResignValue",       NumberLine<kResignValue>},
-    {"ResignTimes",    OptionKind::Number, "3",     0, 9,    "ResignTimes",       NumberLine<kResignTimes>},
-    {"Move Overhead",  OptionKind::Number, "50",    0, 5000, "",                  nullptr},
-    {"Ponder",         OptionKind::Switch, "true",  0, 0,    "Pondering",         PonderLine},
-    {kAnalyseMode,     OptionKind::Switch, "false", 0, 0,    "",                  NoLine},
+    TableOption("Hash", "TranspositionSize"),
+    TableOption("PawnHash", "PawnHashSize"),
+    {"EGTBPath", OptionKind::Text, "", 0, 0, kTableKeys, true},
+    TableOption("EGTBCache", "EGTBHashSize"),
+    {"Clear Hash", OptionKind::Button, "", 0, 0, "", true},
+    {"OwnBook", OptionKind::Switch, "false", 0, 0, "", true},
+    SettingOption("UseBookWeights", "UseBookWeights"),
+    SettingOption("VarietyOfPlay", "VarietyOfPlay"),
+    SettingOption("BookLearning", "BookLearning"),
+    SettingOption("Learning", "Learning;UseLearningData"),
+    SettingOption("Aggressivity", "Aggressivity"),
+    SettingOption("Cowardice", "Cowardice"),
+    SettingOption("ResignValue", "ResignValue"),
+    SettingOption("ResignTimes", "ResignTimes"),
+    {"Move Overhead", OptionKind::Number, "50", 0, 5000, "", false},
+    SettingOption("Ponder", "Pondering"),
+    {kAnalyseMode, OptionKind::Switch, "false", 0, 0, "", true},
 };
 // clang-format on
 
@@ -267,8 +297,7 @@ std::string WriteSettings() {
         if (!replaced && !HasKey(kTableKeys, key)) text += key + '=' + value + '\n';
     });
     for (const BridgeOption& option : kOptions)
-        if (Set[option.name] && option.lines != nullptr)
-            text += option.lines(Values[option.name]);
+        if (Set[option.name]) text += LinesOf(option, Values[option.name]);
     return text;
 }
 

@@ -12,13 +12,13 @@ enum class OptionKind { Number, Switch, Text, Button };
 struct BridgeOption {
     const char* name;
     OptionKind kind;
-    const char* standard;  // the default; a switch is "true" or "false"
+    std::string standard;  // the default; a switch is "true" or "false"
     long long lowest, highest;
     // Settings keys whose lines this option replaces once it has been set, ";" between.
     const char* keys;
-    // The lines that take their place; nullptr: the engine is not told.
-    std::string (*lines)(const std::string& value);
+    bool told;  // the engine is told when it is set
 };
+// Ranges and defaults come from the engine's settings where the option is one of them.
 extern const std::vector<BridgeOption> kOptions;
 
 // ---- The values ----

@@ -41,10 +41,10 @@ constexpr Setting Switch(Texts t, int* value, int standard, unsigned heard,
         0,         0,         0,     "",     {word0, word1},      heard};
 }
 
-EngineSettings& In = SettingsInForce;
+constexpr EngineSettings& In = SettingsInForce;
 
 // clang-format off
-const Setting kSettings[] = {
+constinit const Setting kSettings[] = {
     Size({"Memory",
           "Transposition table: 2 to the power of this many entries of 20 bytes, 13 to 24.\n"
           "19 takes 10 MB, 22 takes 84 MB. Larger tables pay in long games.",
