@@ -17,6 +17,7 @@
 #include "board/notation.h"
 #include "bridge/clock.h"
 #include "bridge/game.h"
+#include "platform/version.h"
 #include "search/control.h"
 #include "search/history.h"
 #include "search/root.h"
@@ -396,6 +397,7 @@ void MeasureLatency(const std::string& bridge, const std::string& engine, int tr
 
 int main(int count, char** arguments) {
     CLI::App app("Games through the bridge, and the time that it adds to a move");
+    app.set_version_flag("--version", std::string("veltramox-bridge-games ") + kVersion);
     app.require_subcommand(1);
     std::string bridge, engine, protocol = "both";
     int trials = 1000;

@@ -12,6 +12,7 @@
 #include "board/generate.h"
 #include "board/notation.h"
 #include "platform/clock.h"
+#include "platform/version.h"
 
 namespace {
 
@@ -79,21 +80,27 @@ void BenchPerft(int depth, const char* fen, bool divide) {
                 seconds > 0 ? static_cast<double>(leaves) / seconds : 0.0, seconds);
 }
 
-[[noreturn]] void Usage() {
+[[noreturn]] void Usage(int status) {
     std::fprintf(
-        stderr,
+        status == EXIT_SUCCESS ? stdout : stderr,
         "usage: veltramox-bench search [DEPTH]         search speed and node total\n"
         "       veltramox-bench perft N [FEN]          leaves at depth N\n"
         "       veltramox-bench divide N [FEN]         the same by first move\n"
         "       veltramox-bench micro [BENCHMARK FLAGS]  single operations\n"
-        "       veltramox-bench tables [DIR]           probes of endgame tables\n");
-    std::exit(EXIT_FAILURE);
+        "       veltramox-bench tables [DIR]           probes of endgame tables\n"
+        "       veltramox-bench --version\n");
+    std::exit(status);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 2) Usage();
+    if (argc < 2) Usage(EXIT_FAILURE);
+    if (std::strcmp(argv[1], "--help") == 0) Usage(EXIT_SUCCESS);
+    if (std::strcmp(argv[1], "--version") == 0) {
+        std::printf("veltramox-bench %s\n", kVersion);
+        return EXIT_SUCCESS;
+    }
     if (!PrepareEngine()) Fail("no memory");
     const char* mode = argv[1];
     if (std::strcmp(mode, "search") == 0) {
@@ -109,7 +116,7 @@ int main(int argc, char** argv) {
     } else if (std::strcmp(mode, "tables") == 0) {
         return RunTablesBenchmark(argc > 2 ? argv[2] : nullptr);
     } else {
-        Usage();
+        Usage(EXIT_FAILURE);
     }
     return EXIT_SUCCESS;
 }

@@ -17,6 +17,7 @@
 #include "board/notation.h"
 #include "driver/edit.h"
 #include "driver/usermove.h"
+#include "platform/version.h"
 #include "search/control.h"
 #include "search/history.h"
 #include "search/root.h"
@@ -204,17 +205,23 @@ void ClockGames(const char* program, int games) {
     if (all.losses > 0) std::exit(EXIT_FAILURE);
 }
 
-[[noreturn]] void Usage() {
-    std::fprintf(stderr,
+[[noreturn]] void Usage(int status) {
+    std::fprintf(status == EXIT_SUCCESS ? stdout : stderr,
                  "usage: veltramox-protocol-bench latency ENGINE [TRIALS]\n"
-                 "       veltramox-protocol-bench clock ENGINE [GAMES PER CONTROL]\n");
-    std::exit(EXIT_FAILURE);
+                 "       veltramox-protocol-bench clock ENGINE [GAMES PER CONTROL]\n"
+                 "       veltramox-protocol-bench --version\n");
+    std::exit(status);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 3) Usage();
+    if (argc == 2 && std::strcmp(argv[1], "--help") == 0) Usage(EXIT_SUCCESS);
+    if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
+        std::printf("veltramox-protocol-bench %s\n", kVersion);
+        return EXIT_SUCCESS;
+    }
+    if (argc < 3) Usage(EXIT_FAILURE);
     if (!PrepareEngine()) return EXIT_FAILURE;
     const int count = argc > 3 ? std::atoi(argv[3]) : 0;
     if (std::strcmp(argv[1], "latency") == 0)
@@ -222,6 +229,6 @@ int main(int argc, char** argv) {
     else if (std::strcmp(argv[1], "clock") == 0)
         ClockGames(argv[2], count > 0 ? count : 67);
     else
-        Usage();
+        Usage(EXIT_FAILURE);
     return EXIT_SUCCESS;
 }

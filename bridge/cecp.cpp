@@ -7,6 +7,7 @@
 #include "bridge/game.h"
 #include "bridge/lines.h"
 #include "bridge/options.h"
+#include "platform/version.h"
 
 namespace {
 
@@ -104,7 +105,8 @@ void Protover(const std::string&, std::string_view rest) {
     Say("feature done=0");
     Say("feature ping=1 setboard=1 usermove=1 colors=0 sigint=0 sigterm=0 reuse=1");
     Say("feature analyze=1 time=1 draw=0 playother=1 debug=1 "
-        "myname=\"Veltramox 0.16\" variants=\"normal\"");
+        "myname=\"Veltramox %s\" variants=\"normal\"",
+        kVersion);
     // Analysis is a mode of its own here.
     for (const BridgeOption& option : kOptions)
         if (std::string_view(option.name) != "UCI_AnalyseMode") AnnounceOption(option);

@@ -16,6 +16,7 @@
 #include "bridge/lines.h"
 #include "bridge/session.h"
 #include "platform/process.h"
+#include "platform/version.h"
 
 namespace {
 
@@ -55,7 +56,7 @@ struct CommandLine {
 };
 
 void Describe(CLI::App& app, CommandLine& line) {
-    app.set_version_flag("--version", "veltramox-bridge 0.16");
+    app.set_version_flag("--version", std::string("veltramox-bridge ") + kVersion);
     app.add_option("--engine", line.engine,
                    "The engine; otherwise \"veltramox\" beside this program or in the "
                    "search path")

@@ -9,6 +9,7 @@
 #include "bridge/lines.h"
 #include "bridge/options.h"
 #include "bridge/shell.h"
+#include "platform/version.h"
 
 namespace {
 
@@ -52,7 +53,7 @@ std::string Reply(const std::string& move) {
 // ---- Commands ----
 
 void Identify(std::string_view) {
-    Say("id name Veltramox 0.16");
+    Say("id name Veltramox %s", kVersion);
     Say("id author the Veltramox developers");
     for (const BridgeOption& option : kOptions) {
         const std::string& value = OptionValue(option.name);

@@ -18,6 +18,7 @@
 #include "platform/clock.h"
 #include "platform/output.h"
 #include "platform/process.h"
+#include "platform/version.h"
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/root.h"
@@ -76,7 +77,7 @@ bool ResetEngine(int tableBits) {
 
 void StartUp() {
     PrepareSignals();
-    Write("Veltramox v0.16a[lpha]\n");
+    Write("Veltramox v%sa[lpha]\n", kVersion);
     ResetState();
     ReadSettingsFile("Veltramox.ini");
     WriteSettingsReport();

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <string>
 
+#include "platform/version.h"
 #include "tests/scratch.h"
 
 namespace {
@@ -25,13 +26,13 @@ protected:
     }
     // Starts "pwd" in place of the engine: what it says is the game folder. No file can
     // grow beyond `blocks` half kilobytes, as on a full disk.
-    int Start(const std::string& game, const std::string& blocks) {
+    int Start(const std::string& game, const std::string& blocks,
+              const std::string& program = "/bin/pwd") {
         const std::string command =
             "trap '' XFSZ; cd '" + scratch.directory.string() + "' && ulimit -f " +
             blocks + " && env -u XDG_DATA_HOME HOME=\"$PWD/home\" VELTRAMOX_GAME='" +
-            game +
-            "' sh '" VELTRAMOX_TEST_FOLDER
-            "/../tools/start.sh' data none /bin/pwd >said 2>complaint </dev/null";
+            game + "' sh '" VELTRAMOX_TEST_FOLDER "/../tools/start.sh' data none " +
+            program + " >said 2>complaint </dev/null";
         const int status = std::system(command.c_str());
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
@@ -63,6 +64,33 @@ TEST_F(LauncherTest, OnAFullDiskItPlaysWithoutAFolderOfItsOwn) {
     EXPECT_EQ(Start("named", "1"), 1);
     EXPECT_NE(scratch.Read("complaint").find("cannot be used"), std::string::npos);
     EXPECT_TRUE(NothingIsHalfMade("named"));
+}
+
+struct Program {
+    const char* path;
+    const char* name;
+};
+
+constexpr Program kPrograms[] = {
+    {VELTRAMOX_PROGRAM, "veltramox"},
+    {VELTRAMOX_BRIDGE, "veltramox-bridge"},
+#ifdef VELTRAMOX_TOOL
+    {VELTRAMOX_TOOL, "veltramox-tool"},
+#endif
+};
+
+// The launcher of the bridge puts words of its own in front.
+TEST_F(LauncherTest, HelpAndVersionMakeNoFolder) {
+    for (const Program& program : kPrograms) {
+        const std::string call = std::string("'") + program.path + "' --game . ";
+        EXPECT_EQ(Start("game", "unlimited", call + "--version"), 0) << program.name;
+        EXPECT_EQ(Said(), std::string(program.name) + " " + kVersion + "\n");
+        EXPECT_EQ(Start("game", "unlimited", call + "--help"), 0) << program.name;
+        EXPECT_NE(Said().find("--version"), std::string::npos) << Said();
+        EXPECT_EQ(scratch.Read("complaint"), "");
+    }
+    EXPECT_FALSE(fs::exists(scratch.Path("game")));
+    EXPECT_TRUE(NothingIsHalfMade("home"));
 }
 
 }  // namespace

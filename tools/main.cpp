@@ -15,6 +15,7 @@
 #include "book/statistics.h"
 #include "driver/settings.h"
 #include "platform/output.h"
+#include "platform/version.h"
 #include "tools/bookcommands.h"
 #include "tools/learncommands.h"
 #include "tools/polyglotbook.h"
@@ -245,6 +246,7 @@ int main(int count, char** words) {
     PrepareReport();
     CLI::App app("Tools for Veltramox: books, learning files, statistics, tables",
                  "veltramox-tool");
+    app.set_version_flag("--version", std::string("veltramox-tool ") + kVersion);
     app.require_subcommand(1);
     AddBook(app);
     AddLearn(app);

@@ -13,6 +13,13 @@ tool=$2
 program=$3
 shift 3
 
+# Help and version need no game folder.
+for argument; do
+  case $argument in
+    -h | --help | --version) exec "$program" "$argument" ;;
+  esac
+done
+
 complain() { printf 'veltramox: %s\n' "$*" >&2; }
 
 # Only an absolute path counts for $XDG_DATA_HOME.

@@ -21,3 +21,4 @@ done
 finish
 
 analyse "analysis on, a move, off, on again, quit" e2e4 -firstProtocolVersion 1
+readme_command

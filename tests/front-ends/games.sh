@@ -160,6 +160,24 @@ analyse() {
   finish
 }
 
+named_veltramox() { xdotool search --onlyvisible --name '^xboard: Veltramox$' >/dev/null; }
+
+# The command that README has for xboard, from the program's folder.
+readme_command() {
+  begin "README's command: the name in xboard"
+  local words pid
+  read -ra words < <(grep -m 1 '^ *xboard -fcp ' "$here/../../README.md")
+  words[2]=$here/../../${words[2]}
+  (VELTRAMOX_GAME=$room/game xboard_here "${words[@]:1}") &
+  pid=$!
+  until_log named_veltramox
+  until_log at_least 1 said 'Veltramox v'
+  kill "$pid"
+  wait "$pid" || true
+  check_conduct
+  finish
+}
+
 # pychess_games PROTOCOL
 pychess_games() {
   begin "bridge, $1: games of PyChess's engine classes"
