@@ -106,8 +106,11 @@ void ChangeOption(std::string_view rest) {
 void EndSearch() {
     if (!MoveOwed) return;
     if (NothingToSearch()) return GiveNoMove();
+    // On a short clock nothing has been thought before the hit, and the front end plays
+    // no such move: no time is spent on it.
+    const bool held = AwaitingHit && !TimeToPonder(HitLimits);
     std::string move = EndWithMove();
-    if (move.empty()) {
+    if (move.empty() && !held) {
         SearchLimits quick;
         quick.depth = kQuickDepth;
         BeginSearch(quick);
@@ -221,7 +224,7 @@ void Go(std::string_view rest) {
     HitLimits = limits;
     if (ponder) limits.endless = true;
     if (!NothingToSearch()) {
-        if (ponder && !TimeToPonder(HitLimits)) return;  // the hit, or "stop", begins it
+        if (ponder && !TimeToPonder(HitLimits)) return;  // the hit begins it
         PonderWanted = false;
         BeginSearch(limits);
         return;
