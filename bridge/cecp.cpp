@@ -11,25 +11,27 @@
 
 namespace {
 
-// ---- Modes ----
-bool Force;  // the engine moves for neither side
-int EngineColour = BLACK;
-bool Analysis;
-bool Post;                           // thinking lines are wanted
-bool Hard;                           // pondering is wanted
-std::string Expected;                // the reply that the engine expects to its last move
-std::vector<std::string> OwedPongs;  // answers that wait for the engine's move
-
-// ---- Clock ----
 constexpr std::int64_t kMinute = 60000, kSecond = 1000;
 struct TimeControl {
     int moves = 40;  // 0: one period for the whole game
     std::int64_t base = 5 * kMinute, increment = 0;
 };
-TimeControl Control;
-std::int64_t MoveTime;                // ms, by "st"; 0: the control counts
-int Depth;                            // by "sd"; 0: none
-std::int64_t OwnClock = 5 * kMinute;  // ms; the front end's "time" corrects it
+
+// The protocol's modes and clock.
+struct {
+    bool force = false;  // the engine moves for neither side
+    int engineColour = BLACK;
+    bool analysis = false;
+    bool post = false;                   // thinking lines are wanted
+    bool hard = false;                   // pondering is wanted
+    std::string expected;                // the reply that the engine expects
+    std::vector<std::string> owedPongs;  // answers that wait for the engine's move
+
+    TimeControl control;
+    std::int64_t moveTime = 0;            // ms, by "st"; 0: the control counts
+    int depth = 0;                        // by "sd"; 0: none
+    std::int64_t ownClock = 5 * kMinute;  // ms; the front end's "time" corrects it
+} Mode;
 
 void Refuse(const char* reason, const std::string& line) {
     Say("Error (%s): %s", reason, line.c_str());
@@ -46,22 +48,23 @@ int MovesMade(int colour) {
 
 SearchLimits Limits() {
     SearchLimits limits;
-    limits.depth = Depth;
-    limits.moveTime = MoveTime;
-    if (MoveTime > 0) return limits;
-    limits.clock = OwnClock;
-    limits.increment = Control.increment;
-    if (Control.moves > 0)
-        limits.movesToGo = Control.moves - MovesMade(Board.SideToMove) % Control.moves;
+    limits.depth = Mode.depth;
+    limits.moveTime = Mode.moveTime;
+    if (Mode.moveTime > 0) return limits;
+    limits.clock = Mode.ownClock;
+    limits.increment = Mode.control.increment;
+    if (Mode.control.moves > 0)
+        limits.movesToGo =
+            Mode.control.moves - MovesMade(Board.SideToMove) % Mode.control.moves;
     return limits;
 }
 
 // The engine's clock after its move, until the front end says better.
 void PunchClock() {
-    OwnClock += Control.increment - SearchTime();
-    if (Control.moves > 0 && MovesMade(EngineColour) % Control.moves == 0)
-        OwnClock += Control.base;
-    OwnClock = std::max(OwnClock, std::int64_t{0});
+    Mode.ownClock += Mode.control.increment - SearchTime();
+    if (Mode.control.moves > 0 && MovesMade(Mode.engineColour) % Mode.control.moves == 0)
+        Mode.ownClock += Mode.control.base;
+    Mode.ownClock = std::max(Mode.ownClock, std::int64_t{0});
 }
 
 // Announces the end of the game if it has come.
@@ -75,9 +78,9 @@ bool Announced() {
 
 // The position has changed, by a move or otherwise: whatever the modes ask for begins.
 void GoOn() {
-    if (Analysis) return BeginAnalysis();
-    if (Force || Board.SideToMove != EngineColour || Announced()) return;
-    PonderWanted = Hard;
+    if (Mode.analysis) return BeginAnalysis();
+    if (Mode.force || Board.SideToMove != Mode.engineColour || Announced()) return;
+    Session.PonderWanted = Mode.hard;
     const SearchLimits limits = Limits();
     if (!TurnPonderHit(limits)) BeginSearch(limits);
 }
@@ -116,29 +119,31 @@ void Protover(const std::string&, std::string_view rest) {
 void NewGame(const std::string&, std::string_view) {
     LeaveGame();
     StartGame();
-    Force = false;
-    EngineColour = BLACK;
-    Depth = 0;
-    OwnClock = Control.base;
-    Expected.clear();
-    if (Analysis) BeginAnalysis();
+    Mode.force = false;
+    Mode.engineColour = BLACK;
+    Mode.depth = 0;
+    Mode.ownClock = Mode.control.base;
+    Mode.expected.clear();
+    if (Mode.analysis) BeginAnalysis();
 }
 
 void UserMove(const std::string& line, std::string_view rest) {
     const std::string_view move = TakeWord(rest);
-    if (EngineActivity == Activity::Searching) return Refuse(kNotNow, line);
+    if (Session.EngineActivity == Activity::Searching) return Refuse(kNotNow, line);
     if (!PlayMove(move)) return Say("Illegal move: %s", std::string(move).c_str());
-    Expected.clear();
+    Mode.expected.clear();
     // In force mode, pondering that still goes on is of no use.
-    if (Force && !Analysis) EndActivity();
-    if (!Force && !Analysis && Board.SideToMove != EngineColour && Announced()) return;
+    if (Mode.force && !Mode.analysis) EndActivity();
+    if (!Mode.force && !Mode.analysis && Board.SideToMove != Mode.engineColour &&
+        Announced())
+        return;
     GoOn();
 }
 
 // Changes of the game that are no moves.
 void Rebuilt() {
-    Expected.clear();
-    if (Analysis) BeginAnalysis();
+    Mode.expected.clear();
+    if (Mode.analysis) BeginAnalysis();
 }
 
 void SetBoard(const std::string&, std::string_view rest) {
@@ -160,37 +165,37 @@ void Undo(const std::string& line, std::string_view) { TakeBack(line, 1); }
 void Remove(const std::string& line, std::string_view) { TakeBack(line, 2); }
 
 void Go(const std::string& line, std::string_view) {
-    if (Analysis) return Refuse(kNotNow, line);
-    if (EngineActivity == Activity::Searching) return;
-    Force = false;
-    EngineColour = Board.SideToMove;
+    if (Mode.analysis) return Refuse(kNotNow, line);
+    if (Session.EngineActivity == Activity::Searching) return;
+    Mode.force = false;
+    Mode.engineColour = Board.SideToMove;
     GoOn();
 }
 
 void PlayOther(const std::string&, std::string_view) {
     EndActivity();
-    Force = false;
-    EngineColour = ChangeSide(Board.SideToMove);
+    Mode.force = false;
+    Mode.engineColour = ChangeSide(Board.SideToMove);
 }
 
 void PutInForce(const std::string&, std::string_view) {
-    if (!Analysis) EndActivity();
-    Force = true;
+    if (!Mode.analysis) EndActivity();
+    Mode.force = true;
 }
 
 void Analyze(const std::string&, std::string_view) {
-    Analysis = Force = true;
+    Mode.analysis = Mode.force = true;
     BeginAnalysis();
 }
 
 void ExitAnalysis(const std::string&, std::string_view) {
-    if (!Analysis) return;
+    if (!Mode.analysis) return;
     EndActivity();
-    Analysis = false;
+    Mode.analysis = false;
 }
 
 void Status(const std::string&, std::string_view) {
-    if (EngineActivity == Activity::Analysing) AskStatus();
+    if (Session.EngineActivity == Activity::Analysing) AskStatus();
 }
 
 void MoveAtOnce(const std::string&, std::string_view) { MoveNow(); }
@@ -199,8 +204,8 @@ void MoveAtOnce(const std::string&, std::string_view) { MoveNow(); }
 // waited for here, its move comes first and then the answer.
 void Ping(const std::string&, std::string_view rest) {
     const std::string number(TakeWord(rest));
-    if (EngineActivity == Activity::Searching) {
-        OwedPongs.push_back(number);
+    if (Session.EngineActivity == Activity::Searching) {
+        Mode.owedPongs.push_back(number);
         return;
     }
     ApplyOptions();
@@ -208,8 +213,8 @@ void Ping(const std::string&, std::string_view rest) {
 }
 
 void SendPongs() {
-    for (const std::string& number : OwedPongs) Say("pong %s", number.c_str());
-    OwedPongs.clear();
+    for (const std::string& number : Mode.owedPongs) Say("pong %s", number.c_str());
+    Mode.owedPongs.clear();
 }
 
 // Seconds, with or without a fraction, as ms; -1 when the text is none.
@@ -237,47 +242,48 @@ void Level(const std::string& line, std::string_view rest) {
     const std::int64_t base = BaseTime(TakeWord(rest));
     const std::int64_t increment = Seconds(TakeWord(rest));
     if (!good || base < 0 || increment < 0) return Refuse(kBadValue, line);
-    Control = {static_cast<int>(moves), base, increment};
-    OwnClock = base;
-    MoveTime = 0;
+    Mode.control = {static_cast<int>(moves), base, increment};
+    Mode.ownClock = base;
+    Mode.moveTime = 0;
 }
 
 void SecondsPerMove(const std::string& line, std::string_view rest) {
     const std::int64_t time = Seconds(TakeWord(rest));
     if (time <= 0) return Refuse(kBadValue, line);
-    MoveTime = time;
+    Mode.moveTime = time;
 }
 
 void SearchDepth(const std::string& line, std::string_view rest) {
     long long depth = 0;
     if (!ToNumber(TakeWord(rest), depth) || depth < 0) return Refuse(kBadValue, line);
-    Depth = static_cast<int>(std::min(depth, 1000LL));
+    Mode.depth = static_cast<int>(std::min(depth, 1000LL));
 }
 
 void Time(const std::string& line, std::string_view rest) {
     long long centiseconds = 0;
     if (!ToNumber(TakeWord(rest), centiseconds)) return Refuse(kBadValue, line);
     constexpr long long kMost = 100000000;
-    OwnClock = std::clamp(centiseconds, 0LL, kMost) * 10;
+    Mode.ownClock = std::clamp(centiseconds, 0LL, kMost) * 10;
 }
 
-void SetHard(const std::string&, std::string_view) { Hard = true; }
+void SetHard(const std::string&, std::string_view) { Mode.hard = true; }
 
 void SetEasy(const std::string&, std::string_view) {
-    Hard = PonderWanted = false;
-    if (EngineActivity == Activity::Pondering) EndActivity();
+    Mode.hard = Session.PonderWanted = false;
+    if (Session.EngineActivity == Activity::Pondering) EndActivity();
 }
 
-void SetPost(const std::string&, std::string_view) { Post = true; }
-void SetNoPost(const std::string&, std::string_view) { Post = false; }
+void SetPost(const std::string&, std::string_view) { Mode.post = true; }
+void SetNoPost(const std::string&, std::string_view) { Mode.post = false; }
 
 void Result(const std::string&, std::string_view) {
     EndActivity();
-    Force = true;
+    Mode.force = true;
 }
 
 void Hint(const std::string&, std::string_view) {
-    const std::string& hint = PonderHint.empty() ? Expected : PonderHint;
+    const std::string& hint =
+        Session.PonderHint.empty() ? Mode.expected : Session.PonderHint;
     if (!hint.empty()) Say("Hint: %s", hint.c_str());
 }
 
@@ -293,14 +299,14 @@ void ChangeOption(const std::string& line, std::string_view rest) {
     if (!SetOption(Trimmed(rest.substr(0, equals)), value, remark))
         return Refuse(remark.c_str(), line);
     if (!remark.empty()) Say("# %s", remark.c_str());
-    if (EngineActivity == Activity::Analysing) ApplyOptions();
+    if (Session.EngineActivity == Activity::Analysing) ApplyOptions();
 }
 
 void Variant(const std::string& line, std::string_view rest) {
     if (TakeWord(rest) != "normal") Refuse("unsupported variant", line);
 }
 
-void Quit(const std::string&, std::string_view) { QuitRequested = true; }
+void Quit(const std::string&, std::string_view) { Session.QuitRequested = true; }
 void Nothing(const std::string&, std::string_view) {}
 
 constexpr struct {
@@ -367,7 +373,7 @@ void OnLine(const std::string& line) {
     if (word.empty()) return;
     CarryOut(word, line, rest);
     // The command may have ended the search whose move the answers waited for.
-    if (EngineActivity != Activity::Searching) SendPongs();
+    if (Session.EngineActivity != Activity::Searching) SendPongs();
 }
 
 // Mates are 100000 and the moves to it.
@@ -379,7 +385,7 @@ int ShownScore(int score) {
 }
 
 void OnThinking(const ThinkingReport& report) {
-    if (!Post) return;
+    if (!Mode.post) return;
     std::string text;
     for (const std::string& move : report.moves) text += ' ' + move;
     Say("%d %d %lld %lld%s", report.depth, ShownScore(report.score), report.centiseconds,
@@ -389,12 +395,12 @@ void OnThinking(const ThinkingReport& report) {
 // A front end ends the game at "resign": the move that goes with it is not played.
 void OnMove(const std::string& move, bool resigns) {
     PunchClock();
-    const std::vector<std::string>& line = LastReport.moves;
-    Expected = line.size() > 1 && line[0] == move ? line[1] : "";
+    const std::vector<std::string>& line = Session.LastReport.moves;
+    Mode.expected = line.size() > 1 && line[0] == move ? line[1] : "";
     if (resigns) {
         Say("resign");
         TakeBackMove();
-        Force = true;
+        Mode.force = true;
     } else {
         Say("move %s", move.c_str());
         Announced();
@@ -410,7 +416,7 @@ void OnNoMove(const std::string& result) {
 void OnStatus(const std::string& line) { Say("%s", line.c_str()); }
 void OnNotice(const std::string& text) { Say("# %s", text.c_str()); }
 
-bool ToMove(bool) { return EngineActivity == Activity::Searching; }
+bool ToMove(bool) { return Session.EngineActivity == Activity::Searching; }
 
 }  // namespace
 

@@ -14,17 +14,19 @@
 #include "platform/clock.h"
 #include "platform/process.h"
 
-std::string EngineProgram = "veltramox";
-LineReader EngineOutput;
+EngineConnection Engine;
 
 namespace {
 
 constexpr int kPatience = 20000;    // ms for any answer before the engine counts as hung
 constexpr int kEndPatience = 2000;  // ms for its end
 
-pid_t Process = -1;
-int EngineInput = -1;
-int Token;  // number of the last question
+struct {
+    pid_t process = -1;
+    int input = -1;           // where it is written to
+    int token = 0;            // number of the last question
+    std::string startRemark;  // what it said of its start that the user should know
+} Child;
 
 // A move from a square to itself is illegal in every position; the engine refuses it in
 // every state it can be in, thinking or not, and repeats the text, number included.
@@ -32,10 +34,10 @@ constexpr char kQuestion[] = "a1a1x";
 constexpr char kAnswer[] = "Illegal move: a1a1x";
 
 void Forget() {
-    if (EngineInput >= 0) close(EngineInput);
-    if (EngineOutput.descriptor >= 0) close(EngineOutput.descriptor);
-    EngineInput = -1;
-    EngineOutput = LineReader{};
+    if (Child.input >= 0) close(Child.input);
+    if (Engine.EngineOutput.descriptor >= 0) close(Engine.EngineOutput.descriptor);
+    Child.input = -1;
+    Engine.EngineOutput = LineReader{};
 }
 
 [[noreturn]] void BecomeEngine(const char* folder, const char* program, int input,
@@ -62,21 +64,22 @@ bool Launch(const std::string& folder, std::string& fault) {
         fault = "no pipe";
         return false;
     }
-    Process = fork();
-    if (Process == 0) BecomeEngine(folder.c_str(), EngineProgram.c_str(), in[0], out[1]);
+    Child.process = fork();
+    if (Child.process == 0)
+        BecomeEngine(folder.c_str(), Engine.EngineProgram.c_str(), in[0], out[1]);
     close(in[0]);
     close(out[1]);
-    EngineInput = in[1];
-    fcntl(EngineInput, F_SETFL, O_NONBLOCK);
-    EngineOutput.descriptor = out[0];
-    if (Process < 0) fault = "no process";
-    return Process > 0;
+    Child.input = in[1];
+    fcntl(Child.input, F_SETFL, O_NONBLOCK);
+    Engine.EngineOutput.descriptor = out[0];
+    if (Child.process < 0) fault = "no process";
+    return Child.process > 0;
 }
 
 // Waits for the process's end; false when it has not come in time.
 bool Ended(int milliseconds) {
     const std::int64_t deadline = ClockMilliseconds() + milliseconds;
-    while (waitpid(Process, nullptr, WNOHANG) == 0) {
+    while (waitpid(Child.process, nullptr, WNOHANG) == 0) {
         if (ClockMilliseconds() >= deadline) return false;
         constexpr timespec kPause = {0, 1000000};
         nanosleep(&kPause, nullptr);
@@ -91,8 +94,8 @@ bool WaitForEngine(bool untilItTakes, std::int64_t deadline) {
     const std::int64_t left = deadline - ClockMilliseconds();
     if (left <= 0) return false;
     const timespec limit = {left / 1000, left % 1000 * 1000000};
-    pollfd waiting[] = {{EngineOutput.descriptor, POLLIN, 0},
-                        {untilItTakes ? EngineInput : -1, POLLOUT, 0}};
+    pollfd waiting[] = {{Engine.EngineOutput.descriptor, POLLIN, 0},
+                        {untilItTakes ? Child.input : -1, POLLOUT, 0}};
     sigset_t terminate, before;
     sigemptyset(&terminate);
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&terminate, signal);
@@ -100,15 +103,15 @@ bool WaitForEngine(bool untilItTakes, std::int64_t deadline) {
     if (!TerminationRequested() &&
         ppoll(waiting, std::size(waiting), &limit, &before) > 0 &&
         waiting[0].revents != 0)
-        ReadSome(EngineOutput);
+        ReadSome(Engine.EngineOutput);
     sigprocmask(SIG_SETMASK, &before, nullptr);
-    return !EngineOutput.ended && !TerminationRequested();
+    return !Engine.EngineOutput.ended && !TerminationRequested();
 }
 
 bool SendAll(std::string_view text) {
     const std::int64_t deadline = ClockMilliseconds() + kPatience;
     while (!text.empty()) {
-        const ssize_t sent = write(EngineInput, text.data(), text.size());
+        const ssize_t sent = write(Child.input, text.data(), text.size());
         if (sent >= 0)
             text.remove_prefix(static_cast<std::size_t>(sent));
         else if (errno != EINTR && errno != EAGAIN)
@@ -119,12 +122,9 @@ bool SendAll(std::string_view text) {
     return true;
 }
 
-// What the engine said of its start that the user should know.
-std::string StartRemark;
-
 void NoteStart(const std::string& line) {
     if (line.starts_with("*** ") || line.starts_with("An error occured"))
-        StartRemark = "the engine says: " + line;
+        Child.startRemark = "the engine says: " + line;
 }
 
 }  // namespace
@@ -136,50 +136,51 @@ bool StartEngine(std::string& fault) {
         StopEngine();
         return false;
     }
-    StartRemark.clear();
+    Child.startRemark.clear();
     TellEngine("easy\n");
     const bool ready = SettleEngine(NoteStart);
-    if (!StartRemark.empty()) fault += (fault.empty() ? "" : "; ") + StartRemark;
+    if (!Child.startRemark.empty())
+        fault += (fault.empty() ? "" : "; ") + Child.startRemark;
     if (ready) return true;
-    fault = "the engine does not start: " + EngineProgram +
+    fault = "the engine does not start: " + Engine.EngineProgram +
             (fault.empty() ? "" : " (" + fault + ')');
     StopEngine();
     return false;
 }
 
 void StopEngine() {
-    if (Process > 0) {
+    if (Child.process > 0) {
         TellEngine("quit\n");
         Forget();
         if (!Ended(kEndPatience)) {
-            kill(Process, SIGKILL);
-            waitpid(Process, nullptr, 0);
+            kill(Child.process, SIGKILL);
+            waitpid(Child.process, nullptr, 0);
         }
     }
-    Process = -1;
+    Child.process = -1;
     Forget();
     RemoveEngineFolder();
 }
 
-bool EngineRuns() { return Process > 0 && !EngineOutput.ended; }
+bool EngineRuns() { return Child.process > 0 && !Engine.EngineOutput.ended; }
 
 void TellEngine(std::string_view lines) {
-    if (EngineInput >= 0 && !SendAll(lines)) EngineOutput.ended = true;
+    if (Child.input >= 0 && !SendAll(lines)) Engine.EngineOutput.ended = true;
 }
 
 // "exit" ends an analysis and any search; "force" ends the pondering that may follow, and
 // keeps the engine from answering; the question is the last thing it then hears. Should
 // pondering begin after "force", the question itself ends it.
 bool SettleEngine(void (*visit)(const std::string& line)) {
-    const std::string number = std::to_string(++Token);
+    const std::string number = std::to_string(++Child.token);
     TellEngine("exit\nforce\n" + (kQuestion + number) + '\n');
     const std::string answer = kAnswer + number;
     const std::int64_t deadline = ClockMilliseconds() + kPatience;
     for (std::string line;;) {
-        while (TakeLine(EngineOutput, line)) {
+        while (TakeLine(Engine.EngineOutput, line)) {
             if (line == answer) return true;
             visit(line);
         }
-        if (EngineOutput.ended || !WaitForEngine(false, deadline)) return false;
+        if (Engine.EngineOutput.ended || !WaitForEngine(false, deadline)) return false;
     }
 }

@@ -6,10 +6,14 @@
 
 #include "bridge/lines.h"
 
-// The program to start; a name without "/" is looked for in the search path.
-extern std::string EngineProgram;
-// What it says, as lines; descriptor -1: it does not run.
-extern LineReader EngineOutput;
+struct EngineConnection {
+    // The program to start; a name without "/" is looked for in the search path. Set by
+    // the command line.
+    std::string EngineProgram = "veltramox";
+    // What it says, as lines; descriptor -1: it does not run.
+    LineReader EngineOutput;
+};
+extern EngineConnection Engine;
 
 // Starts it in a folder made for it, in force mode and not pondering. False, with the
 // reason in `fault`, when it does not get ready; otherwise `fault` tells what the user

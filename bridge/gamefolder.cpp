@@ -18,7 +18,7 @@
 
 namespace fs = std::filesystem;
 
-std::string StandardBook;
+GameFolders Folders;
 
 namespace {
 
@@ -35,10 +35,6 @@ constexpr int kMostFolderTries = 5;
 constexpr std::size_t kMostTableFolders = 80;
 constexpr std::size_t kLongestSettings = 1 << 20;
 
-std::string LastingFolder;
-std::string EngineFolder;
-int FolderLock = -1;  // held on the engine's folder while this process lives
-
 std::string ReadSettings(const fs::path& name) {
     std::ifstream file(name, std::ios::binary);
     std::string text(kLongestSettings, '\0');
@@ -50,11 +46,11 @@ std::string ReadSettings(const fs::path& name) {
 void PlaceBook(const fs::path& folder, std::error_code& error) {
     if (OptionValue("OwnBook") != "true" || OptionValue("UCI_AnalyseMode") == "true")
         return;
-    if (!LastingFolder.empty())
-        fs::create_symlink(fs::path(LastingFolder) / kBookName, folder / kBookName,
+    if (!Folders.lasting.empty())
+        fs::create_symlink(fs::path(Folders.lasting) / kBookName, folder / kBookName,
                            error);
-    else if (fs::exists(StandardBook, error))
-        fs::copy_file(StandardBook, folder / kBookName, error);
+    else if (fs::exists(Folders.StandardBook, error))
+        fs::copy_file(Folders.StandardBook, folder / kBookName, error);
 }
 
 // The engine's settings are plain ASCII, short and without separators in names: whatever
@@ -63,7 +59,7 @@ void PlaceBook(const fs::path& folder, std::error_code& error) {
 std::string PlaceTables(const fs::path& folder, std::string& remark) {
     std::string missing, names;
     std::vector<std::string> tables =
-        TableFolders(OptionValue("EGTBPath"), LastingFolder, missing);
+        TableFolders(OptionValue("EGTBPath"), Folders.lasting, missing);
     while (tables.size() > kMostTableFolders) {
         missing += (missing.empty() ? "" : ", ") + tables.back();
         tables.pop_back();
@@ -149,11 +145,11 @@ std::string MakeLockedFolder(const fs::path& temporary) {
             (temporary / (prefix + std::string(kFolderLetters, 'X'))).string();
         if (mkdtemp(name.data()) == nullptr) return "";
         struct stat about = {};
-        if (LockFolder(name, FolderLock) != LockState::Taken &&
+        if (LockFolder(name, Folders.lock) != LockState::Taken &&
             lstat(name.c_str(), &about) == 0)
             return name;
-        if (FolderLock >= 0) close(FolderLock);
-        FolderLock = -1;
+        if (Folders.lock >= 0) close(Folders.lock);
+        Folders.lock = -1;
     }
     return "";
 }
@@ -162,16 +158,16 @@ std::string MakeLockedFolder(const fs::path& temporary) {
 
 bool UseGameFolder(const std::string& folder, std::string& fault) {
     std::error_code error;
-    LastingFolder.clear();
+    Folders.lasting.clear();
     if (!folder.empty()) {
         if (!fs::is_directory(folder, error)) {
             fault = "no folder " + folder;
             return false;
         }
-        LastingFolder = fs::absolute(folder, error).string();
+        Folders.lasting = fs::absolute(folder, error).string();
     }
     ReadBaseSettings(
-        folder.empty() ? "" : ReadSettings(fs::path(LastingFolder) / kSettingsName),
+        folder.empty() ? "" : ReadSettings(fs::path(Folders.lasting) / kSettingsName),
         !folder.empty());
     return true;
 }
@@ -180,16 +176,16 @@ std::string MakeEngineFolder(std::string& fault) {
     RemoveEngineFolder();
     const fs::path temporary = TemporaryFolder();
     SweepOnce(temporary);
-    EngineFolder = MakeLockedFolder(temporary);
-    if (EngineFolder.empty()) {
+    Folders.engines = MakeLockedFolder(temporary);
+    if (Folders.engines.empty()) {
         fault = "no folder can be made in " + temporary.string();
         return "";
     }
     std::error_code error;
-    const fs::path folder(EngineFolder);
-    if (!LastingFolder.empty())
+    const fs::path folder(Folders.engines);
+    if (!Folders.lasting.empty())
         for (const char* file : kLearningNames)
-            fs::create_symlink(fs::path(LastingFolder) / file, folder / file, error);
+            fs::create_symlink(fs::path(Folders.lasting) / file, folder / file, error);
     PlaceBook(folder, error);
     std::ofstream settings(folder / kSettingsName, std::ios::binary);
     settings << WriteSettings() << PlaceTables(folder, fault);
@@ -197,13 +193,13 @@ std::string MakeEngineFolder(std::string& fault) {
         fault = "the engine's folder cannot be filled";
         return "";
     }
-    return EngineFolder;
+    return Folders.engines;
 }
 
 void RemoveEngineFolder() {
     std::error_code ignored;
-    if (!EngineFolder.empty()) fs::remove_all(EngineFolder, ignored);
-    EngineFolder.clear();
-    if (FolderLock >= 0) close(FolderLock);
-    FolderLock = -1;
+    if (!Folders.engines.empty()) fs::remove_all(Folders.engines, ignored);
+    Folders.engines.clear();
+    if (Folders.lock >= 0) close(Folders.lock);
+    Folders.lock = -1;
 }

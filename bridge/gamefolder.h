@@ -5,12 +5,20 @@
 
 #include <string>
 
+// Written by bridge/gamefolder.cpp, but for the book.
+struct GameFolders {
+    // The book to be played from when there is no game folder; it is copied, not changed.
+    // Set by the command line.
+    std::string StandardBook;
+    std::string lasting;  // the user's game folder; empty: none
+    std::string engines;  // where the engine runs; empty: nowhere
+    int lock = -1;        // held on the engine's folder while this process lives
+};
+extern GameFolders Folders;
+
 // Where settings, book and learning files last; empty: nowhere. Reads its settings file,
 // which stays as it is. False, with the reason in `fault`, when there is no such folder.
 bool UseGameFolder(const std::string& folder, std::string& fault);
-// The book to be played from when there is no game folder; it is copied, not changed.
-extern std::string StandardBook;
-
 // Makes the engine's folder as the options ask for and returns its name; empty with the
 // reason in `fault` when it cannot be made. Otherwise `fault` tells of endgame tables
 // that cannot be offered, if there are such. The first call removes the folders that

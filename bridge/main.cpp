@@ -28,8 +28,8 @@ void LookBesideProgram() {
     if (error) return;
     const std::filesystem::path folder = self.parent_path();
     if (std::filesystem::exists(folder / "veltramox", error))
-        EngineProgram = (folder / "veltramox").string();
-    StandardBook = (folder / "Book.vlx").string();
+        Engine.EngineProgram = (folder / "veltramox").string();
+    Folders.StandardBook = (folder / "Book.vlx").string();
 }
 
 // A program named with a path is found from another folder too.
@@ -89,7 +89,7 @@ int main(int count, char** arguments) {
         return app.exit(error) == EXIT_SUCCESS ? EXIT_SUCCESS : EXIT_FAILURE;
     }
     LookBesideProgram();
-    if (!line.engine.empty()) EngineProgram = FromAnywhere(line.engine);
+    if (!line.engine.empty()) Engine.EngineProgram = FromAnywhere(line.engine);
     PrepareSignals();
     BuildTables();
     if (line.bench) return RunBench(line.depth);

@@ -18,9 +18,11 @@ constexpr char kAnalyseMode[] = "UCI_AnalyseMode";
 // What the engine is told of its tables depends on the folder that it runs in.
 constexpr char kTableKeys[] = "EGTBPath;UseEGTB";
 
-std::string BaseText;                       // settings lines from the game folder
-std::map<std::string, std::string> Values;  // by option name, what is shown
-std::map<std::string, bool> Set;            // the front end has set it
+struct {
+    std::string baseText;                       // settings lines from the game folder
+    std::map<std::string, std::string> values;  // by option name, what is shown
+    std::map<std::string, bool> set;            // the front end has set it
+} Chosen;
 
 // Smaller caches of endgame tables are not set here: log2 of bytes.
 constexpr int kLeastCacheBits = 20;
@@ -231,32 +233,33 @@ const std::vector<BridgeOption> kOptions = {
 // clang-format on
 
 void ReadBaseSettings(const std::string& text, bool inFolder) {
-    BaseText.clear();
-    Values.clear();
-    Set.clear();
-    for (const BridgeOption& option : kOptions) Values[option.name] = option.standard;
+    Chosen.baseText.clear();
+    Chosen.values.clear();
+    Chosen.set.clear();
+    for (const BridgeOption& option : kOptions)
+        Chosen.values[option.name] = option.standard;
     bool tables = true;
     ForEachSetting(text, [&](const std::string& key, std::string value) {
         // The engine takes "\\" for the separator of a path's parts too.
         if (EqualNoCase(key, "EGTBPath"))
             std::replace(value.begin(), value.end(), '\\', '/');
         if (EqualNoCase(key, "UseEGTB")) tables = !EqualNoCase(value.substr(0, 3), "off");
-        BaseText += key + '=' + value + '\n';
+        Chosen.baseText += key + '=' + value + '\n';
         const std::string shown = Shown(key, value);
         for (const BridgeOption& option : kOptions)
             if (HasKey(option.keys, key) && Valid(option, shown) &&
                 !EqualNoCase(key, "UseEGTB"))
-                Values[option.name] = shown;
+                Chosen.values[option.name] = shown;
     });
     // Without a path the engine looks for tables where it is started.
-    if (inFolder && Values["EGTBPath"].empty()) Values["EGTBPath"] = ".";
-    if (!tables) Values["EGTBPath"].clear();
+    if (inFolder && Chosen.values["EGTBPath"].empty()) Chosen.values["EGTBPath"] = ".";
+    if (!tables) Chosen.values["EGTBPath"].clear();
 }
 
 const std::string& OptionValue(std::string_view name) {
     static const std::string none;
     const BridgeOption* option = Find(name);
-    return option == nullptr ? none : Values[option->name];
+    return option == nullptr ? none : Chosen.values[option->name];
 }
 
 std::int64_t MoveOverhead() { return std::stoll(OptionValue("Move Overhead")); }
@@ -280,24 +283,26 @@ bool SetOption(std::string_view name, std::string_view value, std::string& remar
         return false;
     }
     if (SizedTable(*option) != nullptr) remark = SizeRemark(*option, taken, value);
-    if (Values[option->name] == taken && option->kind != OptionKind::Button) return true;
-    Values[option->name] = taken;
-    Set[option->name] = true;
+    if (Chosen.values[option->name] == taken && option->kind != OptionKind::Button)
+        return true;
+    Chosen.values[option->name] = taken;
+    Chosen.set[option->name] = true;
     if (MattersNow(*option)) OptionsChanged = true;
     return true;
 }
 
 std::string WriteSettings() {
     std::string text;
-    ForEachSetting(BaseText, [&](const std::string& key, const std::string& value) {
-        const bool replaced = std::any_of(
-            kOptions.begin(), kOptions.end(), [&](const BridgeOption& option) {
-                return Set[option.name] && HasKey(option.keys, key);
-            });
-        if (!replaced && !HasKey(kTableKeys, key)) text += key + '=' + value + '\n';
-    });
+    ForEachSetting(
+        Chosen.baseText, [&](const std::string& key, const std::string& value) {
+            const bool replaced = std::any_of(
+                kOptions.begin(), kOptions.end(), [&](const BridgeOption& option) {
+                    return Chosen.set[option.name] && HasKey(option.keys, key);
+                });
+            if (!replaced && !HasKey(kTableKeys, key)) text += key + '=' + value + '\n';
+        });
     for (const BridgeOption& option : kOptions)
-        if (Set[option.name]) text += LinesOf(option, Values[option.name]);
+        if (Chosen.set[option.name]) text += LinesOf(option, Chosen.values[option.name]);
     return text;
 }
 

@@ -18,12 +18,7 @@
 #include "platform/clock.h"
 #include "platform/process.h"
 
-Activity EngineActivity = Activity::Idle;
-bool PonderWanted;
-std::string PonderHint;
-ThinkingReport LastReport;
-bool QuitRequested;
-long long InputReads;
+SessionState Session;
 
 namespace {
 
@@ -31,67 +26,75 @@ constexpr int kMostDeaths = 3;                 // in a row, before the bridge gi
 constexpr std::int64_t kNodePause = 5;         // ms between looks at the node count
 constexpr std::int64_t kProgressPause = 1000;  // ms between words on the current move
 
-const Protocol* Outside;
-int ExitStatus = EXIT_SUCCESS;
-
-// ---- What stands on the engine's board ----
+// What stands on the engine's board.
 struct EngineBoard {
     bool known = false;
     std::string start;               // the game's beginning
     int prelude = 0;                 // half-moves made to set it up
     std::vector<std::string> moves;  // of the game
 };
-EngineBoard OnBoard;
 
-// ---- The last thinking line ----
-// It names a promotion without its piece. Where the moves after it do not tell either, it
-// is held back until the engine says the whole move: as its own, or when asked what it
-// looks at. Held for too long, it is shown without its moves first.
+// A thinking line names a promotion without its piece. Where the moves after it do not
+// tell either, it is held back until the engine says the whole move: as its own, or when
+// asked what it looks at. Held for too long, it is shown without its moves first.
 constexpr std::int64_t kLongestHold = 500;    // ms
 constexpr std::int64_t kPromotionPause = 20;  // ms between questions
-std::string LastLine;
-std::int64_t HeldUntil;  // 0: it has been shown
 
-// ---- The search under way ----
-SearchLimits Limits;
-std::int64_t SearchBegan;
-TimePlan Plan;
-int LastScore;  // of the engine's last move, centipawns, if there is one
-bool ScoreKnown;
-bool Heard;                // the engine has shown that it searches
-std::int64_t ProgressDue;  // when the current move is of interest next
-std::int64_t StatusDue;    // when the engine's status is asked for next; 0: never
-bool Resigning;            // "resign" came, its move has not yet
-bool StatusWanted;         // the outside has asked
-bool StatusAsked;          // the engine has been, and has not answered yet
-bool MoveAsked;            // it has been told to move now
-bool AnalysisEnded;        // it had nothing left to search when it was asked
-int Refusals;              // searches of this position that gave no usable move
-int Deaths;                // of the engine since it last ended a search
-bool HasSearched;          // since its start
-bool PonderGranted;        // the engine has been told "hard"
-bool Harvesting;           // what it says while it settles still counts
-std::string HarvestedMove;
+// What the session knows of the engine and of the search under way.
+struct {
+    const Protocol* outside = nullptr;
+    int exitStatus = EXIT_SUCCESS;
+    EngineBoard onBoard;
 
-int EnginePly() { return OnBoard.prelude + static_cast<int>(OnBoard.moves.size()); }
+    // ---- The last thinking line ----
+    std::string lastLine;
+    std::int64_t heldUntil = 0;  // 0: it has been shown
+
+    // ---- The search under way ----
+    SearchLimits limits;
+    std::int64_t searchBegan = 0;
+    TimePlan plan;
+    int lastScore = 0;  // of the engine's last move, centipawns, if there is one
+    bool scoreKnown = false;
+    bool heard = false;            // the engine has shown that it searches
+    std::int64_t progressDue = 0;  // when the current move is of interest next
+    std::int64_t statusDue = 0;    // when the engine is asked for its status; 0: never
+    bool resigning = false;        // "resign" came, its move has not yet
+    bool statusWanted = false;     // the outside has asked
+    bool statusAsked = false;      // the engine has been, and has not answered yet
+    bool moveAsked = false;        // it has been told to move now
+    bool analysisEnded = false;    // it had nothing left to search when it was asked
+    int refusals = 0;              // searches of this position that gave no usable move
+    int deaths = 0;                // of the engine since it last ended a search
+    bool hasSearched = false;      // since its start
+    bool ponderGranted = false;    // the engine has been told "hard"
+    bool harvesting = false;       // what it says while it settles still counts
+    std::string harvestedMove;
+} Run;
+
+int EnginePly() {
+    return Run.onBoard.prelude + static_cast<int>(Run.onBoard.moves.size());
+}
 
 bool Thinking() {
-    return EngineActivity == Activity::Searching || EngineActivity == Activity::Analysing;
+    return Session.EngineActivity == Activity::Searching ||
+           Session.EngineActivity == Activity::Analysing;
 }
 
 std::string SetUpCommands(const std::string& fen) {
     const SetUpPlan plan = PlanSetUp(fen);
     ReplayGame();
-    if (!plan.remark.empty()) Outside->onNotice(plan.remark);
-    OnBoard = {true, fen, plan.plies, {}};
+    if (!plan.remark.empty()) Run.outside->onNotice(plan.remark);
+    Run.onBoard = {true, fen, plan.plies, {}};
     return plan.commands;
 }
 
 // The commands that bring the idle engine from where it is to the game's position.
 std::string CatchUp() {
     std::string text = "force\n";
-    if (!OnBoard.known || OnBoard.start != Game.start) text += SetUpCommands(Game.start);
-    std::vector<std::string>& moves = OnBoard.moves;
+    if (!Run.onBoard.known || Run.onBoard.start != Game.start)
+        text += SetUpCommands(Game.start);
+    std::vector<std::string>& moves = Run.onBoard.moves;
     const auto fork =
         std::mismatch(moves.begin(), moves.end(), Game.moves.begin(), Game.moves.end());
     for (auto i = fork.first; i != moves.end(); ++i) text += "undo\n";
@@ -104,52 +107,54 @@ std::string CatchUp() {
 // game in them that the rules do not.
 std::string SetUpAlone() {
     std::string text = "force\n" + SetUpCommands(WriteFen());
-    OnBoard.known = false;
+    Run.onBoard.known = false;
     return text;
 }
 
 void StartClock() {
-    SearchBegan = ClockMilliseconds();
-    Plan = PlanTime(Limits, MoveNumber(), MoveOverhead());
-    ProgressDue = SearchBegan + kProgressPause;
-    if (Limits.nodes > 0)
-        StatusDue = SearchBegan + kNodePause;
+    Run.searchBegan = ClockMilliseconds();
+    Run.plan = PlanTime(Run.limits, MoveNumber(), MoveOverhead());
+    Run.progressDue = Run.searchBegan + kProgressPause;
+    if (Run.limits.nodes > 0)
+        Run.statusDue = Run.searchBegan + kNodePause;
     else
-        StatusDue = Outside->onProgress != nullptr ? ProgressDue : 0;
+        Run.statusDue = Run.outside->onProgress != nullptr ? Run.progressDue : 0;
 }
 
 // When "?" is due; 0: never. A search of which nothing has been heard has hardly begun,
 // the machine being busy with other things: it may go on to the hard limit.
 std::int64_t MoveDeadline() {
-    if (Plan.soft == 0) return 0;
-    if (!Heard) return SearchBegan + Plan.hard;
-    const bool comparable = ScoreKnown && !LastReport.moves.empty();
-    const int fall = comparable ? LastScore - LastReport.score : 0;
-    return SearchBegan + StretchedLimit(Plan, fall);
+    if (Run.plan.soft == 0) return 0;
+    if (!Run.heard) return Run.searchBegan + Run.plan.hard;
+    const bool comparable = Run.scoreKnown && !Session.LastReport.moves.empty();
+    const int fall = comparable ? Run.lastScore - Session.LastReport.score : 0;
+    return Run.searchBegan + StretchedLimit(Run.plan, fall);
 }
 
 void ForgetSearch() {
-    Plan = TimePlan{};
-    StatusDue = HeldUntil = 0;
-    Heard = Resigning = StatusWanted = StatusAsked = MoveAsked = AnalysisEnded = false;
-    PonderHint.clear();
+    Run.plan = TimePlan{};
+    Run.statusDue = Run.heldUntil = 0;
+    Run.heard = Run.resigning = Run.statusWanted = Run.statusAsked = Run.moveAsked =
+        Run.analysisEnded = false;
+    Session.PonderHint.clear();
 }
 
 void Search(const std::string& position) {
-    HasSearched = true;
-    LastReport = ThinkingReport{};
+    Run.hasSearched = true;
+    Session.LastReport = ThinkingReport{};
     ForgetSearch();
     StartClock();
-    if (Limits.endless) {
-        EngineActivity = Activity::Analysing;
+    if (Run.limits.endless) {
+        Session.EngineActivity = Activity::Analysing;
         TellEngine(position + "analyze\n");
         return;
     }
-    EngineActivity = Activity::Searching;
-    PonderGranted =
-        PonderWanted && OptionValue("Ponder") == "true" && TimeToPonder(Limits);
-    TellEngine(position + (PonderGranted ? "hard\n" : "easy\n") +
-               LimitCommands(Limits, Plan, EnginePly(), PonderGranted) + "go\n");
+    Session.EngineActivity = Activity::Searching;
+    Run.ponderGranted = Session.PonderWanted && OptionValue("Ponder") == "true" &&
+                        TimeToPonder(Run.limits);
+    TellEngine(position + (Run.ponderGranted ? "hard\n" : "easy\n") +
+               LimitCommands(Run.limits, Run.plan, EnginePly(), Run.ponderGranted) +
+               "go\n");
 }
 
 void Lessen(SearchLimits& limits, std::int64_t spent) {
@@ -159,23 +164,23 @@ void Lessen(SearchLimits& limits, std::int64_t spent) {
 
 // The engine is gone: a new one takes over what it was doing, with the time that is left.
 void Revive() {
-    const Activity interrupted = EngineActivity;
-    EngineActivity = Activity::Idle;
+    const Activity interrupted = Session.EngineActivity;
+    Session.EngineActivity = Activity::Idle;
     if (TerminationRequested()) {
-        QuitRequested = true;
+        Session.QuitRequested = true;
         return;
     }
-    Outside->onNotice("the engine ended unexpectedly; it is started anew");
-    if (++Deaths >= kMostDeaths) {
-        Outside->onNotice("the engine keeps ending; giving up");
-        ExitStatus = EXIT_FAILURE;
-        QuitRequested = true;
+    Run.outside->onNotice("the engine ended unexpectedly; it is started anew");
+    if (++Run.deaths >= kMostDeaths) {
+        Run.outside->onNotice("the engine keeps ending; giving up");
+        Run.exitStatus = EXIT_FAILURE;
+        Session.QuitRequested = true;
         return;
     }
     if (!RestartEngine() || interrupted == Activity::Idle ||
         interrupted == Activity::Pondering)
         return;
-    Lessen(Limits, SearchTime());
+    Lessen(Run.limits, SearchTime());
     Search(CatchUp());
 }
 
@@ -183,97 +188,99 @@ void Revive() {
 
 // It has played the move on its own board, whatever became of the search.
 void NoteEngineMove(const std::string& move) {
-    if (OnBoard.known) OnBoard.moves.push_back(move);
+    if (Run.onBoard.known) Run.onBoard.moves.push_back(move);
 }
 
 void AcceptMove(const std::string& move) {
     if (!PlayMove(move)) {
-        Outside->onNotice("the engine made an illegal move: " + move);
-        EngineOutput.ended = true;  // out of step beyond repair: as if it had died
+        Run.outside->onNotice("the engine made an illegal move: " + move);
+        Engine.EngineOutput.ended = true;  // out of step beyond repair: as if it had died
         return;
     }
-    const bool resigns = Resigning;
-    LastScore = LastReport.score;
-    ScoreKnown = !LastReport.moves.empty();
-    EngineActivity = PonderGranted ? Activity::Pondering : Activity::Idle;
+    const bool resigns = Run.resigning;
+    Run.lastScore = Session.LastReport.score;
+    Run.scoreKnown = !Session.LastReport.moves.empty();
+    Session.EngineActivity = Run.ponderGranted ? Activity::Pondering : Activity::Idle;
     ForgetSearch();
-    Refusals = Deaths = 0;
-    if (PonderGranted && (!PonderWanted || resigns)) EndActivity();
-    Outside->onMove(move, resigns);
+    Run.refusals = Run.deaths = 0;
+    if (Run.ponderGranted && (!Session.PonderWanted || resigns)) EndActivity();
+    Run.outside->onMove(move, resigns);
 }
 
 // A result instead of a move. The bridge has looked whether the game is over, so this is
 // a repetition by the engine's own coarser measure, or there is nothing left to search.
 void AcceptRefusal(const std::string& result) {
-    if (AllLegalMoves().empty() && Limits.endless) return;  // nothing to analyse
-    if (Refusals++ == 0) {
-        const SearchLimits limits = Limits;
+    if (AllLegalMoves().empty() && Run.limits.endless) return;  // nothing to analyse
+    if (Run.refusals++ == 0) {
+        const SearchLimits limits = Run.limits;
         EndActivity();
-        Limits = limits;
+        Run.limits = limits;
         Search(SetUpAlone());
         return;
     }
-    Refusals = 0;
-    if (Limits.endless) return;
-    EngineActivity = Activity::Idle;
+    Run.refusals = 0;
+    if (Run.limits.endless) return;
+    Session.EngineActivity = Activity::Idle;
     ForgetSearch();
-    Outside->onNoMove(result);
+    Run.outside->onNoMove(result);
 }
 
 // The engine looks at its input only now and then, and takes one question at each look:
 // more of them would pile up, until neither side could write any more.
 void AskEngineStatus() {
-    if (StatusAsked) return;
-    StatusAsked = true;
+    if (Run.statusAsked) return;
+    Run.statusAsked = true;
     TellEngine(".\n");
 }
 
 void ShowThoughtWithoutMoves() {
-    if (HeldUntil == 0) return;
-    HeldUntil = 0;
-    ThinkingReport report = LastReport;
+    if (Run.heldUntil == 0) return;
+    Run.heldUntil = 0;
+    ThinkingReport report = Session.LastReport;
     report.moves.clear();
-    Outside->onThinking(report);
+    Run.outside->onThinking(report);
 }
 
 // The last line was about this move; it is shown, once more if need be, when it did not
 // tell so.
 void SettleThought(const std::string& move) {
-    if (LastReport.moves.empty() || !SameSquares(LastReport.moves[0], move))
+    if (Session.LastReport.moves.empty() ||
+        !SameSquares(Session.LastReport.moves[0], move))
         return ShowThoughtWithoutMoves();
-    if (LastReport.moves[0] == move && !LastReport.unsure) return;
-    HeldUntil = 0;
-    ReadThinkingLine(LastLine, move, LastReport);
-    Outside->onThinking(LastReport);
+    if (Session.LastReport.moves[0] == move && !Session.LastReport.unsure) return;
+    Run.heldUntil = 0;
+    ReadThinkingLine(Run.lastLine, move, Session.LastReport);
+    Run.outside->onThinking(Session.LastReport);
 }
 
 // The first line of an iteration is about the move that the last one before was about.
 bool SameMoveAsLast(const ThinkingReport& report) {
-    return !report.moves.empty() && !LastReport.moves.empty() &&
-           report.depth > LastReport.depth &&
-           SameSquares(report.moves[0], LastReport.moves[0]);
+    return !report.moves.empty() && !Session.LastReport.moves.empty() &&
+           report.depth > Session.LastReport.depth &&
+           SameSquares(report.moves[0], Session.LastReport.moves[0]);
 }
 
 // An analysis that has come to its end would begin again with a question.
 bool MayAsk() {
-    return EngineActivity == Activity::Searching ||
-           (!AnalysisEnded && MovesToMate(LastReport.score) == 0);
+    return Session.EngineActivity == Activity::Searching ||
+           (!Run.analysisEnded && MovesToMate(Session.LastReport.score) == 0);
 }
 
 void HandleThinking(const std::string& line) {
     ThinkingReport report;
     if (!ReadThinkingLine(line, "", report)) return;
-    Heard = true;
+    Run.heard = true;
     if (SameMoveAsLast(report)) {
-        if (!LastReport.unsure) ReadThinkingLine(line, LastReport.moves[0], report);
+        if (!Session.LastReport.unsure)
+            ReadThinkingLine(line, Session.LastReport.moves[0], report);
         if (!report.unsure) SettleThought(report.moves[0]);
     }
     ShowThoughtWithoutMoves();
-    LastReport = report;
-    LastLine = line;
-    if (!report.unsure) return Outside->onThinking(LastReport);
-    HeldUntil = ClockMilliseconds() + kLongestHold;
-    if (MayAsk()) StatusDue = ClockMilliseconds();
+    Session.LastReport = report;
+    Run.lastLine = line;
+    if (!report.unsure) return Run.outside->onThinking(Session.LastReport);
+    Run.heldUntil = ClockMilliseconds() + kLongestHold;
+    if (MayAsk()) Run.statusDue = ClockMilliseconds();
 }
 
 // False for the status of an engine that does not search.
@@ -292,25 +299,26 @@ bool IsBestMove(const EngineStatus& status) {
 }
 
 void ShowProgress(const EngineStatus& status) {
-    if (Outside->onProgress == nullptr || ClockMilliseconds() < ProgressDue) return;
-    ProgressDue = ClockMilliseconds() + kProgressPause;
-    Outside->onProgress(status);
+    if (Run.outside->onProgress == nullptr || ClockMilliseconds() < Run.progressDue)
+        return;
+    Run.progressDue = ClockMilliseconds() + kProgressPause;
+    Run.outside->onProgress(status);
 }
 
 void AcceptStatus(const std::string& line) {
-    StatusAsked = false;
-    if (StatusWanted) Outside->onStatus(line);
-    StatusWanted = false;
+    Run.statusAsked = false;
+    if (Run.statusWanted) Run.outside->onStatus(line);
+    Run.statusWanted = false;
     EngineStatus status;
     if (!ReadStatus(line, status)) {
-        AnalysisEnded = true;
-        StatusDue = 0;
+        Run.analysisEnded = true;
+        Run.statusDue = 0;
         return ShowThoughtWithoutMoves();
     }
-    if (LastReport.unsure && IsBestMove(status)) SettleThought(status.move);
+    if (Session.LastReport.unsure && IsBestMove(status)) SettleThought(status.move);
     ShowProgress(status);
-    if (EngineActivity == Activity::Searching && Limits.nodes > 0 &&
-        status.nodes >= Limits.nodes)
+    if (Session.EngineActivity == Activity::Searching && Run.limits.nodes > 0 &&
+        status.nodes >= Run.limits.nodes)
         MoveNow();
 }
 
@@ -330,18 +338,19 @@ void HandleEngineLine(const std::string& line) {
     const bool busy = Thinking();
     if (Begins(line, "move ")) {
         const std::string move(Trimmed(std::string_view(line).substr(5)));
-        if (EngineActivity == Activity::Searching) SettleThought(move);
+        if (Session.EngineActivity == Activity::Searching) SettleThought(move);
         NoteEngineMove(move);
-        if (EngineActivity == Activity::Searching) AcceptMove(move);
+        if (Session.EngineActivity == Activity::Searching) AcceptMove(move);
     } else if (Begins(line, "Hint: ")) {
-        if (EngineActivity == Activity::Pondering) PonderHint = line.substr(6);
+        if (Session.EngineActivity == Activity::Pondering)
+            Session.PonderHint = line.substr(6);
     } else if (Begins(line, "resign")) {
-        Resigning = true;
+        Run.resigning = true;
     } else if (Begins(line, "stat01:")) {
         if (busy) AcceptStatus(line);
     } else if (Begins(line, "Illegal move: ")) {
-        Outside->onNotice("out of step with the engine (" + line + ')');
-        EngineOutput.ended = true;
+        Run.outside->onNotice("out of step with the engine (" + line + ')');
+        Engine.EngineOutput.ended = true;
     } else if (busy && IsResult(line)) {
         AcceptRefusal(line);
     } else if (busy && IsThinking(line)) {
@@ -351,10 +360,10 @@ void HandleEngineLine(const std::string& line) {
 
 void Settled(const std::string& line) {
     if (Begins(line, "move ")) {
-        HarvestedMove = Trimmed(std::string_view(line).substr(5));
-        if (Harvesting) SettleThought(HarvestedMove);
-        NoteEngineMove(HarvestedMove);
-    } else if (Harvesting && IsThinking(line)) {
+        Run.harvestedMove = Trimmed(std::string_view(line).substr(5));
+        if (Run.harvesting) SettleThought(Run.harvestedMove);
+        NoteEngineMove(Run.harvestedMove);
+    } else if (Run.harvesting && IsThinking(line)) {
         HandleThinking(line);
     }
 }
@@ -362,20 +371,20 @@ void Settled(const std::string& line) {
 // ---- The loop ----
 
 void HandleEngine() {
-    for (std::string line; TakeLine(EngineOutput, line);) {
+    for (std::string line; TakeLine(Engine.EngineOutput, line);) {
         HandleEngineLine(line);
-        if (EngineOutput.ended) break;
+        if (Engine.EngineOutput.ended) break;
     }
-    if (EngineOutput.ended && EngineOutput.descriptor >= 0) Revive();
+    if (Engine.EngineOutput.ended && Engine.EngineOutput.descriptor >= 0) Revive();
 }
 
 // When the engine is to be asked again, after having been asked now.
 std::int64_t NextStatus(std::int64_t now) {
-    if (EngineActivity == Activity::Searching && Limits.nodes > 0)
+    if (Session.EngineActivity == Activity::Searching && Run.limits.nodes > 0)
         return now + kNodePause;
     if (!MayAsk()) return 0;
-    if (LastReport.unsure) return now + kPromotionPause;
-    return Outside->onProgress != nullptr ? now + kProgressPause : 0;
+    if (Session.LastReport.unsure) return now + kPromotionPause;
+    return Run.outside->onProgress != nullptr ? now + kProgressPause : 0;
 }
 
 void HandleTimers() {
@@ -383,16 +392,16 @@ void HandleTimers() {
     const std::int64_t now = ClockMilliseconds();
     const std::int64_t deadline = MoveDeadline();
     if (deadline != 0 && now >= deadline) MoveNow();
-    if (HeldUntil != 0 && now >= HeldUntil) ShowThoughtWithoutMoves();
-    if (StatusDue == 0 || now < StatusDue) return;
-    StatusDue = NextStatus(now);
+    if (Run.heldUntil != 0 && now >= Run.heldUntil) ShowThoughtWithoutMoves();
+    if (Run.statusDue == 0 || now < Run.statusDue) return;
+    Run.statusDue = NextStatus(now);
     AskEngineStatus();
 }
 
 // Milliseconds to the next timer, -1 when none runs.
 int Pause() {
     std::int64_t next = 0;
-    for (const std::int64_t timer : {MoveDeadline(), HeldUntil, StatusDue})
+    for (const std::int64_t timer : {MoveDeadline(), Run.heldUntil, Run.statusDue})
         if (timer != 0 && (next == 0 || timer < next)) next = timer;
     if (next == 0 || !Thinking()) return -1;
     return static_cast<int>(std::max(next - ClockMilliseconds(), std::int64_t{0}));
@@ -407,7 +416,7 @@ void Listen(LineReader& outside) {
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&terminate, signal);
     sigprocmask(SIG_BLOCK, &terminate, &before);
     pollfd waiting[] = {{outside.ended ? -1 : outside.descriptor, POLLIN, 0},
-                        {EngineOutput.descriptor, POLLIN, 0},
+                        {Engine.EngineOutput.descriptor, POLLIN, 0},
                         {STDOUT_FILENO, 0, 0}};
     int ready = 0;
     if (!TerminationRequested()) {
@@ -416,30 +425,30 @@ void Listen(LineReader& outside) {
         ready = ppoll(waiting, std::size(waiting), pause < 0 ? nullptr : &limit, &before);
     }
     sigprocmask(SIG_SETMASK, &before, nullptr);
-    if (TerminationRequested()) QuitRequested = true;
+    if (TerminationRequested()) Session.QuitRequested = true;
     if (ready <= 0) return;
     if (waiting[2].revents != 0) OutsideGone = true;
-    if (waiting[1].revents != 0) ReadSome(EngineOutput);
+    if (waiting[1].revents != 0) ReadSome(Engine.EngineOutput);
     if (waiting[0].revents == 0) return;
     ReadSome(outside);
-    ++InputReads;
+    ++Session.InputReads;
 }
 
 int RunLoop(LineReader& outside) {
-    while (!QuitRequested && !OutsideGone) {
+    while (!Session.QuitRequested && !OutsideGone) {
         HandleEngine();
         HandleTimers();
-        const bool more = Outside->goOn(outside.ended);
+        const bool more = Run.outside->goOn(outside.ended);
         std::string line;
-        if (!QuitRequested && TakeLine(outside, line)) {
-            Outside->onLine(line);
+        if (!Session.QuitRequested && TakeLine(outside, line)) {
+            Run.outside->onLine(line);
             continue;
         }
         if (outside.ended && !more) break;
-        if (!QuitRequested) Listen(outside);
+        if (!Session.QuitRequested) Listen(outside);
     }
     StopEngine();
-    return ExitStatus;
+    return Run.exitStatus;
 }
 
 LineReader& StandardInput() {
@@ -450,16 +459,16 @@ LineReader& StandardInput() {
 
 }  // namespace
 
-long long SearchTime() { return ClockMilliseconds() - SearchBegan; }
+long long SearchTime() { return ClockMilliseconds() - Run.searchBegan; }
 
 void BeginSearch(const SearchLimits& limits) {
     const std::int64_t asked = ClockMilliseconds();
     EndActivity();
     ApplyOptions();
-    if (QuitRequested) return;
-    Limits = limits;
-    Lessen(Limits, ClockMilliseconds() - asked);  // the search's own clock starts now
-    Refusals = 0;
+    if (Session.QuitRequested) return;
+    Run.limits = limits;
+    Lessen(Run.limits, ClockMilliseconds() - asked);  // the search's own clock starts now
+    Run.refusals = 0;
     Search(CatchUp());
 }
 
@@ -470,40 +479,41 @@ void BeginAnalysis() {
 }
 
 void EndActivity() {
-    if (EngineActivity == Activity::Idle) return;
-    EngineActivity = Activity::Idle;
+    if (Session.EngineActivity == Activity::Idle) return;
+    Session.EngineActivity = Activity::Idle;
     ForgetSearch();
     if (SettleEngine(Settled)) {
-        Deaths = 0;
+        Run.deaths = 0;
         return;
     }
-    EngineOutput.ended = true;
+    Engine.EngineOutput.ended = true;
     Revive();
 }
 
 void MoveNow() {
-    if (EngineActivity != Activity::Searching || MoveAsked) return;
-    MoveAsked = true;
-    Plan = TimePlan{};
-    if (Limits.nodes > 0) StatusDue = 0;
+    if (Session.EngineActivity != Activity::Searching || Run.moveAsked) return;
+    Run.moveAsked = true;
+    Run.plan = TimePlan{};
+    if (Run.limits.nodes > 0) Run.statusDue = 0;
     TellEngine("?\n");
 }
 
 bool TurnPonderHit(const SearchLimits& limits) {
-    if (EngineActivity != Activity::Pondering || !OnBoard.known || !EngineRuns() ||
-        OptionsChanged || Game.moves.back() != PonderHint ||
-        (limits.clock < 0) != (Limits.clock < 0) || limits.moveTime != Limits.moveTime ||
-        limits.depth != Limits.depth || !TimeToPonder(limits))
+    if (Session.EngineActivity != Activity::Pondering || !Run.onBoard.known ||
+        !EngineRuns() || OptionsChanged || Game.moves.back() != Session.PonderHint ||
+        (limits.clock < 0) != (Run.limits.clock < 0) ||
+        limits.moveTime != Run.limits.moveTime || limits.depth != Run.limits.depth ||
+        !TimeToPonder(limits))
         return false;
-    Limits = limits;
+    Run.limits = limits;
     const std::string text = Game.moves.back() + '\n';
-    OnBoard.moves.push_back(Game.moves.back());
-    EngineActivity = Activity::Searching;
-    LastReport = ThinkingReport{};
+    Run.onBoard.moves.push_back(Game.moves.back());
+    Session.EngineActivity = Activity::Searching;
+    Session.LastReport = ThinkingReport{};
     ForgetSearch();
     StartClock();
-    Heard = true;
-    Refusals = 0;
+    Run.heard = true;
+    Run.refusals = 0;
     TellEngine(text);
     return true;
 }
@@ -513,69 +523,70 @@ namespace {
 // The best move of the analysis that has just ended. Where a promotion's piece is not
 // known, the engine, its tables full, is made to play the move.
 std::string AnalysedMove() {
-    if (LastReport.unsure) {
-        const ThinkingReport report = LastReport;
-        const std::string line = LastLine;
-        Limits = SearchLimits{};
-        Limits.depth = kQuickDepth;
-        PonderWanted = false;
-        HarvestedMove.clear();
+    if (Session.LastReport.unsure) {
+        const ThinkingReport report = Session.LastReport;
+        const std::string line = Run.lastLine;
+        Run.limits = SearchLimits{};
+        Run.limits.depth = kQuickDepth;
+        Session.PonderWanted = false;
+        Run.harvestedMove.clear();
         Search(CatchUp());
         EndActivity();
-        LastReport = report;
-        LastLine = line;
-        if (SameSquares(report.moves[0], HarvestedMove)) SettleThought(HarvestedMove);
+        Session.LastReport = report;
+        Run.lastLine = line;
+        if (SameSquares(report.moves[0], Run.harvestedMove))
+            SettleThought(Run.harvestedMove);
     }
-    return LastReport.moves.empty() ? "" : LastReport.moves[0];
+    return Session.LastReport.moves.empty() ? "" : Session.LastReport.moves[0];
 }
 
 }  // namespace
 
 std::string EndWithMove() {
-    const bool analysing = EngineActivity == Activity::Analysing;
-    HarvestedMove.clear();
-    Harvesting = EngineActivity == Activity::Searching || analysing;
+    const bool analysing = Session.EngineActivity == Activity::Analysing;
+    Run.harvestedMove.clear();
+    Run.harvesting = Session.EngineActivity == Activity::Searching || analysing;
     EndActivity();
-    Harvesting = false;
+    Run.harvesting = false;
     if (analysing) return AnalysedMove();
-    return LegalMove(HarvestedMove) == NO_MOVE ? "" : HarvestedMove;
+    return LegalMove(Run.harvestedMove) == NO_MOVE ? "" : Run.harvestedMove;
 }
 
 void AskStatus() {
-    StatusWanted = true;
+    Run.statusWanted = true;
     AskEngineStatus();
 }
 
 bool RestartEngine() {
-    EngineActivity = Activity::Idle;
-    OnBoard.known = HasSearched = ScoreKnown = false;
+    Session.EngineActivity = Activity::Idle;
+    Run.onBoard.known = Run.hasSearched = Run.scoreKnown = false;
     OptionsChanged = false;
     ForgetSearch();
     std::string fault;
     const bool started = StartEngine(fault);
-    if (!fault.empty()) Outside->onNotice(fault);
+    if (!fault.empty()) Run.outside->onNotice(fault);
     if (started) return true;
-    ExitStatus = EXIT_FAILURE;
-    QuitRequested = true;
+    Run.exitStatus = EXIT_FAILURE;
+    Session.QuitRequested = true;
     return false;
 }
 
 void LeaveGame() {
     EndActivity();
-    OnBoard.known = ScoreKnown = false;
+    Run.onBoard.known = Run.scoreKnown = false;
 }
 
 void ForgetGames() {
     EndActivity();
-    ScoreKnown = false;
-    if (!HasSearched) return;
+    Run.scoreKnown = false;
+    if (!Run.hasSearched) return;
     TellEngine("new\n");  // the game it has played is credited to the book
     RestartEngine();
 }
 
 void ApplyOptions() {
     if (!OptionsChanged) return;
-    const Activity interrupted = EngineActivity;
+    const Activity interrupted = Session.EngineActivity;
     EndActivity();
     if (RestartEngine() && interrupted == Activity::Analysing) Search(CatchUp());
 }
@@ -597,10 +608,10 @@ int RunSessionByFirstLine() {
             std::string_view rest = line;
             const std::string_view word = TakeWord(rest);
             if (word == "quit") return EXIT_SUCCESS;
-            Outside = AskedFor(word);
-            if (Outside != nullptr) {
-                if (!RestartEngine()) return ExitStatus;
-                Outside->onLine(line);
+            Run.outside = AskedFor(word);
+            if (Run.outside != nullptr) {
+                if (!RestartEngine()) return Run.exitStatus;
+                Run.outside->onLine(line);
                 return RunLoop(input);
             }
             if (word == "help")
@@ -610,6 +621,6 @@ int RunSessionByFirstLine() {
         }
         if (input.ended) return EXIT_SUCCESS;
         Listen(input);
-        if (QuitRequested || OutsideGone) return EXIT_SUCCESS;
+        if (Session.QuitRequested || OutsideGone) return EXIT_SUCCESS;
     }
 }

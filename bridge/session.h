@@ -43,18 +43,23 @@ enum class Activity {
     Analysing,  // until stopped
     Pondering,  // after its own move, on the opponent's time; perhaps done with it
 };
-extern Activity EngineActivity;
-// The engine is to ponder after its moves, by its own prediction.
-extern bool PonderWanted;
-// The move the engine expects after its own, four characters; empty: none known.
-extern std::string PonderHint;
-// The last thinking line of the search or analysis under way, or of the last one.
-extern ThinkingReport LastReport;
-// Ends the loop.
-extern bool QuitRequested;
-// How often something has been read from the outside: lines that came together with
-// another one are those taken under the same number.
-extern long long InputReads;
+// The session as the protocols see it. Written by bridge/session.cpp, but for what they
+// wish: PonderWanted and QuitRequested.
+struct SessionState {
+    Activity EngineActivity = Activity::Idle;
+    // The engine is to ponder after its moves, by its own prediction.
+    bool PonderWanted = false;
+    // The move the engine expects after its own, four characters; empty: none known.
+    std::string PonderHint;
+    // The last thinking line of the search or analysis under way, or of the last one.
+    ThinkingReport LastReport;
+    // Ends the loop.
+    bool QuitRequested = false;
+    // How often something has been read from the outside: lines that came together with
+    // another one are those taken under the same number.
+    long long InputReads = 0;
+};
+extern SessionState Session;
 
 // Plies of a search that is over before it could be interrupted: for a move where the
 // engine has not named one.

@@ -13,40 +13,43 @@
 
 namespace {
 
-// ---- The search that a "bestmove" is owed for ----
-bool MoveOwed;
-bool AwaitingHit;        // "go ponder": its clock starts at "ponderhit"
-SearchLimits HitLimits;  // and these hold from then on
-
-// Why the last "position" was refused; empty: it was not. There is then nothing to
-// search: the position before it is not what the front end has on its board.
-std::string Refusal;
-
-// ---- Lines that wait for the end of a search ----
-// "position" and "go" do, as with other engines: so a batch of them is worked off.
-std::deque<std::string> Waiting;
-std::size_t WaitingBytes;
 constexpr std::size_t kMostWaiting = std::size_t{1} << 26;  // bytes
-long long ReadsAtGo;                                        // InputReads at the last "go"
+
+// What the front end is owed, and what waits for it.
+struct {
+    // ---- The search that a "bestmove" is owed for ----
+    bool move = false;
+    bool awaitingHit = false;  // "go ponder": its clock starts at "ponderhit"
+    SearchLimits hitLimits;    // and these hold from then on
+    long long readsAtGo = 0;   // InputReads at the last "go"
+    // Why the last "position" was refused; empty: it was not. There is then nothing to
+    // search: the position before it is not what the front end has on its board.
+    std::string refusal;
+    // Lines that wait for the end of a search. "position" and "go" do, as with other
+    // engines: so a batch of them is worked off.
+    std::deque<std::string> waiting;
+    std::size_t waitingBytes = 0;
+} Owed;
+
 void CarryOutNext();
 
 void Complain(const std::string& text) { Say("info string error: %s", text.c_str()); }
 
 void GiveMove(const std::string& move, const std::string& reply) {
-    MoveOwed = AwaitingHit = false;
+    Owed.move = Owed.awaitingHit = false;
     if (reply.empty())
         Say("bestmove %s", move.c_str());
     else
         Say("bestmove %s ponder %s", move.c_str(), reply.c_str());
 }
 
-bool NothingToSearch() { return !Refusal.empty() || AllLegalMoves().empty(); }
+bool NothingToSearch() { return !Owed.refusal.empty() || AllLegalMoves().empty(); }
 
-void GiveNoMove() { GiveMove(Refusal.empty() ? "(none)" : "0000", ""); }
+void GiveNoMove() { GiveMove(Owed.refusal.empty() ? "(none)" : "0000", ""); }
 
 // The move after `move` in the last line of thought.
 std::string Reply(const std::string& move) {
-    const std::vector<std::string>& line = LastReport.moves;
+    const std::vector<std::string>& line = Session.LastReport.moves;
     return line.size() > 1 && line[0] == move ? line[1] : "";
 }
 
@@ -79,8 +82,8 @@ void Identify(std::string_view) {
 
 // Options wait until the search is over; a program without a search is ready at once.
 void IsReady(std::string_view) {
-    if (EngineActivity == Activity::Idle) ApplyOptions();
-    if (!QuitRequested) Say("readyok");
+    if (Session.EngineActivity == Activity::Idle) ApplyOptions();
+    if (!Session.QuitRequested) Say("readyok");
 }
 
 // "name NAME... value VALUE...": both may hold blanks.
@@ -104,11 +107,11 @@ void ChangeOption(std::string_view rest) {
 
 // Every "go" is owed a "bestmove", before anything else is done.
 void EndSearch() {
-    if (!MoveOwed) return;
+    if (!Owed.move) return;
     if (NothingToSearch()) return GiveNoMove();
     // On a short clock nothing has been thought before the hit, and the front end plays
     // no such move: no time is spent on it.
-    const bool held = AwaitingHit && !TimeToPonder(HitLimits);
+    const bool held = Owed.awaitingHit && !TimeToPonder(Owed.hitLimits);
     std::string move = EndWithMove();
     if (move.empty() && !held) {
         SearchLimits quick;
@@ -124,7 +127,7 @@ void NewGame(std::string_view) {
     EndSearch();
     ForgetGames();
     StartGame();
-    Refusal.clear();
+    Owed.refusal.clear();
 }
 
 // Reads "startpos" or "fen FEN", then "moves MOVE..."; false with the reason in `fault`.
@@ -154,8 +157,8 @@ bool ReadPosition(std::string_view rest, std::string& fault) {
 
 void SetPosition(std::string_view rest) {
     EndSearch();
-    Refusal.clear();
-    if (!ReadPosition(rest, Refusal)) Complain(Refusal);
+    Owed.refusal.clear();
+    if (!ReadPosition(rest, Owed.refusal)) Complain(Owed.refusal);
 }
 
 // The limit that the word names is read into `limits`; false with a complaint when its
@@ -217,20 +220,20 @@ void Go(std::string_view rest) {
     bool ponder = false;
     if (!ReadLimits(rest, limits, ponder)) return;
     EndSearch();
-    LastReport = ThinkingReport{};
-    ReadsAtGo = InputReads;
-    MoveOwed = true;
-    AwaitingHit = ponder;
-    HitLimits = limits;
+    Session.LastReport = ThinkingReport{};
+    Owed.readsAtGo = Session.InputReads;
+    Owed.move = true;
+    Owed.awaitingHit = ponder;
+    Owed.hitLimits = limits;
     if (ponder) limits.endless = true;
     if (!NothingToSearch()) {
-        if (ponder && !TimeToPonder(HitLimits)) return;  // the hit begins it
-        PonderWanted = false;
+        if (ponder && !TimeToPonder(Owed.hitLimits)) return;  // the hit begins it
+        Session.PonderWanted = false;
         BeginSearch(limits);
         return;
     }
-    if (!Refusal.empty())
-        Complain("no position to search: " + Refusal);
+    if (!Owed.refusal.empty())
+        Complain("no position to search: " + Owed.refusal);
     else
         Say("info depth 0 score %s", InCheck(Board.SideToMove) ? "mate 0" : "cp 0");
     if (!limits.endless) GiveNoMove();
@@ -238,17 +241,17 @@ void Go(std::string_view rest) {
 
 // The search for a move starts over, with all that pondering has left in the tables.
 void PonderHit(std::string_view) {
-    if (!AwaitingHit) return;
-    AwaitingHit = false;
-    if (HitLimits.endless) return;
+    if (!Owed.awaitingHit) return;
+    Owed.awaitingHit = false;
+    if (Owed.hitLimits.endless) return;
     if (NothingToSearch()) return GiveNoMove();
-    BeginSearch(HitLimits);
+    BeginSearch(Owed.hitLimits);
 }
 
 // What waits was asked for before: it is begun and ended, so that nothing is owed.
 void Stop(std::string_view) {
     EndSearch();
-    while (!Waiting.empty() && !QuitRequested) {
+    while (!Owed.waiting.empty() && !Session.QuitRequested) {
         CarryOutNext();
         EndSearch();
     }
@@ -256,10 +259,10 @@ void Stop(std::string_view) {
 
 void Quit(std::string_view) {
     EndSearch();
-    QuitRequested = true;
+    Session.QuitRequested = true;
 }
 void Draw(std::string_view) {
-    if (!Refusal.empty()) return Complain("no position: " + Refusal);
+    if (!Owed.refusal.empty()) return Complain("no position: " + Owed.refusal);
     DrawBoard();
 }
 void Help(std::string_view) { ShowHelp(); }
@@ -305,22 +308,24 @@ void CarryOut(const std::string& line) {
 }
 
 void CarryOutNext() {
-    const std::string line = std::move(Waiting.front());
-    Waiting.pop_front();
-    WaitingBytes -= line.size();
+    const std::string line = std::move(Owed.waiting.front());
+    Owed.waiting.pop_front();
+    Owed.waitingBytes -= line.size();
     CarryOut(line);
 }
 
-bool SearchEndsOfItself() { return MoveOwed && EngineActivity == Activity::Searching; }
+bool SearchEndsOfItself() {
+    return Owed.move && Session.EngineActivity == Activity::Searching;
+}
 
 bool MustWait(std::string_view word) {
-    if (!SearchEndsOfItself() && Waiting.empty()) return false;
+    if (!SearchEndsOfItself() && Owed.waiting.empty()) return false;
     for (const auto& command : kCommands) {
         if (word != command.name) continue;
         if (command.turn == Turn::AtOnce || command.turn == Turn::After)
             return command.turn == Turn::After;
-        return !Waiting.empty() ||
-               (command.turn == Turn::Last && InputReads == ReadsAtGo);
+        return !Owed.waiting.empty() ||
+               (command.turn == Turn::Last && Session.InputReads == Owed.readsAtGo);
     }
     return false;
 }
@@ -328,16 +333,17 @@ bool MustWait(std::string_view word) {
 void OnLine(const std::string& line) {
     std::string_view rest = line;
     if (!MustWait(TakeWord(rest))) return CarryOut(line);
-    if (WaitingBytes + line.size() > kMostWaiting)
+    if (Owed.waitingBytes + line.size() > kMostWaiting)
         return Complain("too much waits for the end of the search");
-    WaitingBytes += line.size();
-    Waiting.push_back(line);
+    Owed.waitingBytes += line.size();
+    Owed.waiting.push_back(line);
 }
 
 bool GoOn(bool inputEnded) {
-    while (!Waiting.empty() && !SearchEndsOfItself() && !QuitRequested) CarryOutNext();
+    while (!Owed.waiting.empty() && !SearchEndsOfItself() && !Session.QuitRequested)
+        CarryOutNext();
     if (inputEnded && !SearchEndsOfItself()) EndSearch();
-    return MoveOwed || !Waiting.empty();
+    return Owed.move || !Owed.waiting.empty();
 }
 
 std::string Effort(long long milliseconds, long long nodes) {

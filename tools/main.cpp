@@ -27,26 +27,28 @@
 
 namespace {
 
-// ---- What the command line says ----
-std::vector<std::string> Files, Lines;
-std::string Output, Fen, Materials, KeysFile;
-bool Polyglot = false;
-std::string StatisticsFile = "Veltramox.set";
-int TopCount = 20;
-BuildOptions Options;
-bool Json = false;
-std::uint64_t GameCount = 0, FirstGame = 0;
-int LongestGame = 160;
+// What the command line says, and what came of it.
+struct {
+    std::vector<std::string> files, lines;
+    std::string output, fen, materials, keysFile;
+    bool polyglot = false;
+    std::string statisticsFile = "Veltramox.set";
+    int topCount = 20;
+    BuildOptions options;
+    bool json = false;
+    std::uint64_t gameCount = 0, firstGame = 0;
+    int longestGame = 160;
 
-int Status = 0;  // of the command that has run
+    int status = 0;  // of the command that has run
+} Said;
 
 void AddJson(CLI::App* command) {
-    command->add_flag("--json", Json, "Write the report as JSON");
+    command->add_flag("--json", Said.json, "Write the report as JSON");
 }
 
 // One existing file.
 void AddInput(CLI::App* command, const char* name, const char* help) {
-    command->add_option(name, Files, help)
+    command->add_option(name, Said.files, help)
         ->required()
         ->expected(1)
         ->check(CLI::ExistingFile);
@@ -57,26 +59,32 @@ void AddBookBuild(CLI::App* book) {
     CLI::App* build = book->add_subcommand(
         "build", "Build a book from games, whose results count, and from opening lines");
     build
-        ->add_option("GAMES", Files,
+        ->add_option("GAMES", Said.files,
                      "PGN files, plain or compressed by gzip; \"-\" is standard input")
         ->check(CLI::ExistingFile | CLI::IsMember({"-"}));
-    build->add_option("-o,--output", Output, "The book to write")->required();
-    build->add_option("--max-ply", Options.maxPly, "Half-moves of each game that count")
+    build->add_option("-o,--output", Said.output, "The book to write")->required();
+    build
+        ->add_option("--max-ply", Said.options.maxPly,
+                     "Half-moves of each game that count")
         ->check(CLI::Range(1, 600))
         ->capture_default_str();
-    build->add_option("--min-games", Options.minGames, "Games that a move must occur in")
+    build
+        ->add_option("--min-games", Said.options.minGames,
+                     "Games that a move must occur in")
         ->check(CLI::Range(1, 1000000000))
         ->capture_default_str();
     build
-        ->add_option("--lines", Lines, "A text file of opening lines, \"Name: 1. e4 e5\"")
+        ->add_option("--lines", Said.lines,
+                     "A text file of opening lines, \"Name: 1. e4 e5\"")
         ->allow_extra_args(false)
         ->check(CLI::ExistingFile);
     AddJson(build);
     build->callback([] {
-        if (Files.empty() && Lines.empty())
+        if (Said.files.empty() && Said.lines.empty())
             throw CLI::ValidationError("GAMES",
                                        "name games, or opening lines with --lines");
-        Status = BuildBook(Files, Lines, Output, Options, Json);
+        Said.status =
+            BuildBook(Said.files, Said.lines, Said.output, Said.options, Said.json);
     });
 }
 
@@ -85,9 +93,9 @@ using PolyglotWork = int (*)(const std::string& name, const std::string& output,
 
 // What the two ways between our books and Polyglot's have in common.
 void AddPolyglot(CLI::App* command, PolyglotWork work) {
-    command->add_option("-o,--output", Output, "The book to write")->required();
+    command->add_option("-o,--output", Said.output, "The book to write")->required();
     command
-        ->add_option("--keys", KeysFile,
+        ->add_option("--keys", Said.keysFile,
                      "A file that has Polyglot's random numbers; without it, the package "
                      "polyglot or xboard")
         ->check(CLI::ExistingFile);
@@ -95,9 +103,9 @@ void AddPolyglot(CLI::App* command, PolyglotWork work) {
     command->callback([work] {
         PolyglotKeys keys;
         std::string reason;
-        Status = FindPolyglotKeys(keys, KeysFile, reason)
-                     ? work(Files[0], Output, keys, Json)
-                     : Fail(reason);
+        Said.status = FindPolyglotKeys(keys, Said.keysFile, reason)
+                          ? work(Said.files[0], Said.output, keys, Said.json)
+                          : Fail(reason);
     });
 }
 
@@ -108,28 +116,30 @@ void AddBook(CLI::App& app) {
 
     CLI::App* dump = book->add_subcommand("dump", "Show what is in a book");
     AddInput(dump, "BOOK", "The book");
-    dump->add_option("--fen", Fen, "Only this position");
+    dump->add_option("--fen", Said.fen, "Only this position");
     AddJson(dump);
-    dump->callback([] { Status = DumpBook(Files[0], Fen, Json); });
+    dump->callback([] { Said.status = DumpBook(Said.files[0], Said.fen, Said.json); });
 
     CLI::App* check = book->add_subcommand(
         "check", "Verify order, offsets, squares and legality; status 1 when damaged");
     AddInput(check, "BOOK", "The book");
     AddJson(check);
-    check->callback([] { Status = CheckBook(Files[0], Json); });
+    check->callback([] { Said.status = CheckBook(Said.files[0], Said.json); });
 
     CLI::App* merge = book->add_subcommand("merge", "Add two books up");
-    merge->add_option("A B", Files, "The two books")
+    merge->add_option("A B", Said.files, "The two books")
         ->required()
         ->expected(2)
         ->check(CLI::ExistingFile);
-    merge->add_option("-o,--output", Output, "The book to write")->required();
+    merge->add_option("-o,--output", Said.output, "The book to write")->required();
     AddJson(merge);
-    merge->callback([] { Status = MergeBooks(Files[0], Files[1], Output, Json); });
+    merge->callback([] {
+        Said.status = MergeBooks(Said.files[0], Said.files[1], Said.output, Said.json);
+    });
 
     CLI::App* leave = book->add_subcommand("export", "Write a book for other programs");
     AddInput(leave, "BOOK", "The book");
-    leave->add_flag("--polyglot", Polyglot, "In the format of Polyglot")->required();
+    leave->add_flag("--polyglot", Said.polyglot, "In the format of Polyglot")->required();
     AddPolyglot(leave, ExportPolyglot);
 
     CLI::App* import =
@@ -145,29 +155,30 @@ void AddLearn(CLI::App& app) {
     CLI::App* dump = learn->add_subcommand("dump", "Show the positions learned");
     AddInput(dump, "FILE", "The learning file");
     AddJson(dump);
-    dump->callback([] { Status = DumpLearning(Files[0], Json); });
+    dump->callback([] { Said.status = DumpLearning(Said.files[0], Said.json); });
 
     CLI::App* check = learn->add_subcommand(
         "check", "Verify header, links and records; status 1 when damaged");
     AddInput(check, "FILE", "The learning file");
     AddJson(check);
-    check->callback([] { Status = CheckLearning(Files[0], Json); });
+    check->callback([] { Said.status = CheckLearning(Said.files[0], Said.json); });
 
     CLI::App* compact = learn->add_subcommand(
         "compact",
         "Rewrite a file without what nothing leads to; not while an engine has it "
         "open");
     AddInput(compact, "FILE", "The learning file");
-    compact->add_option("-o,--output", Output, "Write here instead of in place");
+    compact->add_option("-o,--output", Said.output, "Write here instead of in place");
     AddJson(compact);
-    compact->callback([] { Status = CompactLearning(Files[0], Output, Json); });
+    compact->callback(
+        [] { Said.status = CompactLearning(Said.files[0], Said.output, Said.json); });
 }
 
 void AddStatistics(CLI::App& app) {
     CLI::App* stats = app.add_subcommand("stats", "Results of games by material")
                           ->require_subcommand(1);
     const auto addFile = [](CLI::App* command) {
-        command->add_option("--file", StatisticsFile, "The statistics file")
+        command->add_option("--file", Said.statisticsFile, "The statistics file")
             ->check(CLI::ExistingFile)
             ->capture_default_str();
         AddJson(command);
@@ -176,47 +187,55 @@ void AddStatistics(CLI::App& app) {
     CLI::App* query = stats->add_subcommand("query", "Results of a pair of materials");
     query
         ->add_option(
-            "MATERIALS", Materials,
+            "MATERIALS", Said.materials,
             "Like \"KRP KR\"; B is any bishop, L one on light, D on dark squares")
         ->required();
     addFile(query);
-    query->callback([] { Status = QueryStatistics(StatisticsFile, Materials, Json); });
+    query->callback([] {
+        Said.status = QueryStatistics(Said.statisticsFile, Said.materials, Said.json);
+    });
 
     CLI::App* top = stats->add_subcommand("top", "The most frequent pairs of materials");
-    top->add_option("--count", TopCount, "How many")
+    top->add_option("--count", Said.topCount, "How many")
         ->check(CLI::Range(1, kMaterialPairs))
         ->capture_default_str();
     addFile(top);
-    top->callback([] { Status = TopStatistics(StatisticsFile, TopCount, Json); });
+    top->callback([] {
+        Said.status = TopStatistics(Said.statisticsFile, Said.topCount, Said.json);
+    });
 
     CLI::App* merge = stats->add_subcommand("merge", "Add two statistics files up");
-    merge->add_option("A B", Files, "The two files")
+    merge->add_option("A B", Said.files, "The two files")
         ->required()
         ->expected(2)
         ->check(CLI::ExistingFile);
-    merge->add_option("-o,--output", Output, "The file to write")->required();
+    merge->add_option("-o,--output", Said.output, "The file to write")->required();
     AddJson(merge);
-    merge->callback([] { Status = MergeStatistics(Files[0], Files[1], Output, Json); });
+    merge->callback([] {
+        Said.status =
+            MergeStatistics(Said.files[0], Said.files[1], Said.output, Said.json);
+    });
 }
 
 // As they are made: there may be millions.
 void WriteRandomGames() {
     constexpr std::uint64_t kLast = std::numeric_limits<std::uint64_t>::max();
-    if (GameCount > 0 && GameCount - 1 > kLast - FirstGame) {
-        Status = Fail("the numbers of games end at " + std::to_string(kLast));
+    if (Said.gameCount > 0 && Said.gameCount - 1 > kLast - Said.firstGame) {
+        Said.status = Fail("the numbers of games end at " + std::to_string(kLast));
         return;
     }
-    for (std::uint64_t i = 0; i < GameCount && !OutputIsLost(); ++i)
-        WriteText(PgnOf(MakeRandomGame(FirstGame + i, LongestGame), FirstGame + i));
+    for (std::uint64_t i = 0; i < Said.gameCount && !OutputIsLost(); ++i)
+        WriteText(PgnOf(MakeRandomGame(Said.firstGame + i, Said.longestGame),
+                        Said.firstGame + i));
 }
 
 void AddGamesCommand(CLI::App& app) {
     CLI::App* games =
         app.add_subcommand("random-games", "Random legal games, for load tests");
-    games->add_option("COUNT", GameCount, "How many")->required();
-    games->add_option("--first", FirstGame,
+    games->add_option("COUNT", Said.gameCount, "How many")->required();
+    games->add_option("--first", Said.firstGame,
                       "Number of the first; equal numbers, equal games");
-    games->add_option("--longest", LongestGame, "Most half-moves of a game")
+    games->add_option("--longest", Said.longestGame, "Most half-moves of a game")
         ->check(CLI::Range(1, 700))
         ->capture_default_str();
     games->callback(WriteRandomGames);
@@ -258,11 +277,11 @@ int main(int count, char** words) {
     try {
         app.parse(count, words);
     } catch (const CLI::ParseError& error) {
-        Status = ShowParserText(app, error);
+        Said.status = ShowParserText(app, error);
     } catch (const std::bad_alloc&) {
-        Status = Fail("not enough memory");
+        Said.status = Fail("not enough memory");
     } catch (const std::exception& error) {
-        Status = Fail(error.what());
+        Said.status = Fail(error.what());
     }
-    return FinishReport(Status);
+    return FinishReport(Said.status);
 }
