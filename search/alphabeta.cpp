@@ -27,6 +27,7 @@ constexpr int kUnitsCount = 128;
 struct MarginTable {
     int values[kUnitsCount];
 };
+// From `from` units on the margin is `value`, until the next step.
 struct MarginStep {
     int from, value;
 };
@@ -38,7 +39,9 @@ consteval MarginTable MakeMargins(const MarginStep (&steps)[n]) {
             if (i >= step.from) table.values[i] = step.value;
     return table;
 }
+// The fewer pieces the opponent has, the more a single move can change: the margins grow.
 constexpr MarginTable RazorMargin = MakeMargins({{0, 1100}, {1, 800}});
+// Of frontier nodes (depth below two plies) and of pre-frontier nodes (below three).
 constexpr MarginTable FutilityMargin1 =
     MakeMargins({{0, 800}, {3, 460}, {4, 460}, {5, 360}, {8, 300}, {9, 220}, {14, 180}});
 constexpr MarginTable FutilityMargin2 =
@@ -94,6 +97,7 @@ struct Node {
     int futilityGap = 0;
 };
 
+// Edited positions can hold more pieces than the tables have entries.
 inline int Clamped(int units) { return std::min(units, kUnitsCount - 1); }
 
 // Draws and won-at-most draws of simple endings, and the depth cut for them. True when
@@ -108,6 +112,8 @@ inline bool EndgameShortcut(Node& node, int& score) {
         score = 0;
         return true;
     }
+    // A side that cannot win scores zero at best, which the window tells from its other
+    // edge.
     if (node.alpha >= 0 && Board.NoMatingMaterial[S] != 0 &&
         Board.Units[S] < kHopelessUnits) {
         score = node.alpha;
@@ -118,6 +124,8 @@ inline bool EndgameShortcut(Node& node, int& score) {
         score = 0;
         return true;
     }
+    // What is left is decided by technique that the evaluation knows, so less depth will
+    // do.
     const int lead = std::abs(Board.Units[WHITE] - Board.Units[BLACK]);
     if (Board.Material[BLACK] == 0 || Board.Material[WHITE] == 0) {
         node.depth -= kBareKingCut;
@@ -156,6 +164,7 @@ inline bool ProbeTable(Node& node, int& score) {
         node.hashMove = hit.move;
     node.nullWorthwhile = NullWorthwhile(node, hit);
     if (hit.depth < node.depth) return false;
+    // An entry that is deep enough settles the node if its bound lies outside the window.
     score = hit.score;
     if (hit.boundType == kExact) {
         score = ScoreFromTable(hit.score);
@@ -194,6 +203,8 @@ bool TryNullMove(Node& node, int& score) {
     Line.InCheckAt[Line.Ply + 1] = 0;
     Line.ExtFlags[Line.Ply + 1] = 0;
     int v = node.alpha;
+    // A quiescence search of the passed position is cheap and shows most of the null
+    // moves that would fail, before the real one is paid for.
     if (node.depth > kNullPretestDepth)
         v = SearchChild(node.alpha - 1, node.alpha, 0, false);
     if (Control.StopSearch == 0 && v >= node.alpha)
@@ -207,6 +218,7 @@ bool TryNullMove(Node& node, int& score) {
         return true;
     }
     // The opponent mates right after the pass.
+    // A threatened mate extends every move of the node.
     if (v == Line.Ply + 2 - MateScore) node.mateThreat = true;
     return false;
 }
@@ -214,6 +226,8 @@ bool TryNullMove(Node& node, int& score) {
 // The move that alone holds the position is searched deeper.
 inline void FindSingularMove(Node& node) {
     constexpr int kExtended = kExtCheck | kExtMateThreat | kExtPawnPush;
+    // The test costs many searches at half depth; an extended line is worth them a ply
+    // earlier.
     const bool deep = node.depth > kSingularDepth;
     if (!deep && (node.depth <= kSingularExtendedDepth ||
                   (Line.ExtFlags[Line.Ply] & kExtended) == 0))
@@ -269,6 +283,7 @@ bool SearchHashMove(Node& node, int& score) {
 // Near the horizon and far below alpha: one ply less, and moves that cannot make up the
 // gap are not searched.
 inline void SetUpFutility(Node& node) {
+    // Beyond it the window is about mates, which no material margin bounds.
     constexpr int kNoMate = 32600;
     if ((Board.Units[WHITE] == 0 && Board.Units[BLACK] == 0) || node.mateThreat ||
         node.singularBonus != 0 || node.inCheck || node.depth >= kFutilityDepth ||
@@ -277,6 +292,7 @@ inline void SetUpFutility(Node& node) {
     const int n = Clamped(Board.Units[node.O]);
     const int razor = RazorMargin.values[n], margin1 = FutilityMargin1.values[n];
     const int e = Evaluated(node.alpha - 1 - razor, node.alpha + 1 - margin1);
+    // Limited razoring: the node is searched, but one ply less deep.
     if (e + razor <= node.alpha) node.depth -= OnePly;
     if (node.depth >= 3 * OnePly) return;
     const int margin = node.depth < 2 * OnePly ? margin1 : FutilityMargin2.values[n];
@@ -289,6 +305,8 @@ inline void SetUpFutility(Node& node) {
 inline bool IsFutile(const Node& node, Move m) {
     if (!node.futility || Line.InCheckAt[Line.Ply + 1] != 0) return false;
     if (Board.MatingFlagsValid == 0) UpdateMatingFlags();
+    // A capture that leaves a side without mating material decides by more than its
+    // value.
     if (Board.NoMatingMaterial[WHITE] != 0 || Board.NoMatingMaterial[BLACK] != 0)
         return false;
     int gain = PieceValue[Captured(m)];
@@ -311,8 +329,11 @@ inline bool FailsReduced(const Node& node, Move m, const MoveWalk& walk, LateMov
     ++late.quietCount;
     if (late.kingAttack && IsExemptFromReduction(m, node.S)) return false;
     if (Line.ExtFlags[Line.Ply + 1] != 0) return false;
+    // The first quiet moves are searched in full as long as none of the moves has raised
+    // alpha.
     if (late.quietCount <= std::max(2, walk.quietMoves / 8) && node.best <= node.alpha)
         return false;
+    // The child sees that it is reduced and does not reduce again itself.
     Line.ExtFlags[Line.Ply + 1] = kExtReduced;
     const int child = node.depth + late.Reduction(node.S, node.depth, delta, node.best);
     const int v = SearchChild(node.best, node.best + 1, child, true);

@@ -21,6 +21,7 @@ inline constexpr int kDeepestPly = kMaxPly - 2;
 
 // Searches the position one ply below the current one, which is on the board, for the
 // side that just moved: v = -child(-beta, -alpha).
+// Below one ply of depth, and where the arrays end, the quiescence search takes over.
 inline int SearchChild(int alpha, int beta, int depth, bool nullAllowed) {
     ++Line.Ply;
     const int v = depth < OnePly || Line.Ply >= kDeepestPly || !SearchHasRoom()

@@ -1,3 +1,5 @@
+// The writers of requests and pondering state: the input handler and the driver go
+// through them, so that what a command means for a running search stands in one place.
 #include "search/control.h"
 
 InputRequests Request;
@@ -20,6 +22,8 @@ void RequestExit() { Request.ExitAnalysis = 1; }
 
 void RequestUndo() { Request.UndoRequested = 1; }
 
+// Quitting stops the search at once; the other requests leave it to the caller, which may
+// be between searches.
 void RequestQuit() {
     Request.QuitRequested = 1;
     Control.StopSearch = 1;
@@ -40,8 +44,11 @@ void BeginPonderProbe() {
 
 void EndPonderProbe() { Ponder.PonderProbe = 0; }
 
+// PonderMove and PonderMiss stay: the driver still asks how the ponder search ended.
 void LeavePondering() { Ponder.PonderSearch = 0; }
 
+// A pending move would be played as the opponent's answer: one from before the miss is
+// void.
 void MissPondering() {
     if (Ponder.PonderSearch == 0) return;
     Request.PendingMove = NO_MOVE;
@@ -50,6 +57,7 @@ void MissPondering() {
 
 void MeetTypedMove(Move m) {
     Request.PendingMove = m;
+    // A ponder hit: the search goes on, from now on as one on the engine's own time.
     if (m != NO_MOVE && Ponder.PonderSearch != 0 && m == Ponder.PonderMove) {
         Ponder.PonderSearch = 0;
         return;

@@ -1,3 +1,5 @@
+// Fractional extensions: the reasons add up in depth units, to at most the ply that the
+// move costs.
 #include "search/extend.h"
 
 #include <algorithm>
@@ -10,6 +12,7 @@ namespace {
 
 // Extension amounts in depth units, [full]: a node beyond twice the iteration depth gives
 // about half.
+// The halving keeps long forcing lines from running on without end.
 struct Amount {
     int half, full;
     int Of(bool isFull) const { return isFull ? full : half; }
@@ -23,9 +26,11 @@ constexpr Amount kAttackQueen = {15, 30};
 constexpr Amount kAttackPiece = {7, 15};
 constexpr Amount kHuntedPiece = {22, 45};
 
+// A capture into a pawn ending may gain up to a ply, for its outcome is mostly decided.
 constexpr int kPawnEndingCap = 60;
 constexpr int kAttackDepth = 2 * OnePly;  // attacks count only near the horizon
 
+// Two queens in a row: the race goes on, and neither score is settled.
 inline bool PromotesToQueen(Move m) { return Promotion(m) == QUEEN; }
 
 // A pawn arrives on its seventh rank.
@@ -92,6 +97,7 @@ int ExtendMove(int depth, bool mateThreat, bool fullExtensions) {
         delta += kMateThreat.Of(fullExtensions);
         flags = kExtMateThreat;
     }
+    // The last piece has just gone.
     if (PieceValue[Captured(m)] > PieceValue[PAWN] && Board.Units[WHITE] == 0 &&
         Board.Units[BLACK] == 0) {
         delta += kPawnEnding.Of(fullExtensions);
@@ -113,6 +119,7 @@ int ExtendMove(int depth, bool mateThreat, bool fullExtensions) {
         delta += kPawnPush.Of(fullExtensions);
         flags |= kExtPawnPush;
     }
+    // The child needs to know in any case: it generates evasions when in check.
     const bool givesCheck = IsAttacked(mover, Board.KingSquare[victim]);
     Line.InCheckAt[Line.Ply + 1] = givesCheck ? 1 : 0;
     if (givesCheck) {

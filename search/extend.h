@@ -12,4 +12,6 @@ inline constexpr int kExtPawnEnding = 0x80;
 // Depth change for the move just made, at most 0 but for captures into a pawn ending.
 // Sets InCheckAt and ExtFlags of the next ply. With `fullExtensions`, or about half of
 // them.
+// `depth` is the node's own depth in depth units; MakeMove has been called, Ply is still
+// the parent's. The mate threat is the one found by the node's null move or by the table.
 int ExtendMove(int depth, bool mateThreat, bool fullExtensions);

@@ -1,3 +1,6 @@
+// Open addressing with three probes: the side to move picks the first slot of a pair, and
+// the step to the next comes from the other key. Entries are packed to two-byte
+// alignment.
 #include "search/hash.h"
 
 #include <cstddef>
@@ -44,11 +47,14 @@ constexpr int kMarkDepth = -120;
 constexpr int kCurrentAgeValue = 65536;
 constexpr int kMarkValue = 1000000;
 
+// Generations wrap around in 16 bits; the detour makes the conversion well defined.
 std::int16_t Wrapped(int age) {
     return static_cast<std::int16_t>(static_cast<std::uint16_t>(age));
 }
 
 // Side to move and castling flags as they stand in the info word.
+// The keys hold the placement alone, so the rest of the position is compared in the info
+// word.
 inline std::uint32_t PositionWord() {
     return static_cast<std::uint32_t>(Board.SideToMove) << kSideShift |
            CastleFlags() << kCastleShift;
@@ -59,6 +65,7 @@ inline bool Matches(const HashEntry& entry, std::uint32_t position) {
            (entry.info & kPositionBits) == position;
 }
 
+// Both sides to move of one placement share the key: the exclusive or keeps them apart.
 inline std::uint32_t FirstSlot() {
     return (Board.hash2 & TranspositionTable.mask) ^
            static_cast<std::uint32_t>(Board.SideToMove);
@@ -67,6 +74,7 @@ inline std::uint32_t NextSlot(std::uint32_t slot) {
     return (slot + (Board.hash1 & 0x1FFF)) & TranspositionTable.mask;
 }
 
+// The entry with the largest value gives way.
 int ReplacementValue(const HashEntry& entry) {
     int value = -entry.depth;
     if (entry.age == TranspositionTable.age) value -= kCurrentAgeValue;
@@ -95,6 +103,8 @@ int ScoreToTable(int score, int boundType) {
 
 std::int16_t TableAge() { return TranspositionTable.age; }
 
+// Ageing is all the clearing there is: a sweep over the table would cost time at every
+// move.
 void AdvanceTableAge(int generations) {
     TranspositionTable.age = Wrapped(TranspositionTable.age + generations);
 }
@@ -147,9 +157,12 @@ void HashStore(int depth, int score, Move move, int boundType, int mateThreat) {
             break;
         }
         if (Matches(entry, position)) {
+            // An entry without a move takes the new one even if its own result is deeper.
             if (move != NO_MOVE && (entry.info & kMoveBits) == NO_MOVE)
                 entry.info = (entry.info & (kBoundBits | kThreatBit)) | move | position;
             if (depth < entry.depth) return;
+            // A fail-low has no best move of its own; the one known from before still
+            // orders well.
             if (boundType == kUpperBound) move = entry.info & kMoveBits;
             target = &entry;
             break;
@@ -160,6 +173,7 @@ void HashStore(int depth, int score, Move move, int boundType, int mateThreat) {
             targetValue = value;
         }
     }
+    // What this search has found at greater depth is not given up.
     if (target->info != 0 && target->age == TranspositionTable.age &&
         depth < target->depth)
         return;
@@ -172,6 +186,7 @@ void HashStore(int depth, int score, Move move, int boundType, int mateThreat) {
                    position | static_cast<std::uint32_t>(mateThreat) << kThreatShift;
 }
 
+// Another position with the same keys could leave a move that makes no sense here.
 Move HashMove() {
     HashHit hit;
     if (!HashProbe(hit) || hit.move == NULL_MOVE || !FitsPosition(hit.move))

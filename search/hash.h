@@ -23,6 +23,7 @@ void AdvanceTableAge(int generations);
 bool AllocateTranspositionTable(int bits);
 void FreeTranspositionTable();
 
+// What an entry says of its position.
 struct HashHit {
     int depth;  // depth units
     int score;  // as stored: mates counted from the entry's own node
@@ -32,8 +33,12 @@ struct HashHit {
 };
 
 // The current position's entry; false when there is none.
+// `hit` is untouched when there is none. Does not change the table.
 bool HashProbe(HashHit& hit);
 // Stores a result of the current position at the current Ply.
+// Scores are for the side to move, mates counted from the root; `depth` in depth units. A
+// deeper entry of the same position stays, and so does a deeper one of this search in the
+// slot that would be replaced.
 void HashStore(int depth, int score, Move move, int boundType, int mateThreat);
 // The best move of the current position's entry; NO_MOVE when there is none.
 Move HashMove();

@@ -4,6 +4,7 @@
 
 namespace {
 
+// The next addition still fits the counter.
 constexpr std::int32_t kHistoryLimit = 1 << 30;
 
 }  // namespace
@@ -13,9 +14,12 @@ void UpdateGoodMove(Move m, int depth) {
     const int S = Board.SideToMove;
     std::int32_t& counter =
         Ordering.HistoryTable[FromTo(m) * 2 + static_cast<std::size_t>(S)];
+    // Deep cut-offs save more, hence the square.
     counter += depth * depth;
+    // Halving all of them keeps their order.
     if (counter > kHistoryLimit)
         for (std::int32_t& entry : Ordering.HistoryTable) entry >>= 1;
+    // The two killers of a ply stay different.
     if (Ordering.Killer1[S][Line.Ply] == m) return;
     Ordering.Killer2[S][Line.Ply] = Ordering.Killer1[S][Line.Ply];
     Ordering.Killer1[S][Line.Ply] = m;

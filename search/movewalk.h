@@ -5,6 +5,8 @@
 #include "board/attacks.h"
 #include "board/generate.h"
 
+// The walk of one node over its moves; the caller makes them and restores MoveStackTop
+// when it is done.
 struct MoveWalk {
     Move hashMove;
     int S;           // side to move
@@ -52,6 +54,7 @@ inline bool MoveWalk::NextGroup() {
     return true;
 }
 
+// The table's move is searched before the walk; a killer has had its own stage.
 inline bool MoveWalk::IsRepeat(Move m) const {
     if (m == hashMove) return true;
     return InLateStages() && !inCheck &&
@@ -65,10 +68,14 @@ inline Move MoveWalk::Next() {
             continue;
         }
         if (!inCheck && stage != kKillerStage) {
+            // Selection by need: most nodes end after a few moves, and sorting the rest
+            // would be wasted.
             if (index >= sorted) {
                 SelectMoves(index, end);
                 sorted = index + kSelectedAtOnce;
             }
+            // The captures are in falling order: from the first losing one on all are put
+            // off.
             if (stage == kCaptureStage && Generated.MoveScores[index] < 0) {
                 deferredFrom = index;
                 capturesEnd = end;

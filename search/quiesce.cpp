@@ -35,6 +35,9 @@ inline int GainThreshold(int alpha) {
     return alpha - Margins.PositionalMargin - Board.Material[S] + Board.Material[O];
 }
 
+// The inner levels: stand pat, then every capture that can reach alpha. True from the
+// generator means that a king can be taken, so that the move before was illegal: beta
+// makes it fail.
 int QuiesceCaptures(int alpha, int beta) {
     CountNode();
     if (Control.StopSearch != 0) return alpha;
@@ -105,6 +108,7 @@ int Quiesce(int alpha, int beta) {
     Move hashMove = NO_MOVE;
     HashHit hit;
     if (HashProbe(hit)) {
+        // Any depth will do: a quiescence result is the least that is stored.
         if (hit.boundType == kExact) return ScoreFromTable(hit.score);
         if (hit.boundType == kUpperBound && hit.score <= alpha) return hit.score;
         if (hit.boundType == kLowerBound && hit.score >= beta) return hit.score;
@@ -141,6 +145,8 @@ int Quiesce(int alpha, int beta) {
             best = m;
         }
         if (v >= beta) {
+            // The en-passant right is not in the keys: such a move could be illegal on
+            // return.
             if (!IsEnPassant(m)) HashStore(0, v, m, kLowerBound, 0);
             Generated.MoveStackTop = top;
             return v;

@@ -1,3 +1,5 @@
+// Late-move reductions: by one ply or two, and one more where the score is hopelessly
+// behind. In an attack on the king the moves of the attackers keep their depth.
 #include "search/reduction.h"
 
 #include "board/attacks.h"
@@ -11,6 +13,7 @@ constexpr int kAttackDanger = 60;  // danger above which the king is under attac
 constexpr int kAttackScoreGap = 20;
 
 constexpr int kFewUnits = 12;
+// Depth units; margins in centipawns.
 constexpr int kDeep = 7 * OnePly, kMedium = 5 * OnePly;
 constexpr int kHopelessMargin = 580, kBehindMargin = 160;
 
@@ -39,6 +42,7 @@ bool BishopLeaves(int from, int to, int king) {
 
 }  // namespace
 
+// The full window is needed: a lazy exit would leave no king danger behind.
 void LateMoves::SetUp(int S, int alpha) {
     on = true;
     evaluation = Evaluated(-kFullWindow, kFullWindow);

@@ -35,6 +35,7 @@ void CentreWindow(int score) {
     Beta = Clamp(score + kAspiration);
 }
 
+// The state that every search starts from, also one that the book answers.
 void PrepareSearch(int depthLimit, bool bookAllowed) {
     AdvanceTableAge(1);
     EvaluationInput.RootSide = Board.SideToMove;
@@ -97,6 +98,7 @@ int SettleFirstMove(const RootMove& move, int v) {
 }
 
 // A later move beat the best: it moves to the front and gets its exact score.
+// PromoteRootMove has written the score of the null-window search; the wider ones follow.
 int SettleNewBest(const RootMove& move, int v) {
     Root.RootScores[move.index] = v;
     PromoteRootMove(move.index);
@@ -147,8 +149,10 @@ bool SearchRootMove(int index) {
 }
 
 // One iteration; false when it was stopped.
+// After the first move has set the window, the others only have to be shown to be worse.
 bool Iterate(int depth) {
     Root.RootMoveIndex = 0;
+    // The next node polls, so that an iteration begun without time left ends at once.
     if (depth > kFirstIteration) Control.PollCountdown = -1;
     ++Result.NodeCount;
     Root.HashMoveBonus = (OnePly + depth - 1) / depth;
@@ -181,6 +185,7 @@ bool TakeBookMove() {
     return true;
 }
 
+// The reported line is read from the table: its first move must be there.
 void StoreRoot() {
     if (IsEnPassant(RootMoves[0])) return;
     const int ply = Line.Ply;
@@ -200,6 +205,7 @@ void Deepen() {
         }
         if (!Iterate(depth)) return;
         StoreRoot();
+        // A mate within the searched depth: more depth will not find a shorter one.
         if (std::abs(RootScore) > ScoreBound - depth) {
             MissPondering();
             return;
@@ -236,6 +242,7 @@ bool Search(int depthLimit, bool bookAllowed) {
     if (bookAllowed && BookLoaded != 0 && TakeBookMove()) return false;
     Line.ExtFlags[1] = 0;
     if (GameOverCheck()) return true;
+    // The only move needs no search.
     if (Root.RootMoveCount < 2)
         MissPondering();
     else

@@ -1,3 +1,5 @@
+// Builds the root list with the generator's stages, tests each move for legality by
+// making it, and puts the table's move in front.
 #include "search/rootmoves.h"
 
 #include <algorithm>
@@ -38,6 +40,7 @@ void AppendRootMove(Move m, int S) {
     ++Root.RootMoveCount;
 }
 
+// Killers and checks' evasions come in the generator's order, the other stages sorted.
 void ListMoves(Move hashMove) {
     const int S = Board.SideToMove;
     Root.RootMoveCount = 0;
@@ -55,6 +58,8 @@ void ListMoves(Move hashMove) {
 }
 
 // Brings the move to the front of the list; false when it is not in it.
+// RootScores are not moved along: every move's search writes its own, and the first is
+// the expected score.
 bool PutFirst(Move m) {
     Move* end = RootMoves + Root.RootMoveCount;
     Move* found = std::find(RootMoves, end, m);

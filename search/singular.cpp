@@ -22,6 +22,8 @@ inline bool Holds(int alpha, int child) {
 
 }  // namespace
 
+// The first move that holds is a candidate; a second one ends the test, for then there is
+// no singular move.
 int SingularTest(int alpha, int halfDepth, Move hashMove, bool mateThreat,
                  bool fullExtensions, Move& singularMove) {
     ++Result.NodeCount;

@@ -35,6 +35,7 @@ bool IsOutclassed(int weak) {
            Board.Units[weak] < kHopelessUnits && Board.Pawns[weak] == 0;
 }
 
+// A lone pawn against a lone bishop: the bishop cannot win.
 bool IsPawnAgainstBishop(int side) {
     const int other = ChangeSide(side);
     return Board.Material[side] == kOnePawn && Board.Material[other] == kOneMinor &&
@@ -72,6 +73,7 @@ bool IsLeftToEvaluation(Move last) {
            (IsPawnAgainstPieces(WHITE) || IsPawnAgainstPieces(BLACK));
 }
 
+// A probe may read from disk: it is made where the material has just changed.
 bool IsProbeNode() {
     if (TbMaxPieces == 0) return false;
     const Move last = LastMove();
@@ -80,6 +82,8 @@ bool IsProbeNode() {
            !(Line.Ply > Root.RootDepth >> 1 && IsLeftToEvaluation(last));
 }
 
+// A table's value turned into a score at the current Ply, which shifts mates to count
+// from the root.
 int ScoreOf(int value) {
     int score = 0;
     if (value > 0) score = 2 * value - kWinOffset;

@@ -15,6 +15,7 @@ SearchControl Control;
 
 namespace {
 
+// Without a time control: shares of the clock, less the plies played; their least number.
 constexpr int kMovesToGo = 110, kLeastMovesToGo = 26;
 constexpr std::int64_t kBudgetCap = 18000000;  // ms; above it no increase applies
 constexpr int kLowScore = 200;                 // below it a move gets a quarter more
@@ -34,6 +35,7 @@ struct ScoreFall {
 };
 constexpr ScoreFall kScoreFalls[] = {{280, 6}, {70, 4}, {20, 2}};
 
+// A clock of any size must not overflow the budget.
 int Narrowed(std::int64_t value) {
     constexpr std::int64_t kMost = std::numeric_limits<int>::max();
     return static_cast<int>(std::clamp(value, -kMost, kMost));
@@ -49,6 +51,7 @@ std::int64_t MovesToGo() {
     return left * 4 + 2;
 }
 
+// Castled, or moved so that it cannot castle any more.
 bool KingHasSettled(int c) {
     return Board.CastledKingside[c] != 0 || Board.CastledQueenside[c] != 0 ||
            (c == WHITE ? Board.WK : Board.BK) != 0;
@@ -88,6 +91,7 @@ void SetUnlimitedBudget() {
     Control.PollInterval = kLongPollInterval;
 }
 
+// Pondering pays back part of the time, hence the larger share when it is allowed.
 void ComputeTimeBudget() {
     std::int64_t share = GameClock.EngineClock / MovesToGo();
     if (Ponder.PonderAllowed != 0) share = share * 5 / 2;
@@ -99,6 +103,8 @@ void ComputeTimeBudget() {
         Control.TimeBudget < kShortBudget ? kShortPollInterval : kLongPollInterval;
 }
 
+// The first move of an iteration is broken off at the limit, the budget stretched by a
+// fall of the score; a later one, which may yet be better, only past three budgets.
 bool CheckClock() {
     if (Ponder.PonderSearch != 0 && Ponder.PonderProbe != 0 &&
         ElapsedMilliseconds() > kProbeMilliseconds) {
