@@ -1,3 +1,5 @@
+// Counts points for pieces and pawns that stand at home; only what goes beyond a usual
+// opening position costs, more for the root side.
 #include "eval/development.h"
 
 #include "eval/state.h"

@@ -1,3 +1,5 @@
+// Scaling by the kind of ending first, then by the piece units when the stronger side has
+// no pawns.
 #include "eval/drawish.h"
 
 #include <cstdlib>
@@ -18,6 +20,7 @@ bool HasRookAlone(int c) { return Board.Units[c] == kRook; }
 // king does not support it.
 template <int c>
 int RookAndPawnAgainstRook(int score) {
+    // A rook's pawn is the hardest to win, a pawn in the centre the least so.
     constexpr int kDivisor[8] = {6, 5, 3, 3, 3, 3, 5, 6};  // [pawn's file]
     const int pawn = LowestSquare(Board.Pawns[c]);
     const int king = Board.KingSquare[c];
@@ -64,6 +67,7 @@ int RookAndMinorDivisor(int strong) {
 }
 
 // What the score is divided by when the stronger side has no pawns, by the piece units.
+// The harder the pieces are to win with, the larger the divisor.
 int PawnlessDivisor(int strong) {
     const int weak = 1 - strong;
     const auto key = [](int s, int w) { return s * 16 + w; };
@@ -104,6 +108,7 @@ int ScaleByKind(int score, int balance) {
 
 }  // namespace
 
+// CantWin is the last ending's that RecogniseEnding went through to its end.
 int ClampCantWin(int score) {
     const int side = Board.SideToMove;
     if (score > 0 && LastEvaluation.CantWin[side] != 0) return 0;

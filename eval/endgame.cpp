@@ -1,3 +1,5 @@
+// The recognisers run from the cheapest and surest to CantWin, which only limits the
+// score. Squares are turned to one side's view, so that each is written once.
 #include "eval/endgame.h"
 
 #include "board/attacks.h"
@@ -217,6 +219,8 @@ EndingVerdict MajorPieceVerdict() {
 
 }  // namespace
 
+// A king with no piece to move besides is mated or stalemated when it has no square to go
+// to.
 int BareKingTest() {
     const int side = Board.SideToMove, enemy = ChangeSide(side);
     const int king = Board.KingSquare[side], enemyKing = Board.KingSquare[enemy];

@@ -1,3 +1,5 @@
+// The order of the terms and the exits between them; the terms themselves stand in files
+// of their own. Lazy evaluation: the margins are learned from the terms left out.
 #include "eval/evaluate.h"
 
 #include <algorithm>
@@ -125,6 +127,7 @@ int Decayed(int margin, int floor) { return std::max(margin * 3 / 4, floor); }
 
 }  // namespace
 
+// A new game's margins lie below the floors, to which the first search lifts them.
 void ResetMargins() {
     Margins.PositionalMargin = kNewPositionalMargin;
     Margins.LazyMargin = kNewLazyMargin;

@@ -1,3 +1,5 @@
+// An attack is a sum of units gathered by the pieces, turned into centipawns by a table
+// and multiplied by a factor of the defects of the attacked king's shelter.
 #include "eval/king.h"
 
 #include <algorithm>
@@ -75,6 +77,7 @@ int QueenAgainstWeakKing(const Terms& t) {
 
 int AttackTerms(Terms& t) { return AttackFor<WHITE>(t) - AttackFor<BLACK>(t); }
 
+// The factor is in sixteenths.
 int AttackOnKing(int units, int defects) {
     const int score = kAttackScore[std::min(units, kLastAttackScore) - kFewestUnits];
     return score * DefenceFactor(defects) >> 4;

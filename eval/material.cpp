@@ -1,3 +1,5 @@
+// Material beyond the sum of values: tables by the difference of minors and majors, and
+// the technique of mating a bare king.
 #include "eval/material.h"
 
 #include <algorithm>
@@ -130,6 +132,7 @@ bool HasBishopAndKnightOnly(int c) {
            ExactlyOne(Board.Knights[c]);
 }
 
+// King moves from `king` to the nearer corner of the bishop's colour.
 int StepsToMatingCorner(SquareSet bishop, int king) {
     return (bishop & LightSquares) != 0
                ? std::min(Distance[king][A8], Distance[king][H1])
@@ -169,6 +172,7 @@ int KingEndingFor(SquareSet pawns, bool behind) {
 
 int MaterialBalanceForWhite() {
     const int difference = Board.Material[WHITE] - Board.Material[BLACK];
+    // Less than two minor pieces a side: only pawns can still win.
     const bool small = Board.Units[WHITE] < 4 && Board.Units[BLACK] < 4;
     return difference + (small ? LoneMinors() : PieceImbalance() + RookAndMinorEach());
 }

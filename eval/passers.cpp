@@ -1,3 +1,5 @@
+// Passed pawns are found by the pawn pass and kept in the hash table as files; what
+// depends on pieces, kings and the move is added here at every evaluation.
 #include "eval/passers.h"
 
 #include <algorithm>
@@ -150,6 +152,7 @@ int SeveralPassers(SquareSet passers) {
     return Board.Knights[e] != 0 ? kSeveralKnight * n : 0;
 }
 
+// All passers of one colour, races apart.
 template <int c>
 int PassersFor(SquareSet passers) {
     if (passers == 0) return 0;

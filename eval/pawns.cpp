@@ -1,3 +1,5 @@
+// One pass over each colour's pawns, its result kept in a hash table by the pawns' keys
+// and the class of the kings' wings, on which the placement tables depend.
 #include "eval/pawns.h"
 
 #include <algorithm>
@@ -109,12 +111,14 @@ KingClass ClassOfKings(bool endgame) {
                         [kWingOfFile[FileOf(Board.KingSquare[BLACK])]];
 }
 
+// A single slot, always replaced: pawn structures change slowly.
 PawnEntry& SlotOf(KingClass kings) {
     const std::uint32_t slot =
         (Board.PawnHash2 ^ static_cast<std::uint32_t>(kings)) & PawnHashTable.mask;
     return PawnHashTable.entries[slot];
 }
 
+// The halves of the keys are compared as bytes, for the entry is aligned to two only.
 bool HoldsCurrentPawns(const PawnEntry& entry) {
     return std::memcmp(&entry.key[0], &Board.PawnHash1, 4) == 0 &&
            std::memcmp(&entry.key[2], &Board.PawnHash2, 4) == 0;

@@ -1,3 +1,5 @@
+// Terms of the pieces, each for one colour; on the way they gather the attack units
+// against the other king, which the king terms turn into a score.
 #include "eval/pieces.h"
 
 #include <algorithm>
@@ -90,6 +92,7 @@ bool HasTrappedBishop() {
 
 // ---- Bishops as a group ----
 
+// A lone bishop and its own pawns on squares of its colour.
 template <int c>
 int BadBishop(SquareSet bishop) {
     const SquareSet colour = (bishop & LightSquares) != 0 ? LightSquares : DarkSquares;
@@ -98,6 +101,7 @@ int BadBishop(SquareSet bishop) {
     return -kBadBishopPawn * PopCount(pawns) - kBadBishopBlocked * PopCount(blocked);
 }
 
+// A bishop works on both wings at once when no bishop opposes it and little else is left.
 template <int c>
 int BishopOnBothWings() {
     constexpr int e = 1 - c;
@@ -136,6 +140,7 @@ int BackRank() {
     return onBackRank && (front & ~Board.Pawns[c]) == 0 ? kBackRank : 0;
 }
 
+// With a rook each and nothing else, many open files make each of them worth less.
 int OpenFileValue(const PawnEntry& pawns) {
     if (Board.Units[WHITE] != 5 || Board.Units[BLACK] != 5) return kOpenFile;
     return kOpenFileInRookEnding[8 - PopCount8[pawns.files[WHITE] | pawns.files[BLACK]]];
@@ -148,6 +153,7 @@ bool IsBoxedRook(int square) {
     return (rank >> FileOf(square) & 5) == 5;
 }
 
+// A file without own pawns is half-open, without any pawns open.
 template <int c>
 int RookOnFile(int file, int openFile) {
     if (Board.PawnRanks[file][c] != 0) return 0;
@@ -162,6 +168,7 @@ bool SeventhRankCounts() {
            (Board.Pawns[e] & SeventhRank[c]) != 0;
 }
 
+// A supported piece is one that sees another rook or queen along the rank.
 template <int c>
 int SeventhRankTerm(const Terms& t) {
     constexpr int e = 1 - c;
@@ -268,6 +275,7 @@ int Outpost(int square, int value) {
     }
 }
 
+// Rim, outposts and attack units of the knights.
 template <int c>
 int KnightsFor(Terms& t) {
     int score = 0;
@@ -290,6 +298,7 @@ int TrappedOnRim(SquareSet attacks, const Terms& t) {
     return (ways & ~(Board.Pawns[c] | RelativeRankSet<c>(1))) == 0 ? kBishopCramped : 0;
 }
 
+// Mobility, and the way out of a bishop near the edge.
 template <int c>
 int BishopsOnBoard(Terms& t) {
     int score = 0;

@@ -1,3 +1,5 @@
+// Counts defects: files without pawns, shield pawns away from home, and where the king
+// stands. The pawns' share is kept in the pawn hash table.
 #include "eval/shelter.h"
 
 #include <algorithm>
@@ -44,6 +46,7 @@ struct WingCount {
     int displaced[2] = {};  // [colour]: steps its shield pawns have left home
 };
 
+// `relativeRank` counts from the colour's own side, 0 to 7.
 template <int c>
 bool HasPawn(int file, int relativeRank) {
     return (Board.PawnRanks[file][c] >> (c == WHITE ? relativeRank : 7 - relativeRank) &
@@ -58,6 +61,7 @@ int Displacement(int file) {
     return inner + (HasPawn<c>(file, 2) ? 1 : 2);
 }
 
+// One file of the shield, which holds a pawn of either colour.
 template <int c>
 void CountFile(WingCount& wing, int file) {
     if (Board.PawnRanks[file][c] == 0)
@@ -94,6 +98,7 @@ WingCount CountWing(const int (&files)[3]) {
     return wing;
 }
 
+// Files half-open for the enemy count half.
 std::uint8_t WingDefects(const WingCount& wing, int c) {
     const int defects = kOpenFiles[wing.open] + kHalfOpenFiles[wing.halfOpen[c]] +
                         kHalfOpenFiles[wing.halfOpen[1 - c]] / 2 + wing.displaced[c];

@@ -65,6 +65,7 @@ constexpr SquareSet PawnCover(SquareSet pawns) {
     const SquareSet ahead = Forward<c>(pawns);
     return (ahead & ~FileSet(0)) >> 1 | (ahead & ~FileSet(7)) << 1;
 }
+// The squares in front of the square on its file, from the colour's own side.
 template <int c>
 SquareSet FileAhead(int square) {
     return c == WHITE ? FileAbove[square] : FileBelow[square];
@@ -79,6 +80,7 @@ SquareSet PasserZone(int square) {
 constexpr unsigned FileBit(int file) { return 128u >> file; }
 
 inline bool ExactlyOne(SquareSet set) { return set != 0 && (set & (set - 1)) == 0; }
+// Men on files of the queen side and of the king side.
 inline bool BothWings(SquareSet set) {
     return (set & QueensideFiles) != 0 && (set & KingsideFiles) != 0;
 }
