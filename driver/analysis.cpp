@@ -1,3 +1,4 @@
+// A loop of unlimited searches: whatever ends one is carried out, then the next begins.
 #include "driver/analysis.h"
 
 #include <cstring>
@@ -13,6 +14,7 @@
 
 namespace {
 
+// Plies, beyond the last iteration that a search runs.
 constexpr int kAnalysisDepth = 100;
 
 void SearchWithoutLimit() {
@@ -27,6 +29,7 @@ bool Begins(const char* prefix) {
     return std::strncmp(InputLine, prefix, std::strlen(prefix)) == 0;
 }
 
+// A move typed while no search runs; it is tested against the position itself.
 void PlayTypedMove() {
     const Move m = ParseCoordinateMove(InputLine, InputLine[4]);
     if (!IsLegalUserMove(m)) {
@@ -63,6 +66,8 @@ void WaitForLine() {
     }
 }
 
+// A move that ended the search. The match list may be of an earlier position, so it is
+// tested again.
 void PlayPendingMove() {
     if (IsLegalUserMove(Request.PendingMove)) {
         PlayGameMove(Request.PendingMove);
@@ -75,6 +80,7 @@ void PlayPendingMove() {
 
 }  // namespace
 
+// A quit goes before everything else, a move or a new game before a take-back.
 void Analyze() {
     do {
         SearchWithoutLimit();

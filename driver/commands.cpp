@@ -1,3 +1,4 @@
+// Commands are prefixes of the line, tried in the order of a table.
 #include "driver/commands.h"
 
 #include <cstdlib>
@@ -31,6 +32,7 @@ namespace {
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
+// The opponent's move; the engine answers it outside force mode.
 void PlayUserMove() {
     const Move m = ParseCoordinateMove(InputLine, InputLine[4]);
     if (!IsLegalUserMove(m)) {
@@ -64,6 +66,7 @@ void TakeBack() {
     if (Board.GamePly > 0) TakeBackGameMove();
 }
 
+// Takes back a move of each side.
 void Remove() {
     TakeBack();
     TakeBack();
@@ -82,6 +85,7 @@ void WriteBoard() {
     FlushOutput();
 }
 
+// For debugging: the flags of moved kings and rooks, and the piece units of both sides.
 void WriteFlags() {
     Write("A1=%d H1=%d A8=%d H8=%d WK=%d BK=%d\n", Board.A1, Board.H1, Board.A8, Board.H8,
           Board.WK, Board.BK);
@@ -107,6 +111,7 @@ void Demo() {
     AllowPondering(ponderAllowed);
 }
 
+// The keys are shown as signed numbers.
 void WriteBookInformation() {
     Write("Current hash1=%d, hash2=%d\n", static_cast<int>(Board.hash1),
           static_cast<int>(Board.hash2));

@@ -1,3 +1,4 @@
+// Reads characters, not lines: a man's three characters may be spread over lines.
 #include "driver/edit.h"
 
 #include "board/notation.h"
@@ -46,6 +47,7 @@ void EditSquare(int code, int colour) {
     CheckBoard("edit");
 }
 
+// Nothing that was known of the game before holds for the position set up.
 void FinishEditing() {
     DeriveCastlingFlags();
     for (int c : {WHITE, BLACK}) Board.CastledKingside[c] = Board.CastledQueenside[c] = 0;

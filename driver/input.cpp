@@ -1,3 +1,5 @@
+// One buffer of raw bytes between the platform's input and all readers; lines are cut
+// from its front. It always ends in a NUL.
 #include "driver/input.h"
 
 #include <algorithm>
@@ -18,6 +20,7 @@ struct {
     bool DroppingLongLine;  // an over-long line's head was taken, its rest is not wanted
 } Input;
 
+// The first line's end in the buffer, nullptr when no whole line is there.
 char* PendingLineEnd() {
     return static_cast<char*>(std::memchr(Input.PendingInput, '\n',
                                           static_cast<std::size_t>(Input.PendingLength)));
@@ -74,6 +77,7 @@ void TakeLine(char* line, int size) {
     int length = static_cast<int>(lineEnd - Input.PendingInput);
     const int whole = length + 1;
     if (length > 0 && Input.PendingInput[length - 1] == '\r') --length;
+    // A NUL would end the line for the readers of C strings.
     std::replace(Input.PendingInput, Input.PendingInput + length, '\r', ' ');
     std::replace(Input.PendingInput, Input.PendingInput + length, '\0', ' ');
     length = std::min(length, size - 1);

@@ -1,3 +1,4 @@
+// The program: start-up, one of the statistics modes or the command loop, shut-down.
 #include <cstdlib>
 #include <string_view>
 

@@ -35,10 +35,12 @@ void Post() { Modes.PostThinking = 1; }
 void NoPost() { Modes.PostThinking = 0; }
 void Force() { Modes.ForceMode = 1; }
 void Easy() { AllowPondering(false); }
+// The setting has the last word over the front end.
 void Hard() {
     if (Settings.Pondering == 1) AllowPondering(true);
 }
 
+// The number is narrowed in a symmetric range, so that its negative can be formed too.
 void SetEngineClock(const char* line) {
     constexpr long long kMost = std::numeric_limits<int>::max();
     const char* number = std::strlen(line) > 5 ? line + 5 : "";

@@ -26,6 +26,7 @@ void LearnAbandonedDraw() {
 
 }  // namespace
 
+// The draw is learned first: it needs the moves of the game that is left.
 void NewGame() {
     LearnAbandonedDraw();
     BookLearnedThisGame = 0;

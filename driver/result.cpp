@@ -1,3 +1,5 @@
+// Draws are looked for before each search, in a fixed order, and announced by a result
+// line.
 #include "driver/result.h"
 
 #include <algorithm>
@@ -38,6 +40,7 @@ bool LacksMaterial(int bare, int other) {
            Board.Pawns[other] == 0;
 }
 
+// The result line, nullptr when the game goes on.
 const char* DrawInPosition() {
     if (LacksMaterial(BLACK, WHITE) || LacksMaterial(WHITE, BLACK))
         return "1/2-1/2 {Draw by insufficient material}";
@@ -49,6 +52,8 @@ const char* DrawInPosition() {
 
 }  // namespace
 
+// Compares the positions with the same side to move, back to a move that cannot be
+// undone.
 bool IsRepetition() {
     int ply = Board.GamePly - 1;
     if (ply < 0 || !IsReversible(Board.MoveHistory[ply])) return false;

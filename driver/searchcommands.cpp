@@ -16,6 +16,7 @@ namespace {
 // the next line is looked at.
 enum class After { Return, NextLine };
 
+// Ends the search; one on the predicted move has then missed.
 After StopAndReturn() {
     MissPondering();
     Control.StopSearch = 1;
@@ -24,6 +25,8 @@ After StopAndReturn() {
 
 After MoveNow(const char*) { return StopAndReturn(); }
 
+// Time in centiseconds, nodes, depth, moves left, the moves in all plus one, and the move
+// being searched.
 After AnalysisStatus(const char*) {
     char text[kMoveTextSize];
     MoveToText(text, Board.MoveHistory[Root.RootGamePly]);
@@ -59,6 +62,8 @@ After QuitNow(const char*) {
     return After::Return;
 }
 
+// While the engine thinks for itself a new clock would change the budget it works with,
+// so the search ends; while pondering it only notes it.
 After Time(const char* line) {
     SetEngineClock(line);
     if (Ponder.PonderSearch != 0) return After::NextLine;

@@ -1,3 +1,5 @@
+// The table of settings is the one place that knows a setting's key, range and default;
+// reader, report and the commented settings file all run over it.
 #include "driver/settings.h"
 
 #include "board/tables.h"
@@ -16,6 +18,7 @@ constexpr int kMostBits = 48;
 // Cache sizes of 2^31 bytes and more would not fit a signed 32-bit count.
 constexpr int kMostCacheBits = 30;
 
+// Bits of Setting::heard.
 constexpr unsigned kHearsOff = 1, kHearsOn = 2, kHearsBoth = 3;
 
 // ---- Rows by kind ----
@@ -133,6 +136,7 @@ void WriteSetting(const Setting& s) {
     }
 }
 
+// A value as the settings file would have it, words in lower case.
 std::string DefaultText(const Setting& s) {
     switch (s.kind) {
         case SettingKind::Size:

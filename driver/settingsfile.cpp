@@ -1,3 +1,5 @@
+// A forgiving reader: a line that does not fit the form of its key is passed over in
+// silence.
 #include "driver/settingsfile.h"
 
 #include <algorithm>
@@ -95,6 +97,7 @@ void ApplyLine(std::string_view line) {
 
 }  // namespace
 
+// Read in blocks, for a line has no upper limit: overlong ones are cut as they come.
 void ReadSettingsFile(const char* name) {
     FileHandle file = OpenFile(name, FileMode::Read);
     if (file == nullptr) return;

@@ -1,3 +1,5 @@
+// The order counts: the report shows the settings in force before memory is asked for,
+// and front ends look for the lines in their order.
 #include "driver/startup.h"
 
 #include <cstdlib>
@@ -25,6 +27,7 @@
 
 namespace {
 
+// The engine cannot think without its hash tables: it ends.
 void AllocateTables() {
     if (AllocateTranspositionTable(Settings.TranspositionSize) &&
         AllocatePawnTable(Settings.PawnHashSize))
@@ -93,6 +96,7 @@ void StartUp() {
     FlushOutput();
 }
 
+// "--fresh" may stand before or behind the file's name.
 void RunStatisticsModes(int count, char** arguments) {
     const auto begins = [&](const char* option) {
         return std::strncmp(arguments[1], option, std::strlen(option)) == 0;

@@ -65,6 +65,7 @@ void LearnDecidedGame() {
     BookLearn(RootScore < 0 ? kGameLost : kGameWon);
 }
 
+// The three newest moves show whether the score has just collapsed.
 void LearnFromSearch() {
     if (Settings.UseLearning == 0) return;
     constexpr int kNewest = kRemembered - 1;
@@ -75,6 +76,7 @@ void LearnFromSearch() {
 }
 
 // Searches the current position; true when there is nothing to move.
+// Without a clock the depth limit ends the search, with one the clock alone.
 bool SearchPosition() {
     StartSearchClock();
     AgeHistoryAndKillers();
@@ -88,6 +90,8 @@ bool SearchPosition() {
 }
 
 // Writes and makes the engine's move; false when a new game was asked for instead.
+// A ponder probe and an analysis never come here: this score is the one later moves
+// compare with.
 bool PlayBestMove() {
     Result.PreviousScore = RootScore;
     if (Result.BookMovePlayed == 0) FinalThinkingLine();

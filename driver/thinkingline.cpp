@@ -1,3 +1,4 @@
+// The line is read back from the transposition table, so that the search keeps no line.
 #include "driver/thinkingline.h"
 
 #include "board/notation.h"
@@ -15,6 +16,7 @@ constexpr int kQuietNodes = 10000;  // no lines before so many nodes
 constexpr int kMostMoves = 20;
 constexpr int kShownMateShift = 67;  // mates are shown from 32767 down
 
+// Front ends know mates by their distance from 32767.
 int ShownScore() {
     if (RootScore > kMateBound) return RootScore + kShownMateShift;
     if (RootScore < -kMateBound) return RootScore - kShownMateShift;
@@ -31,6 +33,7 @@ void WriteMove(Move m) {
 void WriteVariation() {
     int made = 0, written = 1;
     WriteMove(RootMoves[0]);
+    // During a search of the root move it is on the board already.
     if (Board.GamePly == Root.RootGamePly) {
         MakeMove(RootMoves[0]);
         ++made;
@@ -58,6 +61,7 @@ void FinalThinkingLine() {
 
 void ThinkingLine(bool force) {
     if (Modes.PostThinking == 0 || Ponder.PonderProbe != 0) return;
+    // The first lines would flood the front end.
     if (!force && Result.NodeCount >= 1 && Result.NodeCount <= kQuietNodes) return;
     FinalThinkingLine();
 }

@@ -14,6 +14,7 @@ struct {
     int count;
 } MatchList;
 
+// EMPTY for any other letter: the move does not promote.
 int PromotionCode(char letter) {
     switch (letter) {
         case 'q':
@@ -59,6 +60,7 @@ void BuildMatchList() {
     MatchList.count = legal.count;
 }
 
+// A promotion must name its piece: without the letter no promotion matches.
 Move MatchListMove(const char* text) {
     const int from = ParseSquare(text), to = from < 0 ? -1 : ParseSquare(text + 2);
     if (to < 0) return NO_MOVE;
