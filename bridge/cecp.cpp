@@ -106,7 +106,7 @@ void Protover(const std::string&, std::string_view rest) {
     long long version = 0;
     if (!ToNumber(TakeWord(rest), version) || version < 2) return;
     Say("feature done=0");
-    Say("feature ping=1 setboard=1 usermove=1 colors=0 sigint=0 sigterm=0 reuse=1");
+    Say("feature ping=1 setboard=1 usermove=1 colors=0 sigint=0 sigterm=1 reuse=1");
     Say("feature analyze=1 time=1 draw=0 playother=1 debug=1 "
         "myname=\"Veltramox %s\" variants=\"normal\"",
         kVersion);
