@@ -12,7 +12,8 @@ int BookLearnedThisGame = 1;
 
 namespace {
 
-// [outcome]: points for the move and against it.
+// [outcome]: points for the move and against it. Indexed by kGameLost, kGameWon,
+// kGameDrawn. A game shares out two points.
 constexpr int kPoints[3][2] = {{0, 2}, {2, 0}, {1, 1}};
 // Neither count of a move may reach this: all counts of its list shrink to two thirds.
 constexpr int kPointsLimit = 255;
@@ -20,6 +21,7 @@ constexpr int kPointsLimit = 255;
 // Old results fade, and neither count can run over.
 constexpr int TwoThirds(int points) { return 2 * points / 3; }
 
+// Words of 0 and of removed moves hold no points, and are not to be scaled.
 bool HasStatistics(const BookEntry& entry) {
     return entry.word != 0 && entry.word != kRemovedWord;
 }

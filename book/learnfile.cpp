@@ -11,6 +11,7 @@
 
 namespace {
 
+// Offset of a record's last field, the link to the next one.
 constexpr std::uint32_t kLinkInRecord = 20;
 constexpr std::uint32_t kBucketMask = kLearnBuckets - 1;
 
@@ -40,6 +41,7 @@ std::uint32_t ReadBucket(FileHandle file, std::uint32_t bucket) {
     return ReadAt(file, BucketAt(bucket), bytes, sizeof bytes) ? Get32le(bytes) : 0;
 }
 
+// `at`: the place of a bucket or of a record's link in the file.
 bool WriteLink(FileHandle file, std::uint32_t at, std::uint32_t record) {
     std::uint8_t bytes[4];
     Put32le(bytes, record);

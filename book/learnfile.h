@@ -26,6 +26,7 @@ inline constexpr std::uint32_t kLearnRecordSize = 24;
 // 2700 records a bucket.
 inline constexpr int kMaxChain = 4096;
 
+// As in the file, field by field.
 struct LearnRecord {
     std::int32_t depth;  // units of 60 a ply
     std::int32_t score;  // centipawns, for the side to move
@@ -46,6 +47,9 @@ FileHandle OpenOrCreateLearnFile(const char* name);
 
 // False when there is no whole record at the offset.
 bool ReadLearnRecord(FileHandle file, std::uint32_t offset, LearnRecord& record);
+// The record of the position, which both hashes name, with its place; otherwise the place
+// where it would be linked, and `record` is undefined. Whoever writes there holds the
+// file's lock meanwhile: see StoreLearnRecord.
 LearnPlace FindLearnRecord(FileHandle file, std::uint32_t hash1, std::uint32_t hash2,
                            LearnRecord& record);
 // Overwrites all but the link of the record at the place, or appends the record and then

@@ -36,6 +36,8 @@ constexpr int kPlyBelow = 100;
 // No search returns scores beyond this: a mate at ply 0 is 32700.
 constexpr int kScoreLimit = 32701;
 
+// A position before a move of the engine's, with that move. Depth in units of 60 a ply,
+// scores in centipawns: of the search that chose it and of the one after it.
 struct Suspect {
     std::uint32_t hash1, hash2;
     int depth, oldScore, newScore;
@@ -43,6 +45,7 @@ struct Suspect {
     char position[kEpdSize];
 };
 
+// The open file, the suspects of the game at hand, and the log's next line number.
 FileHandle Learning = nullptr;
 Suspect Suspects[kMaxSuspects];
 int PendingCount = 0;

@@ -18,6 +18,7 @@
 
 namespace {
 
+// A counter never holds this value: the pair is scaled down instead.
 constexpr int kCounterLimit = 65535;
 constexpr int kFailedStatus = 1;
 constexpr int kTooLongStatus = 2;

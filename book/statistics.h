@@ -36,11 +36,13 @@ int MaterialSignature(int colour);
 // never discarded. False, with a line on standard output, when that fails, or when there
 // is no room on the disk for all of it: the file is then as before.
 bool OpenStatisticsFile(const char* name = "Veltramox.set");
+// Nothing when none is open; counters read as 0 afterwards.
 void CloseStatisticsFile();
 
 // Adds one result, 0 to 2. A counter that reaches 65535 takes its pair's three to two
 // thirds.
 void CountResult(int pair, int result);
+// The counter of a pair (0 to kMaterialPairs - 1) and result; 0 when no file is open.
 std::uint16_t ReadCounter(int pair, int result);
 
 // Counts all games of a PGN file, from the start position or the one of their tags, each

@@ -4,6 +4,8 @@
 #include <cstdint>
 
 // ---- Least significant byte first: books, learning files ----
+// Byte by byte: also right where the address is not aligned. Compilers make one load or
+// store of it. The caller sees to it that so many bytes are there.
 inline std::uint32_t Get32le(const std::uint8_t* bytes) {
     return static_cast<std::uint32_t>(bytes[0]) |
            static_cast<std::uint32_t>(bytes[1]) << 8 |

@@ -7,5 +7,6 @@
 std::int64_t ClockMilliseconds();
 // Calendar time in seconds, for seeding random numbers.
 std::uint32_t CalendarSeconds();
-// User CPU time of this process, seconds.
+// User CPU time of this process, seconds. It excludes waiting and other programs; 0 on
+// Windows when the system does not tell.
 double UserSeconds();

@@ -37,6 +37,7 @@ FileHandle OpenForReading(const char* name) {
 
 }  // namespace
 
+// Unbuffered: read-ahead would hide what other programs write meanwhile.
 FileHandle OpenFile(const char* name, FileMode mode) {
     FileHandle file = mode == FileMode::Read
                           ? OpenForReading(name)
@@ -45,6 +46,7 @@ FileHandle OpenFile(const char* name, FileMode mode) {
     return file;
 }
 
+// Created by appending nothing, which makes a file without ever emptying one.
 FileHandle OpenOrCreateFile(const char* name, bool& created) {
     FileHandle file = OpenFile(name, FileMode::Update);
     created = file == nullptr && AppendText(name, "");

@@ -59,11 +59,14 @@ struct FileLock {
     ~FileLock();
     FileLock(const FileLock&) = delete;
     FileLock& operator=(const FileLock&) = delete;
+    // What the destructor unlocks, with the offsets below; the file must still be open
+    // then.
     FileHandle file;  // nullptr: nothing is locked
     std::int64_t first, length;
 };
 
 // ---- Files as memory ----
+// Written by MapFile and UnmapFile alone.
 struct FileMapping {
     std::uint8_t* bytes = nullptr;  // nullptr: nothing is mapped
     std::size_t size = 0;
@@ -73,6 +76,7 @@ struct FileMapping {
 // What is stored there is in the file at once, also when the program is killed with the
 // next instruction.
 bool MapFile(FileMapping& mapping, FileHandle file, std::size_t size);
+// Nothing when nothing is mapped. What was stored stays in the file.
 void UnmapFile(FileMapping& mapping);
 // Part of the file under the mapping has been lost, cut off by another program or
 // unreadable: what was stored there is not in it.

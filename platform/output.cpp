@@ -14,6 +14,8 @@ constexpr std::size_t kBufferSize = 16384;
 char Buffer[kBufferSize];
 std::size_t Filled = 0;
 
+// What becomes of output that nobody takes: the program's end, or, once keepWorking is
+// set, the note that some was lost.
 struct Delivery {
     bool keepWorking = false;
     bool lost = false;
@@ -58,6 +60,7 @@ void WriteText(std::string_view text) {
     }
 }
 
+// Emptied before it is sent: the exit's own flush must not try the same bytes again.
 void FlushOutput() {
     const std::size_t size = Filled;
     Filled = 0;

@@ -58,6 +58,7 @@ bool WaitUntilReady(int descriptor, short events) {
     return ready != 0;
 }
 
+// 2 MB, the size on x86-64 and usual elsewhere; another one costs only speed.
 constexpr std::size_t kHugePage = std::size_t{1} << 21;
 
 std::size_t InHugePages(std::size_t bytes) {
@@ -86,6 +87,7 @@ bool InputIsConsole() {
     return isatty(kStandardInput) != 0;
 }
 
+// At the end of input poll reports it ready and FIONREAD says 0 bytes: hence the 1.
 int InputWaiting() {
     PrepareInput();
     if (TerminationRequested()) return 1;
@@ -172,6 +174,8 @@ void FreeTable(void* table, std::size_t bytes) {
     if (table != nullptr) munmap(table, InHugePages(bytes));
 }
 
+// SIGXFSZ comes with a write beyond the user's limit for files, SIGPIPE with one that
+// nobody reads.
 void PrepareSignals() {
     Handle(SIGPIPE, SIG_IGN);
     Handle(SIGXFSZ, SIG_IGN);

@@ -164,6 +164,7 @@ struct flock Region(short type, std::int64_t offset, std::int64_t size) {
 
 // ---- Mapping ----
 
+// One mapping at a time, in reach of the signal handler.
 struct WatchedMapping {
     FileMapping mapping;
     volatile std::sig_atomic_t damaged = 0;
@@ -233,6 +234,8 @@ FileLock::FileLock(FileHandle lockedFile, std::int64_t offset, std::int64_t size
     file = lockedFile;
 }
 
+// Locks of this kind belong to the process: closing any handle of the same file would let
+// them go too.
 FileLock::~FileLock() {
     struct flock region = Region(F_UNLCK, first, length);
     if (file != nullptr) fcntl(fileno(file), F_SETLK, &region);

@@ -22,6 +22,7 @@ constexpr int kStandardInput = 0;
 constexpr int kStandardOutput = 1;
 constexpr char kEndOfFileKey = 0x1A;  // Ctrl-Z, typed at a console
 
+// Set by the handler, read everywhere.
 volatile std::sig_atomic_t Terminating = 0;
 
 bool Prepared = false;
@@ -91,6 +92,8 @@ bool SendOutput(const char* bytes, std::size_t size) {
     return true;
 }
 
+// Committed memory comes zeroed and aligned to 64 KB. Large pages would need a privilege
+// that users rarely have.
 void* AllocateTable(std::size_t bytes) {
     return VirtualAlloc(nullptr, bytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
 }

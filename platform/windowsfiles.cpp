@@ -86,6 +86,7 @@ void ShortenFile(FileHandle file, std::int64_t before) {
     if (before >= 0) _chsize_s(_fileno(file), before);
 }
 
+// Written through: the call returns when the new name is on the disk.
 bool ReplaceFile(const char* name, const void* content, std::size_t size) {
     const char* const bytes = static_cast<const char*>(content);
     if (IsStraight(name)) return WriteStraight(name, bytes, size);
