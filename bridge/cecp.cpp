@@ -1,3 +1,6 @@
+// The protocol as a table of commands over a few modes. Here the program keeps the game's
+// state itself (whose turn, the clock, the end of the game); the session knows only
+// searches.
 #include "bridge/cecp.h"
 
 #include <algorithm>
@@ -40,12 +43,16 @@ constexpr char kNotNow[] = "command not legal now";
 constexpr char kUnknown[] = "unknown command";
 constexpr char kBadValue[] = "bad argument";
 
+// How many of the game's half-moves are this side's, from who made the last one: the
+// start may have had either side to move.
 int MovesMade(int colour) {
     const int plies = static_cast<int>(Game.moves.size());
     const bool last = ChangeSide(Board.SideToMove) == colour;
     return last ? (plies + 1) / 2 : plies / 2;
 }
 
+// What is in force for the next move: "st" replaces the clock until a "level" does away
+// with it; "sd" holds beside either.
 SearchLimits Limits() {
     SearchLimits limits;
     limits.depth = Mode.depth;
@@ -102,6 +109,8 @@ void AnnounceOption(const BridgeOption& option) {
     }
 }
 
+// "done=0" stops the front end's patience, which is two seconds otherwise, and "done=1"
+// ends the list. Version 1 knows no features.
 void Protover(const std::string&, std::string_view rest) {
     long long version = 0;
     if (!ToNumber(TakeWord(rest), version) || version < 2) return;
@@ -127,6 +136,7 @@ void NewGame(const std::string&, std::string_view) {
     if (Mode.analysis) BeginAnalysis();
 }
 
+// Also a move without "usermove" in front, as older front ends send it.
 void UserMove(const std::string& line, std::string_view rest) {
     const std::string_view move = TakeWord(rest);
     if (Session.EngineActivity == Activity::Searching) return Refuse(kNotNow, line);
@@ -172,6 +182,7 @@ void Go(const std::string& line, std::string_view) {
     GoOn();
 }
 
+// The engine takes the side that is not to move, and so does not begin.
 void PlayOther(const std::string&, std::string_view) {
     EndActivity();
     Mode.force = false;
@@ -183,6 +194,7 @@ void PutInForce(const std::string&, std::string_view) {
     Mode.force = true;
 }
 
+// "exit" leaves the engine in force mode: the front end says how to go on.
 void Analyze(const std::string&, std::string_view) {
     Mode.analysis = Mode.force = true;
     BeginAnalysis();
@@ -236,6 +248,7 @@ std::int64_t BaseTime(std::string_view text) {
     return minutes < 0 || seconds < 0 ? -1 : minutes * 60 + seconds;
 }
 
+// "level MOVES BASE INCREMENT". A fixed time for the move ends with it.
 void Level(const std::string& line, std::string_view rest) {
     long long moves = 0;
     const bool good = ToNumber(TakeWord(rest), moves) && moves >= 0 && moves < 100000;
@@ -259,6 +272,7 @@ void SearchDepth(const std::string& line, std::string_view rest) {
     Mode.depth = static_cast<int>(std::min(depth, 1000LL));
 }
 
+// The engine's clock in centiseconds; it may be overdrawn, which counts as none left.
 void Time(const std::string& line, std::string_view rest) {
     long long centiseconds = 0;
     if (!ToNumber(TakeWord(rest), centiseconds)) return Refuse(kBadValue, line);
@@ -281,12 +295,14 @@ void Result(const std::string&, std::string_view) {
     Mode.force = true;
 }
 
+// While the engine ponders its prediction, otherwise the second move of its last line.
 void Hint(const std::string&, std::string_view) {
     const std::string& hint =
         Session.PonderHint.empty() ? Mode.expected : Session.PonderHint;
     if (!hint.empty()) Say("Hint: %s", hint.c_str());
 }
 
+// The answer to "bk" ends with an empty line; of the book there is nothing to be shown.
 void Book(const std::string&, std::string_view) { Say("%s", ""); }
 
 // Options wait for the end of a search.
@@ -416,6 +432,8 @@ void OnNoMove(const std::string& result) {
 void OnStatus(const std::string& line) { Say("%s", line.c_str()); }
 void OnNotice(const std::string& text) { Say("# %s", text.c_str()); }
 
+// The protocol's goOn: nothing is ever put off here, so that after the input's end only
+// the move of a search under way is still to come.
 bool ToMove(bool) { return Session.EngineActivity == Activity::Searching; }
 
 }  // namespace

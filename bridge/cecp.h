@@ -3,4 +3,5 @@
 
 #include "bridge/session.h"
 
+// Its state (modes, clock) is one for the program: it is used by the one session.
 extern const Protocol kCecp;

@@ -1,3 +1,5 @@
+// Division of the clock: a share of what is left plus most of the increment is the soft
+// limit, three times that the hard one, both below three quarters of the clock.
 #include "bridge/clock.h"
 
 #include <algorithm>
@@ -35,6 +37,8 @@ constexpr ScoreFall kScoreFalls[] = {{280, 6}, {70, 4}, {20, 3}};
 
 std::int64_t AtLeastOne(std::int64_t time) { return std::max(time, std::int64_t{1}); }
 
+// A fixed time for the move: the limits leave room for the order to be obeyed, and
+// nothing stretches them.
 TimePlan PlanMoveTime(std::int64_t time) {
     const std::int64_t limit = time > kShortMove * kOrderTime
                                    ? time - kOrderTime
@@ -61,6 +65,7 @@ std::int64_t EnginesShares(int gamePly) { return std::max(110 - gamePly, 26); }
 
 }  // namespace
 
+// Of a fixed time and a clock the smaller limit holds.
 TimePlan PlanTime(const SearchLimits& limits, int moveNumber, std::int64_t overhead) {
     if (limits.endless) return {};
     const TimePlan move =
@@ -93,6 +98,7 @@ std::string LimitCommands(const SearchLimits& limits, const TimePlan& plan, int 
     return "level 0 0 0\ntime " + std::to_string(share * EnginesShares(gamePly)) + '\n';
 }
 
+// Without a clock there is none to lose.
 bool TimeToPonder(const SearchLimits& limits) {
     return limits.clock < 0 || limits.clock >= kPonderClock;
 }

@@ -28,7 +28,7 @@ struct TimePlan {
 // `moveNumber` as in a FEN, from 1: later in a game fewer moves are expected to come.
 // `overhead`, in ms, stays on the clock, so that even a clock that lives on its increment
 // bears delays; but an eighth of the clock is there for thinking. Neither limit is 0 when
-// there is a clock or a time for the move.
+// there is a clock or a time for the move, and both are 0 for an endless search.
 TimePlan PlanTime(const SearchLimits& limits, int moveNumber, std::int64_t overhead);
 // The soft limit, stretched when the score (centipawns) has fallen by so much since the
 // engine's last move.

@@ -1,3 +1,6 @@
+// Two pipes and a child process. The engine's input is non-blocking and its output is
+// read while lines wait to be taken: two full pipes would otherwise hold both programs
+// for ever.
 #include "bridge/engine.h"
 
 #include <fcntl.h>
@@ -33,6 +36,7 @@ struct {
 constexpr char kQuestion[] = "a1a1x";
 constexpr char kAnswer[] = "Illegal move: a1a1x";
 
+// Closes this side's ends. The engine sees the end of its input, and ends by that.
 void Forget() {
     if (Child.input >= 0) close(Child.input);
     if (Engine.EngineOutput.descriptor >= 0) close(Engine.EngineOutput.descriptor);
@@ -40,6 +44,9 @@ void Forget() {
     Engine.EngineOutput = LineReader{};
 }
 
+// The child between fork and exec. Signals are unblocked, for the mask is inherited;
+// Ctrl-C, which a terminal sends to both, is left to the bridge. 127, as in a shell: the
+// program could not be run.
 [[noreturn]] void BecomeEngine(const char* folder, const char* program, int input,
                                int output) {
     sigset_t none;
@@ -52,6 +59,8 @@ void Forget() {
     _exit(127);
 }
 
+// Close-on-exec throughout: an engine that held the other end of its own pipe would never
+// see the end of its input.
 bool Launch(const std::string& folder, std::string& fault) {
     int in[2], out[2];
     if (pipe2(in, O_CLOEXEC) != 0) {
@@ -108,6 +117,7 @@ bool WaitForEngine(bool untilItTakes, std::int64_t deadline) {
     return !Engine.EngineOutput.ended && !TerminationRequested();
 }
 
+// False when the engine is gone, takes nothing for kPatience, or this program is to end.
 bool SendAll(std::string_view text) {
     const std::int64_t deadline = ClockMilliseconds() + kPatience;
     while (!text.empty()) {
@@ -129,6 +139,7 @@ void NoteStart(const std::string& line) {
 
 }  // namespace
 
+// "easy" first: a setting may have switched pondering on.
 bool StartEngine(std::string& fault) {
     StopEngine();
     const std::string folder = MakeEngineFolder(fault);

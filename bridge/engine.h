@@ -21,6 +21,8 @@ extern EngineConnection Engine;
 bool StartEngine(std::string& fault);
 // Asks it to end, and ends it when it does not.
 void StopEngine();
+// False also when it has been found out of step, or unresponsive, and is about to be
+// replaced.
 bool EngineRuns();
 
 // Lines as they stand, line ends included. A failing write shows as the end of its

@@ -1,3 +1,6 @@
+// The rules are the board library's. What is the bridge's own is the record beside the
+// board, so that the board can be used for other things (setting up, checking lines) and
+// be restored.
 #include "bridge/game.h"
 
 #include <algorithm>
@@ -13,6 +16,7 @@ GameRecord Game;
 
 namespace {
 
+// First and eighth rank, where no pawn can stand.
 constexpr SquareSet kOuterRanks = 0xFF000000000000FF;
 
 // Placement, side to move, castling and en passant: what repetition goes by. A pawn that
@@ -26,6 +30,7 @@ std::string PositionText() {
     return text + SquareText(passed);
 }
 
+// What a FEN that is well-formed may still get wrong.
 bool Playable() {
     if (((Board.Pawns[WHITE] | Board.Pawns[BLACK]) & kOuterRanks) != 0) return false;
     return !InCheck(ChangeSide(Board.SideToMove));
@@ -69,6 +74,7 @@ bool StartGame(std::string_view fen) {
     return ReplaceGame(fen, {}, fault);
 }
 
+// Played into an empty record, and the old one put back when that fails.
 bool ReplaceGame(std::string_view fen, const std::vector<std::string>& moves,
                  std::string& fault) {
     GameRecord before;
@@ -120,6 +126,8 @@ std::vector<Move> AllLegalMoves() {
     return {legal.begin(), legal.end()};
 }
 
+// From the legal moves: a pinned pawn's capture is none, and such a square does not make
+// positions differ for repetition.
 int EnPassantTarget() {
     for (const Move m : AllLegalMoves())
         if (IsEnPassant(m)) return To(m);
@@ -130,6 +138,8 @@ bool InCheck(int colour) {
     return IsAttacked(ChangeSide(colour), Board.KingSquare[colour]);
 }
 
+// Mate goes before the counter: a mate with the hundredth half-move counts. A draw by
+// material is called for bare kings alone.
 const char* GameResult() {
     const int S = Board.SideToMove;
     if (AllLegalMoves().empty()) {

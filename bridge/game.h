@@ -11,6 +11,8 @@
 inline constexpr char kStartFen[] =
     "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
 
+// All that is needed to build the board anew. Written in game.cpp alone, through the
+// functions below.
 struct GameRecord {
     std::string start = kStartFen;   // as WriteFen writes it
     int firstMove = 1;               // the move number that the FEN gave
@@ -33,6 +35,7 @@ bool SetPlayableFen(std::string_view fen);
 bool StartGame(std::string_view fen = kStartFen);
 // Plays the move if LegalMove knows it; false leaves the game as it was.
 bool PlayMove(std::string_view text);
+// Without a move to take back nothing happens.
 void TakeBackMove();
 // The board is the game's again, after it has been used for something else.
 void ReplayGame();
@@ -45,10 +48,12 @@ bool ReplaceGame(std::string_view fen, const std::vector<std::string>& moves,
 // The legal move of the current position that the text, in either case, names ("e2e4",
 // "E7E8Q"); NO_MOVE if there is none.
 Move LegalMove(std::string_view text);
+// Of the board's position, in the generator's order; empty at mate and stalemate.
 std::vector<Move> AllLegalMoves();
 // Where a pawn may legally be taken in passing; kNoSquare when there is no such move.
 int EnPassantTarget();
 
+// The king of that colour is attacked, whoever is to move.
 bool InCheck(int colour);
 
 // "1-0 {White mates}" and its like when the rules end the game here, nullptr when it goes

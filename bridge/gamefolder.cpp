@@ -1,3 +1,6 @@
+// The engine takes no options on its command line: it reads Veltramox.ini in its working
+// folder and writes its files there. So each start gets a fresh temporary folder, with
+// links to what is to last.
 #include "bridge/gamefolder.h"
 
 #include <fcntl.h>
@@ -35,6 +38,7 @@ constexpr int kMostFolderTries = 5;
 constexpr std::size_t kMostTableFolders = 80;
 constexpr std::size_t kLongestSettings = 1 << 20;
 
+// As much as kLongestSettings of it; empty when there is none.
 std::string ReadSettings(const fs::path& name) {
     std::ifstream file(name, std::ios::binary);
     std::string text(kLongestSettings, '\0');
@@ -43,6 +47,8 @@ std::string ReadSettings(const fs::path& name) {
     return text;
 }
 
+// A link where results are to last, otherwise a copy: the engine writes what it learns
+// into its book, and the book as installed must not change.
 void PlaceBook(const fs::path& folder, std::error_code& error) {
     if (OptionValue("OwnBook") != "true" || OptionValue("UCI_AnalyseMode") == "true")
         return;
@@ -114,6 +120,8 @@ pid_t OwnerOf(const std::string& name) {
     return static_cast<pid_t>(number);
 }
 
+// Removes the folder if its bridge is dead. The owner's number is only a first look,
+// which spares opening; the lock decides.
 void SweepFolder(const fs::path& folder) {
     const pid_t owner = OwnerOf(folder.filename().string());
     struct stat about = {};
@@ -127,6 +135,8 @@ void SweepFolder(const fs::path& folder) {
     close(lock);
 }
 
+// Once in a process: a bridge restarts its engine often, and the folder may hold very
+// many entries.
 void SweepOnce(const fs::path& temporary) {
     static bool swept = false;
     if (swept) return;

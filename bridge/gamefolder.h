@@ -24,4 +24,6 @@ bool UseGameFolder(const std::string& folder, std::string& fault);
 // that cannot be offered, if there are such. The first call removes the folders that
 // bridges of this user have left behind which were killed.
 std::string MakeEngineFolder(std::string& fault);
+// Removes it with all that is in it, links and not what they lead to; the engine must
+// have ended. Nothing when there is none.
 void RemoveEngineFolder();

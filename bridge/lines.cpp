@@ -1,3 +1,5 @@
+// Both sides are read without stdio: poll says what waits in a descriptor, not what a
+// library has put into its buffer.
 #include "bridge/lines.h"
 
 #include <unistd.h>
@@ -49,6 +51,8 @@ void DropIfTooLong(LineReader& reader) {
 
 }  // namespace
 
+// Control characters, a carriage return before the line end above all, become blanks,
+// which the parsing of words passes over.
 bool TakeLine(LineReader& reader, std::string& line) {
     for (;;) {
         const std::size_t end = reader.buffer.find('\n', reader.looked);
@@ -69,6 +73,8 @@ bool TakeLine(LineReader& reader, std::string& line) {
     }
 }
 
+// Measured first and then formatted: a line with a long principal variation has no fixed
+// bound. One write a line, so that lines never mix.
 void Say(const char* format, ...) {
     if (OutsideGone || TerminationRequested()) return;
     va_list arguments, again;
@@ -95,6 +101,7 @@ std::string_view Trimmed(std::string_view text) {
     return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 
+// Saturating: a front end's "nodes 99999999999999999999" means "no limit", not an error.
 bool ToNumber(std::string_view text, long long& number) {
     long long value = 0;
     const auto [end, error] =

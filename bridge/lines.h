@@ -40,4 +40,5 @@ std::string_view Trimmed(std::string_view text);
 // The whole text is a decimal number; otherwise `number` stays as it is. One that is too
 // large, or too small, becomes the largest or smallest that there is.
 bool ToNumber(std::string_view text, long long& number);
+// ASCII letters alone: option names, settings keys and their words.
 bool EqualNoCase(std::string_view a, std::string_view b);

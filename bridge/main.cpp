@@ -55,6 +55,8 @@ struct CommandLine {
     int depth = 0;
 };
 
+// The last of an option's values counts: the installed command puts its own in front of
+// the user's.
 void Describe(CLI::App& app, CommandLine& line) {
     app.set_version_flag("--version", std::string("veltramox-bridge ") + kVersion);
     app.add_option("--engine", line.engine,
@@ -93,6 +95,7 @@ int main(int count, char** arguments) {
     PrepareSignals();
     BuildTables();
     if (line.bench) return RunBench(line.depth);
+    // After PrepareSignals, whose handler it copies.
     EndWithTerminal();
     std::string fault;
     if (!UseGameFolder(line.folder, fault)) {

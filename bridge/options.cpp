@@ -1,3 +1,6 @@
+// Options are a view of the engine's settings: each names the keys that it replaces, and
+// ranges and defaults come from the engine's table of them. Lines of the base settings
+// that no option has replaced go on to the engine unchanged.
 #include "bridge/options.h"
 
 #include <algorithm>
@@ -8,6 +11,7 @@
 #include "bridge/lines.h"
 #include "driver/settings.h"
 
+// The engine reads its settings at its start alone: it is restarted for them.
 bool OptionsChanged;
 
 namespace {
@@ -194,6 +198,8 @@ std::string SizeRemark(const BridgeOption& option, const std::string& given,
     return option.name + std::string(text);
 }
 
+// Sizes beyond the range are taken as its ends, for front ends offer one "Hash" for all
+// engines; a text that is no number stays, and is refused.
 std::string WithinBounds(const BridgeOption& option, std::string_view value) {
     long long number = 0;
     if (!ToNumber(value, number)) return std::string(value);
@@ -264,6 +270,8 @@ const std::string& OptionValue(std::string_view name) {
 
 std::int64_t MoveOverhead() { return std::stoll(OptionValue("Move Overhead")); }
 
+// A value equal to the present one changes nothing: many front ends send all options
+// before each game, and each change costs a restart.
 bool SetOption(std::string_view name, std::string_view value, std::string& remark) {
     remark.clear();
     const BridgeOption* option = Find(name);
@@ -306,6 +314,8 @@ std::string WriteSettings() {
     return text;
 }
 
+// From each beginning the reading is cut back, separator by separator, until a folder is
+// there.
 std::vector<std::string> TableFolders(const std::string& value, const std::string& from,
                                       std::string& missing) {
     const auto exists = [&](const std::string& one) {

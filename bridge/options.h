@@ -7,8 +7,10 @@
 #include <string_view>
 #include <vector>
 
+// In UCI: spin, check, string, button.
 enum class OptionKind { Number, Switch, Text, Button };
 
+// A row of the list of options; constant. Values are kept beside it.
 struct BridgeOption {
     const char* name;
     OptionKind kind;
@@ -25,6 +27,8 @@ extern const std::vector<BridgeOption> kOptions;
 // The settings file that the options start from: its lines, and option values where they
 // are found in it. In a game folder, tables are looked for there unless it says where.
 void ReadBaseSettings(const std::string& text, bool inFolder);
+// The value in force, as a front end would write it; the name in either case. Empty for a
+// name that is none.
 const std::string& OptionValue(std::string_view name);
 // True when the value has been taken, the name in either case; otherwise `remark` says
 // why not. Of a table's size as much is taken as can be given; `remark` then says how

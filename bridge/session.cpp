@@ -1,3 +1,6 @@
+// One thread: a loop over poll that feeds lines to the protocol and the engine's words to
+// the state below. Protocols ask for searches of the game's position; the commands that
+// bring the engine there are derived from what stands on its board.
 #include "bridge/session.h"
 
 #include <poll.h>
@@ -139,6 +142,8 @@ void ForgetSearch() {
     Session.PonderHint.clear();
 }
 
+// Begins the search that Limits describe, after the commands that bring the engine to the
+// position. An endless one is an analysis: a search for a move would end by itself.
 void Search(const std::string& position) {
     Run.hasSearched = true;
     Session.LastReport = ThinkingReport{};
@@ -157,6 +162,7 @@ void Search(const std::string& position) {
                "go\n");
 }
 
+// Never to 0, which would mean "no limit".
 void Lessen(SearchLimits& limits, std::int64_t spent) {
     for (std::int64_t* left : {&limits.moveTime, &limits.clock})
         if (*left > 0) *left = std::max(*left - spent, std::int64_t{1});
@@ -191,6 +197,7 @@ void NoteEngineMove(const std::string& move) {
     if (Run.onBoard.known) Run.onBoard.moves.push_back(move);
 }
 
+// The move has come of the engine's own accord or after "?".
 void AcceptMove(const std::string& move) {
     if (!PlayMove(move)) {
         Run.outside->onNotice("the engine made an illegal move: " + move);
@@ -233,6 +240,7 @@ void AskEngineStatus() {
     TellEngine(".\n");
 }
 
+// What is known of a line that is still held back: depth, score and effort.
 void ShowThoughtWithoutMoves() {
     if (Run.heldUntil == 0) return;
     Run.heldUntil = 0;
@@ -283,7 +291,8 @@ void HandleThinking(const std::string& line) {
     if (MayAsk()) Run.statusDue = ClockMilliseconds();
 }
 
-// False for the status of an engine that does not search.
+// False for the status of an engine that does not search. "stat01: CENTISECONDS NODES
+// DEPTH LEFT MOVES+1 MOVE".
 bool ReadStatus(std::string_view line, EngineStatus& status) {
     TakeWord(line);
     for (long long* number : {&status.centiseconds, &status.nodes, &status.depth,
@@ -298,6 +307,7 @@ bool IsBestMove(const EngineStatus& status) {
     return status.movesLeft + 1 == status.movesAndOne;
 }
 
+// Once a second at most, however often the node count is asked for.
 void ShowProgress(const EngineStatus& status) {
     if (Run.outside->onProgress == nullptr || ClockMilliseconds() < Run.progressDue)
         return;
@@ -334,6 +344,8 @@ bool IsThinking(const std::string& line) {
     return !line.empty() && line[0] >= '0' && line[0] <= '9';
 }
 
+// Dispatch on the engine's dialect. Lines of a search that is over are left unread, but
+// for its moves: those have changed its board.
 void HandleEngineLine(const std::string& line) {
     const bool busy = Thinking();
     if (Begins(line, "move ")) {
@@ -358,6 +370,8 @@ void HandleEngineLine(const std::string& line) {
     }
 }
 
+// What the engine still says while it is brought to rest. A move that it makes then is
+// noted, so that it can be taken back.
 void Settled(const std::string& line) {
     if (Begins(line, "move ")) {
         Run.harvestedMove = Trimmed(std::string_view(line).substr(5));
@@ -434,6 +448,8 @@ void Listen(LineReader& outside) {
     ++Session.InputReads;
 }
 
+// One line of the outside at a time, and the engine's before it: a command finds the
+// state that the engine's words up to now have made. Sleeps only when no line is left.
 int RunLoop(LineReader& outside) {
     while (!Session.QuitRequested && !OutsideGone) {
         HandleEngine();
@@ -490,6 +506,8 @@ void EndActivity() {
     Revive();
 }
 
+// "?" but once: a second one would reach the engine after its move. The plan is dropped,
+// so that no timer comes back to it.
 void MoveNow() {
     if (Session.EngineActivity != Activity::Searching || Run.moveAsked) return;
     Run.moveAsked = true;
@@ -498,6 +516,8 @@ void MoveNow() {
     TellEngine("?\n");
 }
 
+// The limits must be of the kind that the engine was given with "go", for it cannot be
+// told others while it thinks; how much time there is the bridge decides in any case.
 bool TurnPonderHit(const SearchLimits& limits) {
     if (Session.EngineActivity != Activity::Pondering || !Run.onBoard.known ||
         !EngineRuns() || OptionsChanged || Game.moves.back() != Session.PonderHint ||
@@ -576,6 +596,8 @@ void LeaveGame() {
     Run.onBoard.known = Run.scoreKnown = false;
 }
 
+// "new" and then a restart: what the engine has learned of the game is written first, and
+// hash tables and history begin empty.
 void ForgetGames() {
     EndActivity();
     Run.scoreKnown = false;
@@ -601,6 +623,7 @@ const Protocol* AskedFor(std::string_view word) {
 
 }  // namespace
 
+// Until a protocol is chosen no engine runs: "help" and "quit" work without one.
 int RunSessionByFirstLine() {
     LineReader& input = StandardInput();
     for (std::string line;;) {

@@ -11,11 +11,13 @@
 struct EngineStatus {
     long long centiseconds, nodes;
     long long depth;  // plies, as shown
+    // Root moves still to be searched, the current one among them, and one more than
+    // there are in all.
     long long movesLeft, movesAndOne;
     std::string move;  // the root's one that is being searched, promotion complete
 };
 
-// What a protocol makes of what happens.
+// What a protocol makes of what happens. All of it must be there but onProgress.
 struct Protocol {
     // A line from the outside.
     void (*onLine)(const std::string& line);
@@ -37,6 +39,8 @@ struct Protocol {
     bool (*goOn)(bool inputEnded);
 };
 
+// What the engine is at. Changed in session.cpp alone, which knows what it has been told
+// and what it has answered.
 enum class Activity {
     Idle,
     Searching,  // for a move in the game's position
@@ -80,6 +84,7 @@ std::string EndWithMove();
 // The move just played in the game is the one that the engine ponders on: its search goes
 // on as the search for its answer. False, with nothing done, when it is not.
 bool TurnPonderHit(const SearchLimits& limits);
+// For a protocol whose outside asks: the answer comes by onStatus.
 void AskStatus();
 // Milliseconds since the search began.
 long long SearchTime();

@@ -1,3 +1,5 @@
+// Retroanalysis of at most three half-moves: depth-first over quiet moves taken back,
+// each way tried out forwards on the board. Purposes say what each half-move is for.
 #include "bridge/setup.h"
 
 #include <algorithm>
@@ -25,6 +27,8 @@ Placement FromBoard() {
     return p;
 }
 
+// The board with the placement on it; castling rights are those that edit mode implies,
+// as the engine derives them.
 void ToBoard(const Placement& p) {
     Board.GamePly = 0;
     ClearGameArchive();
@@ -42,6 +46,7 @@ void ToBoard(const Placement& p) {
     UpdateMatingFlags();
 }
 
+// A quiet move in either direction; `to` must be empty.
 void Shift(Placement& p, int colour, int from, int to) {
     p.piece[to] = p.piece[from];
     p.piece[from] = EMPTY;
@@ -65,6 +70,8 @@ struct BackStep {
 // What a half-move on the way has to do.
 enum class Purpose { Tempo, LoseRights, DoubleStep };
 
+// Empty squares from which the man on `square` can have come without capture. A pawn's
+// double step is left out: it would leave an en passant square.
 SquareSet QuietOrigins(const Placement& p, int mover, int square) {
     ToBoard(p);
     SquareSet lines = 0;
@@ -102,6 +109,8 @@ SquareSet QuietOrigins(const Placement& p, int mover, int square) {
     return lines & ~(p.men[WHITE] | p.men[BLACK]);
 }
 
+// All candidates for one half-move of the purpose, the likeliest first. `passed`: the en
+// passant square of the target.
 std::vector<BackStep> BackSteps(const Placement& p, int mover, Purpose purpose,
                                 int passed) {
     std::vector<BackStep> steps;
@@ -124,6 +133,7 @@ std::vector<BackStep> BackSteps(const Placement& p, int mover, Purpose purpose,
     return steps;
 }
 
+// What is to be reached.
 struct Target {
     Placement placement;
     int rights[2];

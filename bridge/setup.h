@@ -4,7 +4,8 @@
 
 #include <string>
 
-// How the engine gets to the start of a game.
+// How the engine gets to the start of a game. Made by PlanSetUp; the session sends the
+// commands and keeps the count for "undo".
 struct SetUpPlan {
     std::string commands;  // lines for the idle engine; it is in force mode then
     int plies = 0;         // half-moves among them, made on the engine's board

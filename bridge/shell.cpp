@@ -1,3 +1,4 @@
+// The board is drawn from its FEN's first field, which has the ranks in drawing order.
 #include "bridge/shell.h"
 
 #include <string>

@@ -1,3 +1,6 @@
+// The moves are played out on the board library's position, which is as before
+// afterwards: a promotion's missing letter is searched for by trying the four pieces, the
+// line that goes on longest winning.
 #include "bridge/thinking.h"
 
 #include <algorithm>
@@ -86,6 +89,8 @@ int MateBy(std::size_t plies, bool wins) {
 
 }  // namespace
 
+// Numbers out of range make a line none: it may be another program's output, and sums
+// over it must not overflow.
 bool ReadThinkingLine(std::string_view line, std::string_view first,
                       ThinkingReport& report) {
     long long numbers[4];

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+// One line, read. As default-made: nothing has been heard of the search yet.
 struct ThinkingReport {
     int depth = 0;
     // Centipawns or, near the bound, a mate; side to move's. A mate whose distance the

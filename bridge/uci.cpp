@@ -1,3 +1,6 @@
+// UCI is stateless but for the position: each "position" replaces the whole game. The
+// session finds what it has in common with the last one, so that the engine's tables and
+// learning see one game.
 #include "bridge/uci.h"
 
 #include <algorithm>
@@ -45,6 +48,7 @@ void GiveMove(const std::string& move, const std::string& reply) {
 
 bool NothingToSearch() { return !Owed.refusal.empty() || AllLegalMoves().empty(); }
 
+// "(none)" at mate and stalemate, the null move when there is no position to search.
 void GiveNoMove() { GiveMove(Owed.refusal.empty() ? "(none)" : "0000", ""); }
 
 // The move after `move` in the last line of thought.
@@ -184,6 +188,7 @@ bool ReadLimit(std::string_view word, std::string_view& rest, SearchLimits& limi
     return true;
 }
 
+// The words of "go" that a number follows.
 bool IsNumberedLimit(std::string_view word) {
     for (const char* known : {"wtime", "btime", "winc", "binc", "movestogo", "depth",
                               "mate", "nodes", "movetime"})
@@ -191,6 +196,8 @@ bool IsNumberedLimit(std::string_view word) {
     return false;
 }
 
+// Reads what follows "go"; without any limit the search is endless. False after a
+// complaint.
 bool ReadLimits(std::string_view rest, SearchLimits& limits, bool& ponder) {
     bool endless = false;
     for (std::string_view word; !(word = TakeWord(rest)).empty();) {
@@ -215,6 +222,8 @@ bool ReadLimits(std::string_view rest, SearchLimits& limits, bool& ponder) {
     return true;
 }
 
+// A "go" that cannot be read is refused before the search under way is ended: it then
+// begins nothing and ends nothing.
 void Go(std::string_view rest) {
     SearchLimits limits;
     bool ponder = false;
@@ -318,6 +327,7 @@ bool SearchEndsOfItself() {
     return Owed.move && Session.EngineActivity == Activity::Searching;
 }
 
+// By the command's turn; see Turn.
 bool MustWait(std::string_view word) {
     if (!SearchEndsOfItself() && Owed.waiting.empty()) return false;
     for (const auto& command : kCommands) {
@@ -339,6 +349,7 @@ void OnLine(const std::string& line) {
     Owed.waiting.push_back(line);
 }
 
+// At the input's end a search without an end of its own is ended, as "stop" would.
 bool GoOn(bool inputEnded) {
     while (!Owed.waiting.empty() && !SearchEndsOfItself() && !Session.QuitRequested)
         CarryOutNext();
@@ -376,6 +387,7 @@ void OnMove(const std::string& move, bool) {
     GiveMove(move, Reply(move));
 }
 
+// The engine sees a draw that the rules do not; a "bestmove" is owed all the same.
 void OnNoMove(const std::string& result) {
     Say("info string %s", result.c_str());
     GiveMove(MoveText(AllLegalMoves().front()), "");
