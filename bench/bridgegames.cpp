@@ -67,7 +67,7 @@ struct Player {
 // machine's fault.
 double ProcessorWaits(const Player& player) {
     double total = 0;
-    for (const int pid : {player.process.pid, player.engine, getpid()}) {
+    for (const int pid : {player.process.child.pid, player.engine, getpid()}) {
         std::ifstream file("/proc/" + std::to_string(pid) + "/schedstat");
         double ran = 0, waited = 0;
         if (file >> ran >> waited) total += waited / 1e6;
@@ -313,7 +313,7 @@ bool PlayGames(const std::string& program, const Dialect& dialect) {
     Tally tally;
     Player player{StartEngine(program, dialect.greeting, dialect.ready)};
     EngineProcess reference = StartEngine(program, "uci\n", "uciok");
-    const std::vector<int> children = Children(player.process.pid);
+    const std::vector<int> children = Children(player.process.child.pid);
     if (!children.empty()) player.engine = children.front();
     for (int i = 0; i < Given.games; ++i) PlayGame(dialect, player, reference, i, tally);
     StopEngine(reference);

@@ -1,10 +1,8 @@
-// POSIX processes and pipes, without threads: output is read only while a line is waited
+// Without threads: output is read only while a line is waited
 // for, and up to then the pipe holds it.
 #include "bench/engineprocess.h"
 
-#include <fcntl.h>
 #include <poll.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -14,6 +12,8 @@
 #include <fstream>
 
 namespace {
+
+constexpr int kEndPatience = 2000;  // ms
 
 // A measurement without its engine is worth nothing, so that every failure ends it.
 [[noreturn]] void Fail(const char* message) {
@@ -45,24 +45,9 @@ EngineProcess StartEngine(const std::string& program, const std::string& greetin
     std::signal(SIGPIPE, SIG_IGN);
     const std::string path = std::filesystem::absolute(program).string();
     const std::string folder = MakeFolder();
-    int in[2], out[2];
-    // Ends that a later child would inherit would keep this one from seeing its input
-    // closed.
-    if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) Fail("pipe");
     EngineProcess engine;
-    engine.pid = fork();
-    if (engine.pid < 0) Fail("fork");
-    if (engine.pid == 0) {
-        dup2(in[0], STDIN_FILENO);
-        dup2(out[1], STDOUT_FILENO);
-        if (chdir(folder.c_str()) != 0) _exit(127);
-        execl(path.c_str(), path.c_str(), static_cast<char*>(nullptr));
-        _exit(127);
-    }
-    close(in[0]);
-    close(out[1]);
-    engine.toEngine = in[1];
-    engine.fromEngine = out[0];
+    if (!StartChild({.program = path, .arguments = {}, .folder = folder}, engine.child))
+        Fail("the engine's process");
     SendText(engine, greeting);
     if (WaitForLine(engine, ready, 5000).empty()) Fail("the engine does not start");
     // The engine has read its settings and keeps the folder as a nameless working
@@ -72,7 +57,7 @@ EngineProcess StartEngine(const std::string& program, const std::string& greetin
 }
 
 void SendText(EngineProcess& engine, const std::string& text) {
-    if (write(engine.toEngine, text.data(), text.size()) !=
+    if (write(engine.child.input, text.data(), text.size()) !=
         static_cast<ssize_t>(text.size()))
         Fail("write to the engine");
 }
@@ -88,10 +73,10 @@ std::string WaitForLine(EngineProcess& engine, const std::string& prefix,
             engine.buffer.erase(0, end + 1);
             if (!line.empty() && line.starts_with(prefix)) return line;
         }
-        pollfd waiting = {engine.fromEngine, POLLIN, 0};
+        pollfd waiting = {engine.child.output, POLLIN, 0};
         if (poll(&waiting, 1, MillisecondsLeft(deadline)) <= 0) return "";
         char bytes[4096];
-        const ssize_t got = read(engine.fromEngine, bytes, sizeof bytes);
+        const ssize_t got = read(engine.child.output, bytes, sizeof bytes);
         if (got <= 0) return "";
         engine.buffer.append(bytes, static_cast<std::size_t>(got));
     }
@@ -100,16 +85,8 @@ std::string WaitForLine(EngineProcess& engine, const std::string& prefix,
 // The end of its input is a second request to end, for an engine that is deaf to "quit".
 bool StopEngine(EngineProcess& engine) {
     SendText(engine, "quit\n");
-    close(engine.toEngine);
-    bool ended = false;
-    for (int i = 0; i < 200 && !ended; ++i) {
-        ended = waitpid(engine.pid, nullptr, WNOHANG) == engine.pid;
-        if (!ended) usleep(10000);
-    }
-    if (!ended) {
-        kill(engine.pid, SIGKILL);
-        waitpid(engine.pid, nullptr, 0);
-    }
-    close(engine.fromEngine);
+    CloseChildInput(engine.child);
+    const bool ended = ChildEnded(engine.child, kEndPatience);
+    KillChild(engine.child);
     return ended;
 }

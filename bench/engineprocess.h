@@ -1,15 +1,14 @@
 // An engine as a child process, spoken to through pipes as a front end does.
 #pragma once
 
-#include <sys/types.h>
-
 #include <chrono>
 #include <string>
 
+#include "platform/childprocess.h"
+
 // A running child. Made by StartEngine, ended by StopEngine; its standard error is ours.
 struct EngineProcess {
-    pid_t pid = -1;
-    int toEngine = -1, fromEngine = -1;
+    ChildProcess child;
     std::string buffer;  // read but not yet taken
 };
 

@@ -5,7 +5,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,6 +13,7 @@
 #include <iterator>
 
 #include "bridge/gamefolder.h"
+#include "platform/childprocess.h"
 #include "platform/clock.h"
 #include "platform/process.h"
 
@@ -25,8 +25,7 @@ constexpr int kPatience = 20000;    // ms for any answer before the engine count
 constexpr int kEndPatience = 2000;  // ms for its end
 
 struct {
-    pid_t process = -1;
-    int input = -1;           // where it is written to
+    ChildProcess process;     // its output goes to Engine.EngineOutput
     int token = 0;            // number of the last question
     std::string startRemark;  // what it said of its start that the user should know
 } Child;
@@ -38,61 +37,23 @@ constexpr char kAnswer[] = "Illegal move: a1a1x";
 
 // Closes this side's ends. The engine sees the end of its input, and ends by that.
 void Forget() {
-    if (Child.input >= 0) close(Child.input);
-    if (Engine.EngineOutput.descriptor >= 0) close(Engine.EngineOutput.descriptor);
-    Child.input = -1;
+    CloseChildInput(Child.process);
+    CloseChildOutput(Child.process);
     Engine.EngineOutput = LineReader{};
 }
 
-// The child between fork and exec. Signals are unblocked, for the mask is inherited;
-// Ctrl-C, which a terminal sends to both, is left to the bridge. 127, as in a shell: the
-// program could not be run.
-[[noreturn]] void BecomeEngine(const char* folder, const char* program, int input,
-                               int output) {
-    sigset_t none;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
-    std::signal(SIGINT, SIG_IGN);
-    dup2(input, STDIN_FILENO);
-    dup2(output, STDOUT_FILENO);
-    if (chdir(folder) == 0) execlp(program, program, static_cast<char*>(nullptr));
-    _exit(127);
-}
-
-// Close-on-exec throughout: an engine that held the other end of its own pipe would never
-// see the end of its input.
+// Ctrl-C, which a terminal sends to both, is left to the bridge.
 bool Launch(const std::string& folder, std::string& fault) {
-    int in[2], out[2];
-    if (pipe2(in, O_CLOEXEC) != 0) {
-        fault = "no pipe";
+    if (!StartChild({.program = Engine.EngineProgram,
+                     .arguments = {},
+                     .folder = folder,
+                     .heedsInterrupts = false},
+                    Child.process)) {
+        fault = "no process";
         return false;
     }
-    if (pipe2(out, O_CLOEXEC) != 0) {
-        close(in[0]);
-        close(in[1]);
-        fault = "no pipe";
-        return false;
-    }
-    Child.process = fork();
-    if (Child.process == 0)
-        BecomeEngine(folder.c_str(), Engine.EngineProgram.c_str(), in[0], out[1]);
-    close(in[0]);
-    close(out[1]);
-    Child.input = in[1];
-    fcntl(Child.input, F_SETFL, O_NONBLOCK);
-    Engine.EngineOutput.descriptor = out[0];
-    if (Child.process < 0) fault = "no process";
-    return Child.process > 0;
-}
-
-// Waits for the process's end; false when it has not come in time.
-bool Ended(int milliseconds) {
-    const std::int64_t deadline = ClockMilliseconds() + milliseconds;
-    while (waitpid(Child.process, nullptr, WNOHANG) == 0) {
-        if (ClockMilliseconds() >= deadline) return false;
-        constexpr timespec kPause = {0, 1000000};
-        nanosleep(&kPause, nullptr);
-    }
+    fcntl(Child.process.input, F_SETFL, O_NONBLOCK);
+    Engine.EngineOutput.descriptor = Child.process.output;
     return true;
 }
 
@@ -104,7 +65,7 @@ bool WaitForEngine(bool untilItTakes, std::int64_t deadline) {
     if (left <= 0) return false;
     const timespec limit = {left / 1000, left % 1000 * 1000000};
     pollfd waiting[] = {{Engine.EngineOutput.descriptor, POLLIN, 0},
-                        {untilItTakes ? Child.input : -1, POLLOUT, 0}};
+                        {untilItTakes ? Child.process.input : -1, POLLOUT, 0}};
     sigset_t terminate, before;
     sigemptyset(&terminate);
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&terminate, signal);
@@ -121,7 +82,7 @@ bool WaitForEngine(bool untilItTakes, std::int64_t deadline) {
 bool SendAll(std::string_view text) {
     const std::int64_t deadline = ClockMilliseconds() + kPatience;
     while (!text.empty()) {
-        const ssize_t sent = write(Child.input, text.data(), text.size());
+        const ssize_t sent = write(Child.process.input, text.data(), text.size());
         if (sent >= 0)
             text.remove_prefix(static_cast<std::size_t>(sent));
         else if (errno != EINTR && errno != EAGAIN)
@@ -160,23 +121,20 @@ bool StartEngine(std::string& fault) {
 }
 
 void StopEngine() {
-    if (Child.process > 0) {
+    if (Child.process.pid > 0) {
         TellEngine("quit\n");
         Forget();
-        if (!Ended(kEndPatience)) {
-            kill(Child.process, SIGKILL);
-            waitpid(Child.process, nullptr, 0);
-        }
+        ChildEnded(Child.process, kEndPatience);
     }
-    Child.process = -1;
+    KillChild(Child.process);
     Forget();
     RemoveEngineFolder();
 }
 
-bool EngineRuns() { return Child.process > 0 && !Engine.EngineOutput.ended; }
+bool EngineRuns() { return Child.process.pid > 0 && !Engine.EngineOutput.ended; }
 
 void TellEngine(std::string_view lines) {
-    if (Child.input >= 0 && !SendAll(lines)) Engine.EngineOutput.ended = true;
+    if (Child.process.input >= 0 && !SendAll(lines)) Engine.EngineOutput.ended = true;
 }
 
 // "exit" ends an analysis and any search; "force" ends the pondering that may follow, and

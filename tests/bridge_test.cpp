@@ -687,7 +687,7 @@ TEST(BridgeProgram, AnEngineThatDiesIsReplaced) {
         SendText(bridge, uci ? "position startpos moves e2e4\ngo movetime 1500\n"
                              : "new\nst 1\npost\nusermove e2e4\n");
         EXPECT_NE(WaitForLine(bridge, uci ? "info depth 6" : "6 ", kPatience), "");
-        const pid_t engine = ChildOf(bridge.pid);
+        const pid_t engine = ChildOf(bridge.child.pid);
         ASSERT_GT(engine, 0);
         kill(engine, SIGKILL);
         EXPECT_NE(
@@ -695,7 +695,7 @@ TEST(BridgeProgram, AnEngineThatDiesIsReplaced) {
                         kPatience),
             "");
         EXPECT_NE(WaitForLine(bridge, uci ? "bestmove " : "move ", kPatience), "");
-        const pid_t second = ChildOf(bridge.pid);
+        const pid_t second = ChildOf(bridge.child.pid);
         EXPECT_NE(second, engine);
         EXPECT_TRUE(StopEngine(bridge));
         EXPECT_NE(kill(second, 0), 0);  // gone with the bridge
@@ -731,10 +731,10 @@ TEST(BridgeProgram, IllegalMovesDoNotPass) {
     EXPECT_EQ(WaitForLine(bridge, "bestmove", kPatience), "");
     // It gives such an engine up, and ends.
     int status = 0;
-    ASSERT_EQ(waitpid(bridge.pid, &status, 0), bridge.pid);
+    ASSERT_EQ(waitpid(bridge.child.pid, &status, 0), bridge.child.pid);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == EXIT_FAILURE);
-    close(bridge.toEngine);
-    close(bridge.fromEngine);
+    close(bridge.child.input);
+    close(bridge.child.output);
 }
 
 // An engine that thinks of a promotion, says what it looks at when asked, and moves.
@@ -811,46 +811,46 @@ TEST(BridgeProgram, QuestionsDoNotPileUp) {
 // Nobody reads what it says, and its writing blocks.
 TEST(BridgeProgram, EndsWhenToldToWhileItWaits) {
     EngineProcess bridge = StartBridge(true);
-    const pid_t engine = ChildOf(bridge.pid);
+    const pid_t engine = ChildOf(bridge.child.pid);
     std::string junk;
     for (int i = 0; i < 3000; ++i) junk += "what is this\n";
     SendText(bridge, junk);  // the complaints are longer than the pipe
     usleep(300000);
-    kill(bridge.pid, SIGTERM);
+    kill(bridge.child.pid, SIGTERM);
     int status = 0, waited = 0;
     pid_t ended = 0;
-    while ((ended = waitpid(bridge.pid, &status, WNOHANG)) == 0 && waited++ < 1000)
+    while ((ended = waitpid(bridge.child.pid, &status, WNOHANG)) == 0 && waited++ < 1000)
         usleep(10000);
-    EXPECT_EQ(ended, bridge.pid);
+    EXPECT_EQ(ended, bridge.child.pid);
     EXPECT_TRUE(WIFEXITED(status));
     EXPECT_NE(kill(engine, 0), 0);
-    if (ended == 0) kill(bridge.pid, SIGKILL);
-    close(bridge.toEngine);
-    close(bridge.fromEngine);
+    if (ended == 0) kill(bridge.child.pid, SIGKILL);
+    close(bridge.child.input);
+    close(bridge.child.output);
 }
 
 // The engine does not run on, and its pipe is full.
 TEST(BridgeProgram, EndsWhenToldToWhileTheEngineTakesNothing) {
     EngineProcess bridge = StartBridge(true);
-    const pid_t engine = ChildOf(bridge.pid);
+    const pid_t engine = ChildOf(bridge.child.pid);
     kill(engine, SIGSTOP);
     std::string game = "position startpos moves";
     for (int i = 0; i < 12000; ++i) game += i % 2 == 0 ? " g1f3 g8f6" : " f3g1 f6g8";
     SendText(bridge, game + "\ngo depth 3\n");
     usleep(1500000);
-    kill(bridge.pid, SIGTERM);
+    kill(bridge.child.pid, SIGTERM);
     int status = 0, waited = 0;
     pid_t ended = 0;
-    while ((ended = waitpid(bridge.pid, &status, WNOHANG)) == 0 && waited++ < 500)
+    while ((ended = waitpid(bridge.child.pid, &status, WNOHANG)) == 0 && waited++ < 500)
         usleep(10000);
-    EXPECT_EQ(ended, bridge.pid);
+    EXPECT_EQ(ended, bridge.child.pid);
     EXPECT_NE(kill(engine, 0), 0);
     if (ended == 0) {
-        kill(bridge.pid, SIGKILL);
+        kill(bridge.child.pid, SIGKILL);
         kill(engine, SIGKILL);
     }
-    close(bridge.toEngine);
-    close(bridge.fromEngine);
+    close(bridge.child.input);
+    close(bridge.child.output);
 }
 
 // A temporary folder for the programs that are started while it lives.
@@ -887,10 +887,10 @@ TEST(BridgeProgram, SweepsWhatKilledOnesLeft) {
         std::filesystem::create_directory(room.directory / name);
     EngineProcess killed = StartBridge(true), living = StartBridge(true);
     ASSERT_EQ(folders().size(), kept.size() + 2);
-    kill(killed.pid, SIGKILL);
-    waitpid(killed.pid, nullptr, 0);
-    close(killed.toEngine);
-    close(killed.fromEngine);
+    kill(killed.child.pid, SIGKILL);
+    waitpid(killed.child.pid, nullptr, 0);
+    close(killed.child.input);
+    close(killed.child.output);
     EngineProcess next = StartBridge(true);
     EXPECT_EQ(folders().size(), kept.size() + 2);
     EXPECT_TRUE(StopEngine(living));

@@ -8,9 +8,6 @@
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
-#ifdef __linux__
-#include <sys/prctl.h>
-#endif
 
 #include <algorithm>
 #include <cerrno>
@@ -26,6 +23,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "platform/childprocess.h"
 
 namespace {
 
@@ -55,12 +54,10 @@ std::string Log;                     // everything said, with times in seconds
 Clock::time_point Beginning;
 
 // ---- The program ----
-pid_t Child = 0;       // 0 when none runs
-bool Started = false;  // at least once: the first step that needs the program starts it
-int ToChild = -1;
-int FromChild = -1;
-int ExitStatus = -1;             // once it has ended; 128 + n when signal n killed it
-std::string Unfinished;          // output after the last line feed
+ChildProcess Child;
+bool Started = false;    // at least once: the first step that needs the program starts it
+int ExitStatus = -1;     // once it has ended; 128 + n when signal n killed it
+std::string Unfinished;  // output after the last line feed
 std::deque<std::string> Unread;  // complete lines that no step has looked at
 
 constexpr std::size_t kMostShown = 200;  // characters of a text in the log
@@ -85,48 +82,16 @@ void Record(char direction, const std::string& text) {
     Log += '\n';
 }
 
-void CloseInput() {
-    if (ToChild >= 0) close(ToChild);
-    ToChild = -1;
-}
-
-void CloseOutput() {
-    if (FromChild >= 0) close(FromChild);
-    FromChild = -1;
-}
-
-[[noreturn]] void BecomeProgram(const int input[2], const int output[2]) {
-#ifdef __linux__
-    prctl(PR_SET_PDEATHSIG, SIGKILL);  // never left behind, however the runner ends
-#endif
-    dup2(input[0], STDIN_FILENO);
-    dup2(output[1], STDOUT_FILENO);
-    for (const int descriptor : {input[0], input[1], output[0], output[1]}) {
-        close(descriptor);
-    }
-    signal(SIGPIPE, SIG_DFL);
-    std::vector<char*> words{Program.data()};
-    for (std::string& argument : Arguments) words.push_back(argument.data());
-    words.push_back(nullptr);
-    if (chdir(Folder.c_str()) == 0) execv(Program.c_str(), words.data());
-    std::perror(Program.c_str());
-    _exit(127);
-}
-
 void StartProgram() {
-    if (Child != 0) throw Failure("the program is running already");
+    if (Child.pid > 0) throw Failure("the program is running already");
     Started = true;
-    int input[2];
-    int output[2];
-    if (pipe(input) != 0 || pipe(output) != 0) throw Failure("no pipes");
-    Child = fork();
-    if (Child < 0) throw Failure("no process");
-    if (Child == 0) BecomeProgram(input, output);
-    close(input[0]);
-    close(output[1]);
-    ToChild = input[1];
-    FromChild = output[0];
-    fcntl(ToChild, F_SETFL, O_NONBLOCK);
+    if (!StartChild({.program = Program,
+                     .arguments = Arguments,
+                     .folder = Folder.string(),
+                     .diesWithParent = true},
+                    Child))
+        throw Failure("no process");
+    fcntl(Child.input, F_SETFL, O_NONBLOCK);
     Unfinished.clear();
     Unread.clear();
     ExitStatus = -1;
@@ -140,21 +105,11 @@ void NeedProgram() {
 // Notes the end of the program, if it has come.
 bool HasEnded() {
     int status = 0;
-    if (Child == 0) return true;
-    if (waitpid(Child, &status, WNOHANG) != Child) return false;
-    Child = 0;
+    if (Child.pid < 0) return true;
+    if (!ChildEnded(Child, 0, &status)) return false;
     ExitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     Record('*', "ended with status " + std::to_string(ExitStatus));
     return true;
-}
-
-void KillProgram() {
-    if (Child > 0) {
-        kill(Child, SIGKILL);
-        waitpid(Child, nullptr, 0);
-    }
-    CloseInput();
-    CloseOutput();
 }
 
 int MillisecondsUntil(Clock::time_point deadline) {
@@ -174,13 +129,13 @@ void SplitLines() {
 // Waits for output until the deadline and takes in what there is. False when the
 // program's output has ended.
 bool Listen(Clock::time_point deadline) {
-    if (FromChild < 0) return false;
-    pollfd descriptor = {FromChild, POLLIN, 0};
+    if (Child.output < 0) return false;
+    pollfd descriptor = {Child.output, POLLIN, 0};
     if (poll(&descriptor, 1, MillisecondsUntil(deadline)) <= 0) return true;
     char bytes[4096];
-    const ssize_t got = read(FromChild, bytes, sizeof bytes);
+    const ssize_t got = read(Child.output, bytes, sizeof bytes);
     if (got <= 0) {
-        CloseOutput();
+        CloseChildOutput(Child);
         return false;
     }
     Unfinished.append(bytes, static_cast<std::size_t>(got));
@@ -195,7 +150,7 @@ void Send(const std::string& bytes, const std::string& shown) {
     const auto deadline = Clock::now() + Patience;
     std::size_t sent = 0;
     while (sent < bytes.size()) {
-        const ssize_t part = write(ToChild, bytes.data() + sent, bytes.size() - sent);
+        const ssize_t part = write(Child.input, bytes.data() + sent, bytes.size() - sent);
         if (part > 0) {
             sent += static_cast<std::size_t>(part);
         } else if (errno != EAGAIN) {
@@ -225,7 +180,7 @@ double ProcessorSeconds() {
     if (HasEnded()) throw Failure("the program has ended");
     clockid_t clock;
     timespec time = {};
-    if (clock_getcpuclockid(Child, &clock) != 0 || clock_gettime(clock, &time) != 0) {
+    if (clock_getcpuclockid(Child.pid, &clock) != 0 || clock_gettime(clock, &time) != 0) {
         throw Failure("the program's processor time cannot be read");
     }
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
@@ -357,7 +312,7 @@ void ExpectNever(const Step& step) {
             if (!std::regex_match(Unread[seen], compiled)) continue;
             throw Failure("unwanted: " + Unread[seen]);
         }
-    } while (Clock::now() < deadline && FromChild >= 0);
+    } while (Clock::now() < deadline && Child.output >= 0);
 }
 
 void SkipUnread(const Step&) {
@@ -410,13 +365,13 @@ void BeBusy(const Step& step) {
 void EndInput(const Step&) {
     NeedProgram();
     Record('*', "end of input");
-    CloseInput();
+    CloseChildInput(Child);
 }
 
 void LeaveOutput(const Step&) {
     NeedProgram();
     Record('*', "nobody reads any more");
-    CloseOutput();
+    CloseChildOutput(Child);
 }
 
 void SendSignal(const Step& step) {
@@ -424,7 +379,8 @@ void SendSignal(const Step& step) {
     const int number = step.text == "INT" ? SIGINT : step.text == "TERM" ? SIGTERM : 0;
     if (number == 0) throw Failure("unknown signal " + step.text);
     Record('*', "signal " + step.text);
-    if (HasEnded() || kill(Child, number) != 0) throw Failure("the program has ended");
+    if (HasEnded() || kill(Child.pid, number) != 0)
+        throw Failure("the program has ended");
 }
 
 void ExpectExit(const Step& step) {
@@ -435,12 +391,12 @@ void ExpectExit(const Step& step) {
     while (!HasEnded()) {
         if (Clock::now() > deadline) throw Failure("the program has not ended in time");
         Listen(Clock::now() + milliseconds(5));
-        if (FromChild < 0) std::this_thread::sleep_for(milliseconds(5));
+        if (Child.output < 0) std::this_thread::sleep_for(milliseconds(5));
     }
     while (Listen(Clock::now())) {  // what it wrote last can still be read
-        if (FromChild < 0) break;
+        if (Child.output < 0) break;
     }
-    CloseInput();
+    CloseChildInput(Child);
     if (ExitStatus != std::stoi(status)) {
         throw Failure("ended with status " + std::to_string(ExitStatus) + ", not " +
                       status);
@@ -491,8 +447,8 @@ void Perform(const Step& step) {
 
 // However the conversation went, the program then ends by itself and in peace.
 void Finish() {
-    if (Child == 0) return;
-    CloseInput();
+    if (Child.pid < 0) return;
+    CloseChildInput(Child);
     ExpectExit({0, "exit", "0", ""});
 }
 
@@ -570,7 +526,7 @@ int main(int count, char** words) {
                     words[2], line, failure.what(), Log.c_str());
         status = EXIT_FAILURE;
     }
-    KillProgram();
+    KillChild(Child);
     if (!Folder.empty()) std::filesystem::remove_all(Folder);
     return status;
 }
