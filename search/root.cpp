@@ -25,14 +25,16 @@ constexpr int kFullWindowBefore = 3;  // iterations below it use the widest wind
 constexpr int kRootBonus = 30, kRootCheckBonus = 90;
 
 // The window of the iteration.
-int Alpha, Beta;
+struct {
+    int alpha, beta;
+} Window;
 
 int Clamp(int score) { return std::clamp(score, -ScoreBound, ScoreBound); }
 
 // Window around a new best score.
 void CentreWindow(int score) {
-    Alpha = Clamp(score - kAspiration);
-    Beta = Clamp(score + kAspiration);
+    Window.alpha = Clamp(score - kAspiration);
+    Window.beta = Clamp(score + kAspiration);
 }
 
 // The state that every search starts from, also one that the book answers.
@@ -70,24 +72,24 @@ int SearchFirstMove(const RootMove& move) {
     ThinkingLine(false);
     RootScore = s;
     if (v < s) {
-        Beta = v;
-        return move.Search(Alpha, v);
+        Window.beta = v;
+        return move.Search(Window.alpha, v);
     }
     if (v > s) {
-        Alpha = v;
-        return move.Search(v, Beta);
+        Window.alpha = v;
+        return move.Search(v, Window.beta);
     }
     return v;
 }
 
 // Opens the window on the side where the first move's score fell out, then centres it.
 int SettleFirstMove(const RootMove& move, int v) {
-    if (v <= Alpha) {
-        Alpha = -ScoreBound;
+    if (v <= Window.alpha) {
+        Window.alpha = -ScoreBound;
         v = std::max(v, -ScoreBound);
         v = move.Search(-ScoreBound, v);
-    } else if (v >= Beta) {
-        Beta = ScoreBound;
+    } else if (v >= Window.beta) {
+        Window.beta = ScoreBound;
         v = std::min(v, ScoreBound);
         v = move.Search(v, ScoreBound);
     }
@@ -102,16 +104,16 @@ int SettleFirstMove(const RootMove& move, int v) {
 int SettleNewBest(const RootMove& move, int v) {
     Root.RootScores[move.index] = v;
     PromoteRootMove(move.index);
-    Beta = Clamp(RootScore + kAspiration);
-    v = move.Search(v, Beta);
+    Window.beta = Clamp(RootScore + kAspiration);
+    v = move.Search(v, Window.beta);
     if (Control.StopSearch != 0) return 0;
-    if (v >= Beta) {
-        Beta = ScoreBound;
+    if (v >= Window.beta) {
+        Window.beta = ScoreBound;
         RootScore = v;
         v = move.Search(v, ScoreBound);
         if (Control.StopSearch != 0) return 0;
     }
-    Beta = Clamp(v + kAspiration);
+    Window.beta = Clamp(v + kAspiration);
     RootScore = v;
     ThinkingLine(false);
     return v;
@@ -127,12 +129,13 @@ bool SearchRootMove(int index) {
     bool bestChanged = false;
     const bool first = index == 0;
 
-    int v = first && Root.RootDepth >= kFullWindowBefore ? SearchFirstMove(move)
-                                                         : move.Search(Alpha, Beta);
+    int v = first && Root.RootDepth >= kFullWindowBefore
+                ? SearchFirstMove(move)
+                : move.Search(Window.alpha, Window.beta);
     if (Control.StopSearch == 0) {
         if (first) {
             v = SettleFirstMove(move, v);
-        } else if (v > Alpha && v < kMateBound) {
+        } else if (v > Window.alpha && v < kMateBound) {
             v = SettleNewBest(move, v);
             bestChanged = true;
         }
@@ -140,11 +143,11 @@ bool SearchRootMove(int index) {
     UnmakeMove();
     if (Control.StopSearch != 0) return false;
     if (!bestChanged) Root.RootScores[index] = v;
-    if (v > Alpha) {
-        Alpha = v;
+    if (v > Window.alpha) {
+        Window.alpha = v;
         if (!bestChanged) PromoteRootMove(index);
     }
-    Beta = Alpha + 1;
+    Window.beta = Window.alpha + 1;
     return true;
 }
 
@@ -157,8 +160,8 @@ bool Iterate(int depth) {
     ++Result.NodeCount;
     Root.HashMoveBonus = (OnePly + depth - 1) / depth;
     if (depth < kFullWindowBefore) {
-        Alpha = -ScoreBound;
-        Beta = ScoreBound;
+        Window.alpha = -ScoreBound;
+        Window.beta = ScoreBound;
     } else {
         CentreWindow(RootScore);
     }
