@@ -395,7 +395,7 @@ void OnLine(const std::string& line) {
 // Mates are 100000 and the moves to it.
 int ShownScore(int score) {
     constexpr int kMate = 100000;
-    const int mate = MovesToMate(score);
+    const int mate = MateInMoves(score);
     if (mate == 0) return score;
     return mate > 0 ? kMate + mate : mate - kMate;
 }

@@ -271,7 +271,7 @@ bool SameMoveAsLast(const ThinkingReport& report) {
 // An analysis that has come to its end would begin again with a question.
 bool MayAsk() {
     return Session.EngineActivity == Activity::Searching ||
-           (!Run.analysisEnded && MovesToMate(Session.LastReport.score) == 0);
+           (!Run.analysisEnded && MateInMoves(Session.LastReport.score) == 0);
 }
 
 void HandleThinking(const std::string& line) {

@@ -122,7 +122,7 @@ bool SameSquares(std::string_view a, std::string_view b) {
     return a.size() >= 4 && a.substr(0, 4) == b.substr(0, 4);
 }
 
-int MovesToMate(int score) {
+int MateInMoves(int score) {
     const int distance = std::abs(score);
     if (distance <= kShownMateBound) return 0;
     const int moves = (kShownMate - distance + 1) / 2;

@@ -31,4 +31,4 @@ bool SameSquares(std::string_view a, std::string_view b);
 
 // Full moves to the mate the score stands for, negative when the side to move is mated;
 // 0: no mate score.
-int MovesToMate(int score);
+int MateInMoves(int score);

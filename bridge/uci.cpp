@@ -365,7 +365,7 @@ std::string Effort(long long milliseconds, long long nodes) {
 }
 
 void OnThinking(const ThinkingReport& report) {
-    const int mate = MovesToMate(report.score);
+    const int mate = MateInMoves(report.score);
     std::string text = "info depth " + std::to_string(report.depth) +
                        (mate != 0 ? " score mate " + std::to_string(mate)
                                   : " score cp " + std::to_string(report.score)) +

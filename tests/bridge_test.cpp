@@ -237,7 +237,7 @@ TEST(BridgeThinking, LinesEndWithTheGame) {
 TEST(BridgeThinking, Mates) {
     const int cases[][2] = {{0, 0},     {31000, 0},   {-31000, 0},  {32766, 1},
                             {32764, 2}, {-32765, -1}, {-32763, -2}, {-32767, 0}};
-    for (const auto& c : cases) EXPECT_EQ(MovesToMate(c[0]), c[1]) << c[0];
+    for (const auto& c : cases) EXPECT_EQ(MateInMoves(c[0]), c[1]) << c[0];
 }
 
 // ---- Time ----

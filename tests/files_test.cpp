@@ -122,7 +122,7 @@ TEST_F(FilesTest, WhatIsNoRegularFileIsWrittenStraightOrRefused) {
 // Wherever the disk is full, the old file stays and nothing else.
 TEST_F(FilesTest, AFullDiskLeavesTheOldFile) {
     ASSERT_TRUE(Replace("out", Content(0)));
-    for (const rlim_t room : {0, 1, 4096, 1 << 20, 2'500'000, 3'000'000}) {
+    for (const rlim_t room : {0u, 1u, 4096u, 1u << 20, 2'500'000u, 3'000'000u}) {
         const FileSizeLimit full(room);
         EXPECT_FALSE(Replace("out", Content(1))) << room;
         EXPECT_FALSE(Replace("other", Content(1))) << room;
