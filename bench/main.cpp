@@ -1,8 +1,9 @@
 // Benchmarks: search speed with a node total that every faithful build reproduces, perft,
 // and the time of single operations.
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <string>
 
 #include "bench/enginestate.h"
 #include "bench/micro.h"
@@ -80,43 +81,40 @@ void BenchPerft(int depth, const char* fen, bool divide) {
                 seconds > 0 ? static_cast<double>(leaves) / seconds : 0.0, seconds);
 }
 
-[[noreturn]] void Usage(int status) {
-    std::fprintf(
-        status == EXIT_SUCCESS ? stdout : stderr,
-        "usage: veltramox-bench search [DEPTH]         search speed and node total\n"
-        "       veltramox-bench perft N [FEN]          leaves at depth N\n"
-        "       veltramox-bench divide N [FEN]         the same by first move\n"
-        "       veltramox-bench micro [BENCHMARK FLAGS]  single operations\n"
-        "       veltramox-bench tables [DIR]           probes of endgame tables\n"
-        "       veltramox-bench --version\n");
-    std::exit(status);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 2) Usage(EXIT_FAILURE);
-    if (std::strcmp(argv[1], "--help") == 0) Usage(EXIT_SUCCESS);
-    if (std::strcmp(argv[1], "--version") == 0) {
-        std::printf("veltramox-bench %s\n", kVersion);
-        return EXIT_SUCCESS;
+    CLI::App app("Measures Veltramox: search, move generation, single operations");
+    app.set_version_flag("--version", std::string("veltramox-bench ") + kVersion);
+    app.require_subcommand(1);
+    int depth = kBenchDepth, leafDepth = 0, status = EXIT_SUCCESS;
+    std::string fen = kStart, folder;
+
+    CLI::App* search = app.add_subcommand("search", "Search speed and node total");
+    search->add_option("DEPTH", depth, "Plies")
+        ->check(CLI::Range(3, 98))
+        ->capture_default_str();
+    search->callback([&] { BenchSearch(depth); });
+    for (const bool divide : {false, true}) {
+        CLI::App* perft = app.add_subcommand(
+            divide ? "divide" : "perft",
+            divide ? "The leaves of perft by first move" : "Leaves of the legal tree");
+        perft->add_option("DEPTH", leafDepth, "Plies")
+            ->required()
+            ->check(CLI::Range(1, 20));
+        perft->add_option("FEN", fen, "The position; by default that of a game's start");
+        perft->callback([&, divide] { BenchPerft(leafDepth, fen.c_str(), divide); });
     }
+    // Its arguments are the benchmark library's own.
+    CLI::App* micro = app.add_subcommand("micro", "Single operations");
+    micro->prefix_command();
+    micro->callback([&] { status = RunMicroBenchmarks(argc - 1, argv + 1); });
+    CLI::App* tables = app.add_subcommand("tables", "Probes of endgame tables");
+    tables->add_option("DIR", folder, "Where the tables are");
+    tables->callback(
+        [&] { status = RunTablesBenchmark(folder.empty() ? nullptr : folder.c_str()); });
+
     if (!PrepareEngine()) Fail("no memory");
-    const char* mode = argv[1];
-    if (std::strcmp(mode, "search") == 0) {
-        const int depth = argc > 2 ? std::atoi(argv[2]) : kBenchDepth;
-        if (depth < 3 || depth > 98) Fail("search needs a depth of 3 to 98");
-        BenchSearch(depth);
-    } else if ((std::strcmp(mode, "perft") == 0 || std::strcmp(mode, "divide") == 0) &&
-               argc > 2) {
-        BenchPerft(std::atoi(argv[2]), argc > 3 ? argv[3] : kStart,
-                   std::strcmp(mode, "divide") == 0);
-    } else if (std::strcmp(mode, "micro") == 0) {
-        return RunMicroBenchmarks(argc - 1, argv + 1);
-    } else if (std::strcmp(mode, "tables") == 0) {
-        return RunTablesBenchmark(argc > 2 ? argv[2] : nullptr);
-    } else {
-        Usage(EXIT_FAILURE);
-    }
-    return EXIT_SUCCESS;
+    CLI11_PARSE(app, argc, argv);
+    return status;
 }

@@ -2,6 +2,7 @@
 // and whether it keeps its clock.
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -205,30 +206,30 @@ void ClockGames(const char* program, int games) {
     if (all.losses > 0) std::exit(EXIT_FAILURE);
 }
 
-[[noreturn]] void Usage(int status) {
-    std::fprintf(status == EXIT_SUCCESS ? stdout : stderr,
-                 "usage: veltramox-protocol-bench latency ENGINE [TRIALS]\n"
-                 "       veltramox-protocol-bench clock ENGINE [GAMES PER CONTROL]\n"
-                 "       veltramox-protocol-bench --version\n");
-    std::exit(status);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 2 && std::strcmp(argv[1], "--help") == 0) Usage(EXIT_SUCCESS);
-    if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
-        std::printf("veltramox-protocol-bench %s\n", kVersion);
-        return EXIT_SUCCESS;
-    }
-    if (argc < 3) Usage(EXIT_FAILURE);
+    CLI::App app("Measures how an engine answers, and whether it keeps to its clock");
+    app.set_version_flag("--version",
+                         std::string("veltramox-protocol-bench ") + kVersion);
+    app.require_subcommand(1);
+    std::string engine;
+    int trials = 200, games = 67;
+    const auto add = [&](const char* name, const char* help, const char* count,
+                         int& number) {
+        CLI::App* command = app.add_subcommand(name, help);
+        command->add_option("ENGINE", engine, "The program")->required();
+        command->add_option(count, number, "How many")
+            ->check(CLI::PositiveNumber)
+            ->capture_default_str();
+        return command;
+    };
+    add("latency", "Time to the answer while it thinks", "TRIALS", trials)->callback([&] {
+        Latency(engine.c_str(), trials);
+    });
+    add("clock", "Games at short controls, for each so many", "GAMES", games)
+        ->callback([&] { ClockGames(engine.c_str(), games); });
     if (!PrepareEngine()) return EXIT_FAILURE;
-    const int count = argc > 3 ? std::atoi(argv[3]) : 0;
-    if (std::strcmp(argv[1], "latency") == 0)
-        Latency(argv[2], count > 0 ? count : 200);
-    else if (std::strcmp(argv[1], "clock") == 0)
-        ClockGames(argv[2], count > 0 ? count : 67);
-    else
-        Usage(EXIT_FAILURE);
+    CLI11_PARSE(app, argc, argv);
     return EXIT_SUCCESS;
 }
