@@ -187,10 +187,12 @@ PgnStatus CountGame(PgnReader& pgn, GameCounts& counts, int number) {
     return status;
 }
 
-// One lock for the counts of a game. False when the file has been cut off.
+// One lock for the counts of a game. False when the file has been cut off, or another
+// one has taken its place.
 bool StoreCounts(const GameCounts& counts) {
     const FileLock lock(Statistics.file, 0, kStatisticsSize);
-    if (FileSize(Statistics.file) < static_cast<std::int64_t>(kStatisticsSize))
+    if (!IsStillCalled(Statistics.file, Statistics.name.c_str()) ||
+        FileSize(Statistics.file) < static_cast<std::int64_t>(kStatisticsSize))
         return false;
     for (int i = 0; i < counts.count; ++i)
         Increase(counts.results[i].pair, counts.results[i].result);
@@ -224,17 +226,18 @@ PgnStatus CountGames(PgnReader& pgn, Progress& progress) {
 
 }  // namespace
 
-int MaterialSignature(int colour) {
-    const int light = PopCount(Board.Bishops[colour] & LightSquares);
-    const int dark = PopCount(Board.Bishops[colour] & DarkSquares);
-    const int knights = PopCount(Board.Knights[colour]);
-    const int rooks = PopCount(Board.Rooks[colour]);
-    const int queens = PopCount(Board.Queens[colour]);
-    if (light > 1 || dark > 1 || knights > 2 || rooks > 2 || queens > 1) return -1;
+int SignatureOf(int pawns, int light, int dark, int knights, int rooks, int queens) {
     // Nine pawns, which only editing sets up, would be another material's number.
-    if (Board.PawnCount[colour] > 8) return -1;
-    return 72 * Board.PawnCount[colour] + 36 * light + 18 * dark + 6 * knights +
-           2 * rooks + queens;
+    if (light > 1 || dark > 1 || knights > 2 || rooks > 2 || queens > 1 || pawns > 8)
+        return -1;
+    return 72 * pawns + 36 * light + 18 * dark + 6 * knights + 2 * rooks + queens;
+}
+
+int MaterialSignature(int colour) {
+    return SignatureOf(
+        Board.PawnCount[colour], PopCount(Board.Bishops[colour] & LightSquares),
+        PopCount(Board.Bishops[colour] & DarkSquares), PopCount(Board.Knights[colour]),
+        PopCount(Board.Rooks[colour]), PopCount(Board.Queens[colour]));
 }
 
 // The file has its full size before it is mapped: no store can fall behind its end.
@@ -292,7 +295,8 @@ int BuildStatistics(const char* pgnName, bool fresh) {
     if (progress.withoutMoves > 0)
         Write("\nNo move was taken from %d of %d games\n", progress.withoutMoves,
               progress.games);
-    if (progress.fileLost) Write("\nThe statistics file has been cut off: stopped\n");
+    if (progress.fileLost)
+        Write("\nThe statistics file has been cut off or replaced: stopped\n");
     if (TerminationRequested()) Write("\nStopped after %d games\n", progress.games);
     FlushOutput();
     if (status == PgnStatus::TooLong) return kTooLongStatus;

@@ -31,6 +31,9 @@ inline constexpr int kStatisticsLoss = 2;
 // squares, 18 for one on dark squares, 6 a knight, 2 a rook, 1 for a queen. -1 when it
 // has more than two knights or rooks or more than one of the others.
 int MaterialSignature(int colour);
+// The same from counts of men, bishops by the colour of their squares; -1 for more than
+// the signatures tell apart.
+int SignatureOf(int pawns, int light, int dark, int knights, int rooks, int queens);
 
 // Opens the file, creating it and completing one that is too short; what it holds is
 // never discarded. False, with a line on standard output, when that fails, or when there

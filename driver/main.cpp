@@ -31,14 +31,22 @@ void TellAboutProgram(int count, char** arguments) {
         Write("veltramox %s\n", kVersion);
     else
         return;
+    KeepWorkingWithoutOutput();
     FlushOutput();
-    std::exit(EXIT_SUCCESS);
+    std::exit(OutputIsLost() ? EXIT_FAILURE : EXIT_SUCCESS);
+}
+
+// The games are counted whether or not anybody reads what is said of it.
+void PrepareStatisticsModes(int count, char** arguments) {
+    const std::string_view mode = count > 1 ? arguments[1] : "";
+    if (mode.starts_with("-p") || mode.starts_with("-c")) KeepWorkingWithoutOutput();
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
     TellAboutProgram(count, arguments);
+    PrepareStatisticsModes(count, arguments);
     StartUp();
     RunStatisticsModes(count, arguments);
     CommandLoop();

@@ -113,5 +113,5 @@ void RunStatisticsModes(int count, char** arguments) {
         CloseStatisticsFile();
     }
     FlushOutput();
-    std::exit(status);
+    std::exit(OutputIsLost() ? EXIT_FAILURE : status);
 }

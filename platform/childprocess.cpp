@@ -45,6 +45,9 @@ void ResetSignals(bool heedsInterrupts) {
 }  // namespace
 
 bool StartChild(const ChildStart& start, ChildProcess& child) {
+    // The pipes must not get the numbers of standard streams that are closed here.
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
+        if (fcntl(stream, F_GETFD) < 0) open("/dev/null", O_RDWR);
     int in[2], out[2];
     if (pipe2(in, O_CLOEXEC) != 0) return false;
     if (pipe2(out, O_CLOEXEC) != 0) {

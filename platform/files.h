@@ -24,6 +24,8 @@ FileHandle OpenOrCreateFile(const char* name, bool& created);
 void CloseFile(FileHandle& file);
 // Bytes; -1 when that cannot be said.
 std::int64_t FileSize(FileHandle file);
+// The name still leads to this open file: nobody has removed or replaced it.
+bool IsStillCalled(FileHandle file, const char* name);
 
 // All of `size` bytes; false when the file ends before, or on an error. The buffer's
 // content is then undefined.

@@ -262,3 +262,9 @@ void UnmapFile(FileMapping& mapping) {
 }
 
 bool MappingDamaged() { return Watched.damaged != 0; }
+
+bool IsStillCalled(FileHandle file, const char* name) {
+    struct stat open = {}, named = {};
+    return fstat(fileno(file), &open) == 0 && stat(name, &named) == 0 &&
+           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+}

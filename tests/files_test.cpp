@@ -171,8 +171,10 @@ TEST_F(FilesTest, ARequestToEndLeavesNoTemporary) {
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         for (int round = 0; round < 15; ++round) {
             const pid_t child = fork();
-            if (child == 0)
+            if (child == 0) {
+                ::signal(signal, SIG_DFL);  // background shells and nohup ignore some
                 for (int n = 0;; ++n) Replace("out", Content(n));
+            }
             while (!fs::exists(scratch.Path("out"))) usleep(100);
             usleep(static_cast<useconds_t>(random() % 5000));
             kill(child, signal);

@@ -332,9 +332,12 @@ TEST_F(StatisticsTest, AFileCutOffIsSaidInOneLine) {
         std::filesystem::resize_file(scratch.Path("set"), left);
         EXPECT_EQ(Count(game + game),
                   "1 Processed 0 games...\r\nThe statistics file has "
-                  "been cut off: stopped\n");
+                  "been cut off or replaced: stopped\n");
         EXPECT_EQ(std::filesystem::file_size(scratch.Path("set")), left);
     }
+    Open();
+    std::filesystem::rename(scratch.Path("set"), scratch.Path("another"));
+    EXPECT_NE(Count(game).find("replaced: stopped"), std::string::npos);
     Open();
     EXPECT_FALSE(MappingDamaged());
     std::filesystem::resize_file(scratch.Path("set"), 0);

@@ -25,12 +25,12 @@ class StatisticsRunTest : public ::testing::Test {
 protected:
     void SetUp() override { scratch.Write("Veltramox.ini", "UseEGTB=off\n"); }
     // Starts the engine in the folder with no input; its output goes into the file
-    // "said".
-    pid_t Start(std::vector<std::string> words) {
+    // "said", or another one.
+    pid_t Start(std::vector<std::string> words, const char* output = "said") {
         const pid_t child = fork();
         if (child != 0) return child;
         fs::current_path(folder);
-        const int said = open("said", O_WRONLY | O_CREAT | O_TRUNC, 0666);
+        const int said = open(output, O_WRONLY | O_CREAT | O_TRUNC, 0666);
         dup2(open("/dev/null", O_RDWR), 0);
         dup2(said, 1);
         words.insert(words.begin(), VELTRAMOX_PROGRAM);
@@ -72,6 +72,18 @@ void AwaitHandler(pid_t program) {
 }
 
 constexpr char kGame[] = "[Result \"1-0\"]\n\n1. e4 e5 1-0\n\n";
+
+// A report that cannot be written is status 1; the games are counted all the same.
+TEST_F(StatisticsRunTest, LostOutputCostsNoCounts) {
+    scratch.Write("games", kGame);
+    EXPECT_EQ(Run({"-p", "games"}), 0);
+    const std::string once = scratch.Read("Veltramox.set");
+    EXPECT_EQ(StatusOf(Start({"-p", "games", "--fresh"}, "/dev/full")), 1);
+    EXPECT_TRUE(scratch.Read("Veltramox.set") == once);
+    EXPECT_EQ(StatusOf(Start({"-c"}, "/dev/full")), 1);
+    EXPECT_TRUE(fs::exists(scratch.Path("out.vlx")));
+    EXPECT_EQ(StatusOf(Start({"--version"}, "/dev/full")), 1);
+}
 
 TEST_F(StatisticsRunTest, StatusesTellWhatHappened) {
     scratch.Write("games", kGame);

@@ -37,10 +37,11 @@ place() {
   copy=$game/$1.$$
   trap 'rm -f "$copy"; exit 1' HUP INT TERM
   placed=0
-  { cp "$data/$1" "$copy" && chmod u+w "$copy" && mv "$copy" "$game/$1"; } 2>/dev/null || {
-    rm -f "$copy"
+  # Never over a file that another engine has meanwhile put there, and opened.
+  { cp "$data/$1" "$copy" && chmod u+w "$copy" &&
+    { ln "$copy" "$game/$1" || [ -e "$game/$1" ] || mv "$copy" "$game/$1"; }; } 2>/dev/null ||
     placed=1
-  }
+  rm -f "$copy"
   trap - HUP INT TERM
   return "$placed"
 }

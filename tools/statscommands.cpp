@@ -103,10 +103,9 @@ std::vector<int> SignaturesOf(const std::string& letters) {
     // A bishop of unknown colour is tried on both; a side counts one on each colour at
     // most.
     for (int onLight = 0; onLight <= bishops; ++onLight) {
-        const int l = light + onLight, d = dark + bishops - onLight;
-        if (l <= 1 && d <= 1 && knights <= 2 && rooks <= 2 && queens <= 1 && pawns <= 8)
-            signatures.push_back(72 * pawns + 36 * l + 18 * d + 6 * knights + 2 * rooks +
-                                 queens);
+        const int signature = SignatureOf(
+            pawns, light + onLight, dark + bishops - onLight, knights, rooks, queens);
+        if (signature >= 0) signatures.push_back(signature);
     }
     return signatures;
 }

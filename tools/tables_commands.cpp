@@ -78,21 +78,37 @@ std::string DefaultDirectory() {
     return "tables";
 }
 
+// Of a name that nothing has: what stands there already is not ours.
+fs::path NewFolderBeside(const fs::path& directory) {
+    constexpr int kMostTries = 1000;
+    std::error_code error;
+    for (int i = 0; i < kMostTries; ++i) {
+        const fs::path name = directory.string() + ".new" + std::to_string(i);
+        if (!fs::is_symlink(name, error) && fs::create_directory(name, error))
+            return name;
+    }
+    throw std::runtime_error("no folder can be made beside " + directory.string());
+}
+
 // In a new game folder "tables" leads to the tables that came with the program, where
 // nobody writes: a directory of the player's own takes its place, with the same tables.
 void MakeOwn(const fs::path& directory) {
     if (!fs::is_symlink(directory)) return;
     // Complete beside the link before the link goes, so that no failed copy costs the
     // tables.
-    const fs::path copy = directory.string() + ".new";
-    fs::remove_all(copy);
-    fs::create_directories(copy);
-    if (fs::is_directory(directory))
-        for (const fs::directory_entry& file : fs::directory_iterator(directory))
-            if (file.is_regular_file())
-                fs::copy_file(file.path(), copy / file.path().filename());
-    fs::remove(directory);
-    fs::rename(copy, directory);
+    const fs::path copy = NewFolderBeside(directory);
+    try {
+        if (fs::is_directory(directory))
+            for (const fs::directory_entry& file : fs::directory_iterator(directory))
+                if (file.is_regular_file())
+                    fs::copy_file(file.path(), copy / file.path().filename());
+        fs::remove(directory);
+        fs::rename(copy, directory);
+    } catch (...) {
+        std::error_code ignored;
+        fs::remove_all(copy, ignored);
+        throw;
+    }
 }
 
 // ---- make ----
