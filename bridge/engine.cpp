@@ -21,7 +21,6 @@ EngineConnection Engine;
 
 namespace {
 
-constexpr int kPatience = 20000;    // ms for any answer before the engine counts as hung
 constexpr int kEndPatience = 2000;  // ms for its end
 
 struct {
@@ -62,7 +61,7 @@ bool Launch(const std::string& folder, std::string& fault) {
 // program is asked to: a request that comes while it is awake still ends the sleep.
 bool WaitForEngine(bool untilItTakes, std::int64_t deadline) {
     const std::int64_t left = deadline - ClockMilliseconds();
-    if (left <= 0) return false;
+    if (left <= 0 || Engine.EngineOutput.ended) return false;
     const timespec limit = {left / 1000, left % 1000 * 1000000};
     pollfd waiting[] = {{Engine.EngineOutput.descriptor, POLLIN, 0},
                         {untilItTakes ? Child.process.input : -1, POLLOUT, 0}};
@@ -78,9 +77,10 @@ bool WaitForEngine(bool untilItTakes, std::int64_t deadline) {
     return !Engine.EngineOutput.ended && !TerminationRequested();
 }
 
-// False when the engine is gone, takes nothing for kPatience, or this program is to end.
+// False when the engine is gone, takes nothing for kEnginePatience, or this program is to
+// end.
 bool SendAll(std::string_view text) {
-    const std::int64_t deadline = ClockMilliseconds() + kPatience;
+    const std::int64_t deadline = ClockMilliseconds() + kEnginePatience;
     while (!text.empty()) {
         const ssize_t sent = write(Child.process.input, text.data(), text.size());
         if (sent >= 0)
@@ -144,7 +144,7 @@ bool SettleEngine(void (*visit)(const std::string& line)) {
     const std::string number = std::to_string(++Child.token);
     TellEngine("exit\nforce\n" + (kQuestion + number) + '\n');
     const std::string answer = kAnswer + number;
-    const std::int64_t deadline = ClockMilliseconds() + kPatience;
+    const std::int64_t deadline = ClockMilliseconds() + kEnginePatience;
     for (std::string line;;) {
         while (TakeLine(Engine.EngineOutput, line)) {
             if (line == answer) return true;

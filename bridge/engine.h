@@ -6,6 +6,9 @@
 
 #include "bridge/lines.h"
 
+// ms for any answer before the engine counts as hung.
+inline constexpr int kEnginePatience = 20000;
+
 struct EngineConnection {
     // The program to start; a name without "/" is looked for in the search path. Set by
     // the command line.

@@ -73,7 +73,7 @@ void Describe(CLI::App& app, CommandLine& line) {
     CLI::App& bench = *app.add_subcommand(
         "bench", "Searches a set of positions; the last line says \"N nodes M nps\"");
     bench.add_option("DEPTH", line.depth, "The depth, in plies")
-        ->check(CLI::Range(1, 98));
+        ->check(CLI::Range(3, 98));
     bench.callback([&] { line.bench = true; });
 }
 

@@ -66,6 +66,7 @@ struct {
     bool statusWanted = false;     // the outside has asked
     bool statusAsked = false;      // the engine has been, and has not answered yet
     bool moveAsked = false;        // it has been told to move now
+    std::int64_t moveDue = 0;      // when it then counts as hung; 0: not told
     bool analysisEnded = false;    // it had nothing left to search when it was asked
     int refusals = 0;              // searches of this position that gave no usable move
     int deaths = 0;                // of the engine since it last ended a search
@@ -136,7 +137,7 @@ std::int64_t MoveDeadline() {
 
 void ForgetSearch() {
     Run.plan = TimePlan{};
-    Run.statusDue = Run.heldUntil = 0;
+    Run.statusDue = Run.heldUntil = Run.moveDue = 0;
     Run.heard = Run.resigning = Run.statusWanted = Run.statusAsked = Run.moveAsked =
         Run.analysisEnded = false;
     Session.PonderHint.clear();
@@ -186,8 +187,9 @@ void Revive() {
     if (!RestartEngine() || interrupted == Activity::Idle ||
         interrupted == Activity::Pondering)
         return;
+    const std::string position = CatchUp();
     Lessen(Run.limits, SearchTime());
-    Search(CatchUp());
+    Search(position);
 }
 
 // ---- What the engine says ----
@@ -222,7 +224,9 @@ void AcceptRefusal(const std::string& result) {
         const SearchLimits limits = Run.limits;
         EndActivity();
         Run.limits = limits;
-        Search(SetUpAlone());
+        const std::string position = SetUpAlone();
+        Lessen(Run.limits, SearchTime());
+        Search(position);
         return;
     }
     Run.refusals = 0;
@@ -406,6 +410,7 @@ void HandleTimers() {
     const std::int64_t now = ClockMilliseconds();
     const std::int64_t deadline = MoveDeadline();
     if (deadline != 0 && now >= deadline) MoveNow();
+    if (Run.moveDue != 0 && now >= Run.moveDue) Engine.EngineOutput.ended = true;
     if (Run.heldUntil != 0 && now >= Run.heldUntil) ShowThoughtWithoutMoves();
     if (Run.statusDue == 0 || now < Run.statusDue) return;
     Run.statusDue = NextStatus(now);
@@ -415,7 +420,8 @@ void HandleTimers() {
 // Milliseconds to the next timer, -1 when none runs.
 int Pause() {
     std::int64_t next = 0;
-    for (const std::int64_t timer : {MoveDeadline(), Run.heldUntil, Run.statusDue})
+    for (const std::int64_t timer :
+         {MoveDeadline(), Run.moveDue, Run.heldUntil, Run.statusDue})
         if (timer != 0 && (next == 0 || timer < next)) next = timer;
     if (next == 0 || !Thinking()) return -1;
     return static_cast<int>(std::max(next - ClockMilliseconds(), std::int64_t{0}));
@@ -461,6 +467,8 @@ int RunLoop(LineReader& outside) {
             continue;
         }
         if (outside.ended && !more) break;
+        // One that a timer has found hung is not to be slept over.
+        if (Engine.EngineOutput.ended && Engine.EngineOutput.descriptor >= 0) continue;
         if (!Session.QuitRequested) Listen(outside);
     }
     StopEngine();
@@ -483,9 +491,10 @@ void BeginSearch(const SearchLimits& limits) {
     ApplyOptions();
     if (Session.QuitRequested) return;
     Run.limits = limits;
-    Lessen(Run.limits, ClockMilliseconds() - asked);  // the search's own clock starts now
     Run.refusals = 0;
-    Search(CatchUp());
+    const std::string position = CatchUp();
+    Lessen(Run.limits, ClockMilliseconds() - asked);  // the search's own clock starts now
+    Search(position);
 }
 
 void BeginAnalysis() {
@@ -511,6 +520,7 @@ void EndActivity() {
 void MoveNow() {
     if (Session.EngineActivity != Activity::Searching || Run.moveAsked) return;
     Run.moveAsked = true;
+    Run.moveDue = ClockMilliseconds() + kEnginePatience;
     Run.plan = TimePlan{};
     if (Run.limits.nodes > 0) Run.statusDue = 0;
     TellEngine("?\n");
@@ -522,8 +532,8 @@ bool TurnPonderHit(const SearchLimits& limits) {
     if (Session.EngineActivity != Activity::Pondering || !Run.onBoard.known ||
         !EngineRuns() || OptionsChanged || Game.moves.back() != Session.PonderHint ||
         (limits.clock < 0) != (Run.limits.clock < 0) ||
-        limits.moveTime != Run.limits.moveTime || limits.depth != Run.limits.depth ||
-        !TimeToPonder(limits))
+        (limits.moveTime > 0) != (Run.limits.moveTime > 0) ||
+        limits.depth != Run.limits.depth || !TimeToPonder(limits))
         return false;
     Run.limits = limits;
     const std::string text = Game.moves.back() + '\n';
@@ -543,7 +553,7 @@ namespace {
 // The best move of the analysis that has just ended. Where a promotion's piece is not
 // known, the engine, its tables full, is made to play the move.
 std::string AnalysedMove() {
-    if (Session.LastReport.unsure) {
+    if (Session.LastReport.unsure && EngineRuns()) {
         const ThinkingReport report = Session.LastReport;
         const std::string line = Run.lastLine;
         Run.limits = SearchLimits{};

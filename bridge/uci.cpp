@@ -297,7 +297,7 @@ constexpr struct {
     {"position", SetPosition, Turn::After},
     {"go", Go, Turn::After},
     {"stop", Stop, Turn::AtOnce},
-    {"ponderhit", PonderHit, Turn::AtOnce},
+    {"ponderhit", PonderHit, Turn::InOrder},
     {"quit", Quit, Turn::Last},
     {"d", Draw, Turn::InOrder},
     {"help", Help, Turn::AtOnce},

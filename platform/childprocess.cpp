@@ -9,6 +9,7 @@
 #include <sys/prctl.h>
 #endif
 
+#include <cerrno>
 #include <cstdio>
 
 #include "platform/clock.h"
@@ -26,7 +27,7 @@ void ResetSignals(bool heedsInterrupts) {
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     signal(SIGPIPE, SIG_DFL);
-    if (!heedsInterrupts) signal(SIGINT, SIG_IGN);
+    signal(SIGINT, heedsInterrupts ? SIG_DFL : SIG_IGN);
 }
 
 [[noreturn]] void BecomeProgram(const ChildStart& start, std::vector<char*>& words,
@@ -90,7 +91,8 @@ bool ChildEnded(ChildProcess& child, int milliseconds, int* status) {
 void KillChild(ChildProcess& child) {
     if (child.pid > 0) {
         kill(child.pid, SIGKILL);
-        waitpid(child.pid, nullptr, 0);
+        while (waitpid(child.pid, nullptr, 0) < 0 && errno == EINTR) {
+        }
     }
     child.pid = -1;
     CloseChildInput(child);

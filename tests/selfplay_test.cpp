@@ -8,8 +8,8 @@
 
 #include "board/attacks.h"
 #include "board/notation.h"
-#include "driver/newgame.h"
 #include "driver/modes.h"
+#include "driver/newgame.h"
 #include "driver/settings.h"
 #include "driver/think.h"
 #include "tests/support.h"
