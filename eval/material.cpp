@@ -48,28 +48,28 @@ constexpr int EdgeBonus[64] = {
     100, 96, 93, 90, 90, 93, 96, 100,
 };
 
-// The king in the ending, FIRST RANK FIRST, files a to h, from White's side.
+// The king in the ending, eighth rank on top, files a to h, from White's side.
 // Pawns on both wings.
 constexpr int KingEndingCentre[64] = {
-    -50, -40, -30, -20, -20, -30, -40, -50,
-    -30, -20, -10,   0,   0, -10, -20, -30,
-    -30, -10,   0,  10,  10,   0, -10, -30,
-    -30, -10,  20,  30,  30,  20, -10, -30,
-    -30, -10,  30,  40,  40,  30, -10, -30,
-    -30, -10,  30,  40,  40,  30, -10, -30,
-    -30, -30,   0,   0,   0,   0, -30, -30,
     -50, -30, -30, -30, -30, -30, -30, -50,
+    -30, -30,   0,   0,   0,   0, -30, -30,
+    -30, -10,  30,  40,  40,  30, -10, -30,
+    -30, -10,  30,  40,  40,  30, -10, -30,
+    -30, -10,  20,  30,  30,  20, -10, -30,
+    -30, -10,   0,  10,  10,   0, -10, -30,
+    -30, -20, -10,   0,   0, -10, -20, -30,
+    -50, -40, -30, -20, -20, -30, -40, -50,
 };
 // Pawns on the king side alone; for the queen side the files are turned over.
 constexpr int KingEndingKingside[64] = {
-    -90, -70, -50, -40, -30, -20, -20, -30,
-    -70, -50, -30, -20, -10, -10, -10, -10,
-    -70, -50, -30, -10,  20,  20,  20,   0,
-    -70, -50, -30, -10,  30,  30,  30,   0,
-    -70, -50, -30, -10,  30,  30,  30,   0,
-    -70, -50, -30, -10,  30,  30,  30,   0,
-    -70, -50, -30, -20,   0,   0,   0, -10,
     -90, -70, -50, -30, -30, -30, -30, -30,
+    -70, -50, -30, -20,   0,   0,   0, -10,
+    -70, -50, -30, -10,  30,  30,  30,   0,
+    -70, -50, -30, -10,  30,  30,  30,   0,
+    -70, -50, -30, -10,  30,  30,  30,   0,
+    -70, -50, -30, -10,  20,  20,  20,   0,
+    -70, -50, -30, -20, -10, -10, -10, -10,
+    -90, -70, -50, -40, -30, -20, -20, -30,
 };
 // No pawns: for the side that is behind.
 constexpr int KingEndingBare[64] = {
@@ -162,7 +162,7 @@ int MatingHelpFor(const bool (&ending)[2]) {
 // Black's king reads the tables with the ranks turned over, on the same wing.
 template <int c>
 int KingEndingFor(SquareSet pawns, bool behind) {
-    const int square = Relative<c>(Board.KingSquare[c]);
+    const int square = MirrorRank(Relative<c>(Board.KingSquare[c]));
     if (pawns == 0) return behind ? KingEndingBare[square] : 0;
     if (BothWings(pawns)) return KingEndingCentre[square];
     return KingEndingKingside[(pawns & KingsideFiles) != 0 ? square : square ^ 7];

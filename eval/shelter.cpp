@@ -20,17 +20,17 @@ constexpr int kQueenNotAtHome = -12;    // an early queen delays castling
 constexpr int kOpponentKingShare = 60;  // percent of Aggressivity
 constexpr int kHoleByKing = 3;          // no pawn on g2 (b2), an enemy on f3 (c3)
 
-// King square from its own side, FIRST RANK FIRST.
+// King square from its own side, eighth rank on top.
 // clang-format off
 constexpr int ShelterBase[64] = {
-    1, 0, 2, 3, 3, 2, 0, 1,
-    1, 1, 2, 3, 3, 2, 1, 1,
-    3, 3, 3, 3, 3, 3, 3, 3,
-    4, 4, 4, 4, 4, 4, 4, 4,
-    5, 5, 5, 5, 5, 5, 5, 5,
-    6, 6, 6, 6, 6, 6, 6, 6,
-    7, 7, 7, 7, 7, 7, 7, 7,
     8, 8, 8, 8, 8, 8, 8, 8,
+    7, 7, 7, 7, 7, 7, 7, 7,
+    6, 6, 6, 6, 6, 6, 6, 6,
+    5, 5, 5, 5, 5, 5, 5, 5,
+    4, 4, 4, 4, 4, 4, 4, 4,
+    3, 3, 3, 3, 3, 3, 3, 3,
+    1, 1, 2, 3, 3, 2, 1, 1,
+    1, 0, 2, 3, 3, 2, 0, 1,
 };
 constexpr int kShelterPenalty[64] = {  // [defects], centipawns
       0,   4,  15,  24,  36,  42,  54,  72,  81,  90,  99, 108, 117, 126, 135, 144,
@@ -156,7 +156,7 @@ int ShelterFor(Terms& t) {
     t.target[c] = king;
     t.defended[c] = 0;
     if (t.ending[c]) return 0;
-    int d = ShelterBase[Relative<c>(king)];
+    int d = ShelterBase[MirrorRank(Relative<c>(king))];
     if (Board.Units[e] < kBaseUnits) d /= 2;
     int penalty = 0;
     if ((Board.CastledKingside[c] | Board.CastledQueenside[c] | KingMoved<c>()) == 0) {
