@@ -98,7 +98,7 @@ TEST(CommandLineTest, TablesAsJson) {
     Scratch folder;
     std::string made = Packed(Tool(folder, "tables make krk --jobs 1 --json -o t"));
     const std::size_t time = made.find("\"milliseconds\":") + 15;
-    made.replace(time, made.find(',', time) - time, "T");
+    made.replace(time, made.find(',', time) - time, 1, 'T');
     EXPECT_EQ(made,
               "{\"directory\":\"t\",\"tables\":[{\"name\":\"krk\",\"made\":true,"
               "\"position\":1,\"total\":1,\"whiteToMove\":{\"wins\":16,\"loses\":0},"
