@@ -567,7 +567,7 @@ bool FitsPosition(Move m) {
 
 // A group that turns out empty falls through to the next, so that the caller never gets
 // an empty one before the end.
-int GenerateStage(int stage, Move hashMove) {
+int GenerateGroup(int stage) {
     const int start = Generated.MoveStackTop;
     const int S = Board.SideToMove;
     if (Line.InCheckAt[Line.Ply] != 0)
@@ -575,8 +575,6 @@ int GenerateStage(int stage, Move hashMove) {
                           : GenerateEvasionStage<BLACK>(stage);
     if (stage > kCaptureStage) {
         GenerateCaptures(Board.Occupied[ChangeSide(S)]);
-        for (int i = start; i < Generated.MoveStackTop; ++i)
-            Generated.MoveScores[i] = CaptureScore(i, start, hashMove);
         if (Generated.MoveStackTop > start) return kCaptureStage;
     }
     if (stage >= kCaptureStage) {
@@ -588,13 +586,28 @@ int GenerateStage(int stage, Move hashMove) {
     }
     if (stage >= kKillerStage) {
         GenerateQuiet();
-        for (int i = start; i < Generated.MoveStackTop; ++i)
-            Generated.MoveScores[i] =
-                Ordering.HistoryTable[FromTo(Generated.MoveStack[i]) * 2 +
-                                      static_cast<std::size_t>(S)];
         if (Generated.MoveStackTop > start) return kQuietStage;
     }
     return kNoMoreStages;
+}
+
+void ScoreGroup(int stage, int start, Move hashMove) {
+    if (Line.InCheckAt[Line.Ply] != 0) return;
+    const auto S = static_cast<std::size_t>(Board.SideToMove);
+    if (stage == kCaptureStage)
+        for (int i = start; i < Generated.MoveStackTop; ++i)
+            Generated.MoveScores[i] = CaptureScore(i, start, hashMove);
+    else if (stage == kQuietStage)
+        for (int i = start; i < Generated.MoveStackTop; ++i)
+            Generated.MoveScores[i] =
+                Ordering.HistoryTable[FromTo(Generated.MoveStack[i]) * 2 + S];
+}
+
+int GenerateStage(int stage, Move hashMove) {
+    const int start = Generated.MoveStackTop;
+    const int generated = GenerateGroup(stage);
+    ScoreGroup(generated, start, hashMove);
+    return generated;
 }
 
 bool GenerateQuiesceCaptures(int threshold, Move hashMove) {

@@ -78,6 +78,10 @@ inline constexpr int kNoMoreStages = 0;
 // an earlier group: the hash move (NO_MOVE when there is none) comes last of the captures
 // or again among the quiet moves, killers come again too, and the caller skips them.
 int GenerateStage(int stage, Move hashMove);
+// Its two halves, for callers that may drop a group unscored: the next group, and the
+// scores of a group of that stage, which begins at `start` and ends the stack.
+int GenerateGroup(int stage);
+void ScoreGroup(int stage, int start, Move hashMove);
 
 // Captures and queen promotions that can gain at least `threshold` centipawns and lose
 // nothing in the exchange, sorted by score, the hash move left out. True when the enemy

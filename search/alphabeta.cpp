@@ -242,8 +242,9 @@ inline void FindSingularMove(Node& node) {
 }
 
 // Depth change of the move just made.
-inline int DepthChange(const Node& node, Move m) {
-    int delta = ExtendMove(node.depth, node.mateThreat, node.fullExtensions);
+inline int DepthChange(const Node& node, Move m, bool mayGiveCheck) {
+    int delta =
+        ExtendMove(node.depth, node.mateThreat, node.fullExtensions, mayGiveCheck);
     if (m == node.singularMove)
         delta += node.fullExtensions ? node.singularBonus : node.singularBonus / 2;
     return delta;
@@ -261,7 +262,7 @@ bool SearchHashMove(Node& node, int& score) {
     const Move m = node.hashMove;
     MakeMove(m);
     PrefetchHashEntry();
-    const int child = node.depth + DepthChange(node, m) + Root.HashMoveBonus;
+    const int child = node.depth + DepthChange(node, m, true) + Root.HashMoveBonus;
     const int v = SearchChild(node.alpha, node.beta, child, true);
     UnmakeMove();
     score = 0;
@@ -299,6 +300,17 @@ inline void SetUpFutility(Node& node) {
     if (e + margin > node.alpha) return;
     node.futility = true;
     node.futilityGap = node.alpha - (e + margin);
+}
+
+// Known before the move is made, once a legal move has been searched: it gives no check,
+// gains too little to bring the score up to alpha, and leaves both sides with mating
+// material, which the enemy's second pawn stands for when a man is taken.
+inline bool IsHopeless(const Node& node, Move m, const CheckingSquares& checking) {
+    if (checking.MayGiveCheck(m) || PieceValue[Captured(m)] > node.futilityGap)
+        return false;
+    if (Captured(m) != EMPTY && Board.PawnCount[node.O] < 2) return false;
+    if (Board.MatingFlagsValid == 0) UpdateMatingFlags();
+    return Board.NoMatingMaterial[WHITE] == 0 && Board.NoMatingMaterial[BLACK] == 0;
 }
 
 // The move just made gains too little to bring the score up to alpha.
@@ -355,11 +367,16 @@ inline int SearchMove(const Node& node, int child) {
 bool SearchMoves(Node& node, int& score) {
     LateMoves late = SetUpReductions(node);
     const SquareSet exposed = ExposedSquares(node.S);
+    const CheckingSquares checking(node.S);
+    const auto isHopeless = [&](Move m) {
+        return node.futility && node.searchedAny && IsHopeless(node, m, checking);
+    };
     MoveWalk walk(node.hashMove);
-    while (const Move m = walk.Next()) {
+    while (const Move m = walk.Next(isHopeless)) {
+        if (isHopeless(m)) continue;
         if (!MakeIfLegal(m, node.S, exposed)) continue;
         PrefetchHashEntry();
-        const int delta = DepthChange(node, m);
+        const int delta = DepthChange(node, m, checking.MayGiveCheck(m));
         const bool pruned = IsFutile(node, m) || FailsReduced(node, m, walk, late, delta);
         const int v = pruned ? 0 : SearchMove(node, node.depth + delta);
         UnmakeMove();

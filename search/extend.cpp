@@ -89,7 +89,7 @@ inline bool HuntsLonePiece(Move m, int victim) {
 
 }  // namespace
 
-int ExtendMove(int depth, bool mateThreat, bool fullExtensions) {
+int ExtendMove(int depth, bool mateThreat, bool fullExtensions, bool mayGiveCheck) {
     const Move m = LastMove();
     const int victim = Board.SideToMove, mover = ChangeSide(victim);
     int delta = -OnePly, cap = 0, flags = 0;
@@ -120,7 +120,8 @@ int ExtendMove(int depth, bool mateThreat, bool fullExtensions) {
         flags |= kExtPawnPush;
     }
     // The child needs to know in any case: it generates evasions when in check.
-    const bool givesCheck = IsAttacked(mover, Board.KingSquare[victim]);
+    assert(mayGiveCheck || !IsAttacked(mover, Board.KingSquare[victim]));
+    const bool givesCheck = mayGiveCheck && IsAttacked(mover, Board.KingSquare[victim]);
     Line.InCheckAt[Line.Ply + 1] = givesCheck ? 1 : 0;
     if (givesCheck) {
         delta += kCheck.Of(fullExtensions);

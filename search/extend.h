@@ -14,4 +14,5 @@ inline constexpr int kExtPawnEnding = 0x80;
 // them.
 // `depth` is the node's own depth in depth units; MakeMove has been called, Ply is still
 // the parent's. The mate threat is the one found by the node's null move or by the table.
-int ExtendMove(int depth, bool mateThreat, bool fullExtensions);
+// `mayGiveCheck` is false only when the move is known to give no check.
+int ExtendMove(int depth, bool mateThreat, bool fullExtensions, bool mayGiveCheck);

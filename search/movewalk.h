@@ -2,6 +2,8 @@
 // captures put off to the end, repeats of moves already searched left out.
 #pragma once
 
+#include <algorithm>
+
 #include "board/attacks.h"
 #include "board/generate.h"
 
@@ -20,12 +22,19 @@ struct MoveWalk {
 
     explicit MoveWalk(Move hash);
     // The next move, pseudo-legal; NO_MOVE at the end.
-    Move Next();
+    Move Next() {
+        return Next([](Move) { return false; });
+    }
+    // The same for a node that leaves out every move for which `isHopeless` is true: a
+    // group of nothing else is not even ordered. Single hopeless moves still come.
+    template <typename Hopeless>
+    Move Next(Hopeless isHopeless);
     // In the deferred captures and the quiet moves, where killers come again.
     bool InLateStages() const { return stage < kKillerStage; }
 
 private:
-    bool NextGroup();
+    template <typename Hopeless>
+    bool NextGroup(Hopeless isHopeless);
     bool IsRepeat(Move m) const;
 };
 
@@ -41,13 +50,21 @@ inline MoveWalk::MoveWalk(Move hash)
 
 // Generates the next group above the current one; after the last, goes back to the losing
 // captures that were put off.
-inline bool MoveWalk::NextGroup() {
+template <typename Hopeless>
+inline bool MoveWalk::NextGroup(Hopeless isHopeless) {
     if (stage == kNoMoreStages) return false;
     index = sorted = Generated.MoveStackTop;
-    stage = GenerateStage(stage, hashMove);
+    stage = GenerateGroup(stage);
     end = Generated.MoveStackTop;
     if (stage == kQuietStage) quietMoves = end - index;
-    if (stage != kNoMoreStages) return true;
+    if (stage != kNoMoreStages) {
+        if (std::all_of(Generated.MoveStack + index, Generated.MoveStack + end,
+                        isHopeless))
+            index = end;
+        else
+            ScoreGroup(stage, index, hashMove);
+        return true;
+    }
     if (deferredFrom < 0) return false;
     index = sorted = deferredFrom;
     end = Generated.MoveStackTop = capturesEnd;
@@ -61,10 +78,11 @@ inline bool MoveWalk::IsRepeat(Move m) const {
            (m == Ordering.Killer1[S][Line.Ply] || m == Ordering.Killer2[S][Line.Ply]);
 }
 
-inline Move MoveWalk::Next() {
+template <typename Hopeless>
+inline Move MoveWalk::Next(Hopeless isHopeless) {
     for (;;) {
         if (index >= end) {
-            if (!NextGroup()) return NO_MOVE;
+            if (!NextGroup(isHopeless)) return NO_MOVE;
             continue;
         }
         if (!inCheck && stage != kKillerStage) {
@@ -79,7 +97,7 @@ inline Move MoveWalk::Next() {
             if (stage == kCaptureStage && Generated.MoveScores[index] < 0) {
                 deferredFrom = index;
                 capturesEnd = end;
-                if (!NextGroup()) return NO_MOVE;
+                if (!NextGroup(isHopeless)) return NO_MOVE;
                 continue;
             }
         }
@@ -97,6 +115,36 @@ inline SquareSet ExposedSquares(int S) {
     if (Board.Rooks[O] != 0) lines |= RookLines(king);
     if (Board.Bishops[O] != 0) lines |= BishopLines(king);
     return lines;
+}
+
+// Where a move must come from or go to if it is to give check, found out once a node: as
+// long as the enemy king is not in check, only the man that moves or one behind it on the
+// king's lines can attack it.
+struct CheckingSquares {
+    SquareSet from;  // the first men met on the king's lines: one behind may be uncovered
+    SquareSet to[8];  // [piece code]: a man of that kind attacks the king from there
+
+    explicit CheckingSquares(int S);
+    // False only when the move gives no check. Castling, en passant and promotions are
+    // not looked into.
+    bool MayGiveCheck(Move m) const {
+        if (Promotion(m) != EMPTY || IsEnPassant(m)) return true;
+        return ((to[Moving(m)] & SquareMask(To(m))) | (from & SquareMask(From(m)))) != 0;
+    }
+};
+
+inline CheckingSquares::CheckingSquares(int S) {
+    const int O = ChangeSide(S), king = Board.KingSquare[O];
+    const SquareSet straight = RookLines(king), diagonal = BishopLines(king);
+    from = straight | diagonal;
+    to[EMPTY] = to[NO_PIECE] = 0;
+    // A king never gives check itself, but its castling rook may.
+    to[KING] = RankSet(S == WHITE ? 0 : 7);
+    to[KNIGHT] = KnightAttacks[king];
+    to[PAWN] = PawnAttacks[O][king];
+    to[ROOK] = straight;
+    to[BISHOP] = diagonal;
+    to[QUEEN] = straight | diagonal;
 }
 
 // Makes the move unless it leaves S's king attacked: then it is taken back, and false.

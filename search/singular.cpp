@@ -33,7 +33,7 @@ int SingularTest(int alpha, int halfDepth, Move hashMove, bool mateThreat,
     int count = 0;
     if (hashMove != NO_MOVE) {
         MakeMove(hashMove);
-        const int delta = ExtendMove(depth, mateThreat, fullExtensions);
+        const int delta = ExtendMove(depth, mateThreat, fullExtensions, true);
         const bool holds = Holds(alpha, depth + delta + Root.HashMoveBonus);
         UnmakeMove();
         if (Control.StopSearch != 0) return 0;
@@ -43,12 +43,14 @@ int SingularTest(int alpha, int halfDepth, Move hashMove, bool mateThreat,
         }
     }
     const SquareSet exposed = ExposedSquares(S);
+    const CheckingSquares checking(S);
     const int top = Generated.MoveStackTop;
     MoveWalk walk(hashMove);
     while (const Move m = walk.Next()) {
         if (!MakeIfLegal(m, S, exposed)) continue;
         PrefetchHashEntry();
-        const int delta = ExtendMove(depth, mateThreat, fullExtensions);
+        const int delta =
+            ExtendMove(depth, mateThreat, fullExtensions, checking.MayGiveCheck(m));
         const bool holds = Holds(alpha, depth + delta);
         UnmakeMove();
         if (Control.StopSearch != 0 || (holds && count == 1)) {

@@ -187,7 +187,7 @@ TEST(Search, Extensions) {
             Position(c.fen);
             Line.ExtFlags[0] = 0;
             Play(c.moves);
-            EXPECT_EQ(ExtendMove(c.depth, c.threat, full), full ? c.full : c.half)
+            EXPECT_EQ(ExtendMove(c.depth, c.threat, full, true), full ? c.full : c.half)
                 << c.fen << ' ' << c.moves;
             EXPECT_EQ(Line.ExtFlags[1], c.flags) << c.fen << ' ' << c.moves;
             EXPECT_EQ(Line.InCheckAt[1], c.flags & kExtCheck) << c.fen << ' ' << c.moves;
