@@ -6,6 +6,7 @@
 #include <string>
 
 #include "bench/enginestate.h"
+#include "bench/magics.h"
 #include "bench/micro.h"
 #include "bench/searchbench.h"
 #include "bench/tables.h"
@@ -113,6 +114,9 @@ int main(int argc, char** argv) {
     tables->add_option("DIR", folder, "Where the tables are");
     tables->callback(
         [&] { status = RunTablesBenchmark(folder.empty() ? nullptr : folder.c_str()); });
+
+    app.add_subcommand("magics", "The factors of the sliding attacks, found anew")
+        ->callback(PrintMagics);
 
     if (!PrepareEngine()) Fail("no memory");
     CLI11_PARSE(app, argc, argv);

@@ -8,37 +8,18 @@ namespace {
 // Captures on one square: no more than this many men can take part.
 constexpr int kMaxExchanges = 64;
 
-// Sliders of either colour behind `from` on its line to `to`: with `from` gone they join
-// the exchange. Men used up earlier stand between `to` and `from` and are not met.
+// The slider of either colour behind `from` on its line to `to`: with `from` gone it
+// joins the exchange. Men used up earlier stand between `to` and `from` and are not met.
 // An x-ray: only sliders that move along the line count, straight ones on ranks and
 // files. A knight's square shares no line with `to` and uncovers nothing.
 inline SquareSet UncoveredBehind(int to, int from) {
-    const int step = Direction[to][from];
-    const int file = FileOf(from), rank = RankOf(from);
-    switch (step) {
-        case 1:
-        case -1:
-            return RankAttacks[file][rank][Board.RankOccupancy[rank]] &
-                   Board.StraightSliders & RayFrom(-step, from);
-        case 8:
-        case -8:
-            return FileAttacks[rank][file][Board.FileOccupancy[file]] &
-                   Board.StraightSliders & RayFrom(-step, from);
-        case 7:
-        case -7: {
-            const int line = FallingIndex(from);
-            return FallingAttacks[rank][line][Board.FallingOccupancy[line]] &
-                   Board.DiagonalSliders & RayFrom(-step, from);
-        }
-        case 9:
-        case -9: {
-            const int line = RisingIndex(from);
-            return RisingAttacks[rank][line][Board.RisingOccupancy[line]] &
-                   Board.DiagonalSliders & RayFrom(-step, from);
-        }
-        default:
-            return 0;
-    }
+    const int step = Direction[from][to];
+    const bool straight = step % 8 == 0 || step * step == 1;
+    const SquareSet sliders =
+        RayFrom(step, from) & (straight ? Board.StraightSliders : Board.DiagonalSliders);
+    if (sliders == 0) return 0;
+    const int nearest = step > 0 ? LowestSquare(sliders) : HighestSquare(sliders);
+    return (Between[from][nearest] & AllOccupied()) == 0 ? SquareMask(nearest) : 0;
 }
 
 // The square of the least valuable of the side's attackers, lowest square first within a

@@ -5,17 +5,8 @@
 #include "board/board.h"
 
 // ---- Sliding attacks with the men now on the board; the first man met is included ----
-inline SquareSet RookLines(int square) {
-    const int file = FileOf(square), rank = RankOf(square);
-    return RankAttacks[file][rank][Board.RankOccupancy[rank]] |
-           FileAttacks[rank][file][Board.FileOccupancy[file]];
-}
-inline SquareSet BishopLines(int square) {
-    const int rank = RankOf(square);
-    const int rising = RisingIndex(square), falling = FallingIndex(square);
-    return RisingAttacks[rank][rising][Board.RisingOccupancy[rising]] |
-           FallingAttacks[rank][falling][Board.FallingOccupancy[falling]];
-}
+inline SquareSet RookLines(int square) { return RookAttacks(square, AllOccupied()); }
+inline SquareSet BishopLines(int square) { return BishopAttacks(square, AllOccupied()); }
 inline SquareSet QueenLines(int square) {
     return RookLines(square) | BishopLines(square);
 }

@@ -24,10 +24,8 @@ constexpr int kGamePlyLimit = 2 * kArchiveChunk;
 constexpr int kRestoreBelow = 128;
 
 struct ArchivedMove {
+    BoardState before;
     Move move;
-    std::uint32_t hash1, hash2;
-    std::int32_t fifty, positional[2];
-    std::uint8_t castleFlags;
 };
 // The game's oldest half-moves, oldest first, in whole chunks. Only a game that has
 // outgrown the stack allocates anything, and never while a search runs.
@@ -61,14 +59,6 @@ SquareSet* SetOf(int colour, int code) {
 
 std::uint8_t Bit(int n) { return static_cast<std::uint8_t>(1 << n); }
 
-// The square's bit in the four occupancy bytes that index the sliding attacks.
-void ToggleLines(int square) {
-    Board.FileOccupancy[FileOf(square)] ^= Bit(RankOf(square));
-    Board.RankOccupancy[RankOf(square)] ^= Bit(FileOf(square));
-    Board.RisingOccupancy[RisingIndex(square)] ^= Bit(RankOf(square));
-    Board.FallingOccupancy[FallingIndex(square)] ^= Bit(RankOf(square));
-}
-
 // Puts a man on the square (sign 1) or takes it off (sign -1); kings' squares apart.
 void ChangeMan(int square, int colour, int code, int sign) {
     // Kings have keys, piece-square rows and lines like all men, but no material: both
@@ -79,7 +69,6 @@ void ChangeMan(int square, int colour, int code, int sign) {
     Board.Units[colour] += sign * PieceUnits[code];
     Board.Positional[colour] += sign * PieceSquare[code][colour][square];
     Board.Occupied[colour] ^= SquareMask(square);
-    ToggleLines(square);
     if (code != KING) *SetOf(colour, code) ^= SquareMask(square);
     switch (code) {
         case PAWN:
@@ -110,30 +99,19 @@ void ChangeMan(int square, int colour, int code, int sign) {
 }
 
 // Applies an operation to every array of the history stack.
-// A new array of the history belongs here, in ArchivedMove and in both functions below.
 template <typename Operation>
 void ForEachHistory(Operation operation) {
-    // Each history array alike, so that none is forgotten when the stack shifts.
     operation(Board.MoveHistory);
     operation(Board.Hash1History);
     operation(Board.Hash2History);
-    operation(Board.FiftyHistory);
-    operation(Board.PositionalHistory[WHITE]);
-    operation(Board.PositionalHistory[BLACK]);
-    operation(Board.CastleFlagsHistory);
+    operation(Board.StateHistory);
 }
 
 // Moves the oldest chunk from the bottom of the stack to the archive. Plies of the game
 // shift down; the search starts with the new ones.
 void ArchiveOldest() {
     for (int i = 0; i < kArchiveChunk; ++i)
-        Archive.push_back(
-            {Board.MoveHistory[i],
-             Board.Hash1History[i],
-             Board.Hash2History[i],
-             Board.FiftyHistory[i],
-             {Board.PositionalHistory[WHITE][i], Board.PositionalHistory[BLACK][i]},
-             Board.CastleFlagsHistory[i]});
+        Archive.push_back({Board.StateHistory[i], Board.MoveHistory[i]});
     ForEachHistory([](auto& history) {
         std::memmove(history, history + kArchiveChunk,
                      (kHistoryCapacity - kArchiveChunk) * sizeof history[0]);
@@ -156,12 +134,9 @@ void RestoreArchived() {
     for (int i = 0; i < kArchiveChunk; ++i) {
         const ArchivedMove& a = Archive[first + static_cast<std::size_t>(i)];
         Board.MoveHistory[i] = a.move;
-        Board.Hash1History[i] = a.hash1;
-        Board.Hash2History[i] = a.hash2;
-        Board.FiftyHistory[i] = a.fifty;
-        Board.PositionalHistory[WHITE][i] = a.positional[WHITE];
-        Board.PositionalHistory[BLACK][i] = a.positional[BLACK];
-        Board.CastleFlagsHistory[i] = a.castleFlags;
+        Board.Hash1History[i] = a.before.hash1;
+        Board.Hash2History[i] = a.before.hash2;
+        Board.StateHistory[i] = a.before;
     }
     Archive.resize(first);
     Board.GamePly += kArchiveChunk;
@@ -180,10 +155,6 @@ void ClearBoard() {
         Board.Positional[c] = 0;
     }
     Board.StraightSliders = Board.DiagonalSliders = 0;
-    std::memset(Board.FileOccupancy, 0, sizeof Board.FileOccupancy);
-    std::memset(Board.RankOccupancy, 0, sizeof Board.RankOccupancy);
-    std::memset(Board.RisingOccupancy, 0, sizeof Board.RisingOccupancy);
-    std::memset(Board.FallingOccupancy, 0, sizeof Board.FallingOccupancy);
     std::memset(Board.PawnRanks, 0, sizeof Board.PawnRanks);
     Board.hash1 = Board.hash2 = 0;
     Board.PawnHash1 = 0;

@@ -103,7 +103,8 @@ void GenerateCapturesOf(SquareSet targets) {
     using Geometry = PawnGeometry<S>;
     const SquareSet pawnTargets =
         targets | (Board.Occupied[O] & Geometry::promotionTargets);
-    for (SquareSet pawns = Board.Pawns[S]; pawns != 0;) {
+    // A pawn can take from wherever an enemy pawn on a target could.
+    for (SquareSet pawns = Board.Pawns[S] & PawnCover<O>(pawnTargets); pawns != 0;) {
         const int from = TakePawn<S>(pawns);
         // A set: the left and the right capture come in square order.
         SquareSet to = PawnAttacks[S][from] & pawnTargets;
@@ -163,18 +164,13 @@ inline bool CanCastleLong() {
            CanCastle<S>(kLongWing[S], S == WHITE ? Board.A1 : Board.A8);
 }
 
-// A square ahead of a pawn on the last rank does not exist: only editing and FEN put
-// pawns there.
-constexpr bool IsInside(int square) { return square >= 0 && square < 64; }
-
 // Single before double step for each pawn.
 template <int S>
 inline void AppendPawnPushes(SquareSet empty) {
     using Geometry = PawnGeometry<S>;
-    for (SquareSet pawns = Board.Pawns[S]; pawns != 0;) {
+    for (SquareSet pawns = Board.Pawns[S] & Backward<S>(empty); pawns != 0;) {
         const int from = TakePawn<S>(pawns);
         const int one = from + Geometry::forward;
-        if (!IsInside(one) || (empty & SquareMask(one)) == 0) continue;
         if (RankOf(from) == Geometry::seventhRank) {
             AppendPromotions(from, one, kPromotions);
             continue;
@@ -300,6 +296,10 @@ void GenerateCheckerCaptures() {
     for (SquareSet queens = QueenLines(c) & Board.Queens[S]; queens != 0;)
         Append(MakeWord(TakeLowest(queens), c, QUEEN, Board.Piece[c]));
 }
+
+// A square ahead of a pawn on the last rank does not exist: only editing and FEN put
+// pawns there.
+constexpr bool IsInside(int square) { return square >= 0 && square < 64; }
 
 // Moves onto the squares between a single checking slider and the king. Pawns go lowest
 // square first for both colours here.
@@ -462,8 +462,7 @@ SquareSet PinnedMen(int S) {
     const int file = FileOf(king), rank = RankOf(king);
     // Sliders that would reach the king's square on an empty board.
     SquareSet snipers = (straight & (RankSet(rank) | FileSet(file))) |
-                        (diagonal & (RisingAttacks[rank][RisingIndex(king)][0] |
-                                     FallingAttacks[rank][FallingIndex(king)][0]));
+                        (diagonal & BishopAttacks(king, 0));
     SquareSet pinned = 0;
     while (snipers != 0) {
         const SquareSet men = Between[TakeLowest(snipers)][king] & AllOccupied();

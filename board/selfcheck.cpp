@@ -38,7 +38,6 @@ void Expect(const char* form, int index, T is, U want) {
 // own update code.
 struct Rebuilt {
     SquareSet sets[2][8] = {};
-    unsigned files[8] = {}, ranks[8] = {}, rising[15] = {}, falling[15] = {};
     unsigned pawnRanks[8][2] = {};
     int material[2] = {}, units[2] = {}, positional[2] = {};
     std::uint32_t hash1 = 0, hash2 = 0, pawnHash1 = 0, pawnHash2 = kEmptyPawnHash2;
@@ -48,10 +47,6 @@ struct Rebuilt {
 // twice would not vanish.
 void AddMan(Rebuilt& r, int square, int c, int code) {
     r.sets[c][code] |= SquareMask(square);
-    r.files[FileOf(square)] |= 1u << RankOf(square);
-    r.ranks[RankOf(square)] |= 1u << FileOf(square);
-    r.rising[RisingIndex(square)] |= 1u << RankOf(square);
-    r.falling[FallingIndex(square)] |= 1u << RankOf(square);
     if (code != KING) r.material[c] += PieceValue[code];
     r.units[c] += PieceUnits[code];
     r.positional[c] += PieceSquare[code][c][square];
@@ -104,19 +99,11 @@ void CompareColour(const Rebuilt& r, int c) {
     Expect("Positional", c, Board.Positional[c], r.positional[c]);
 }
 
-// Diagonals have 15 numbers; the sixteenth entry only rounds the array up.
-void CompareLines(const Rebuilt& r) {
-    for (int i = 0; i < 8; ++i) {
-        Expect("FileOccupancy", i, Board.FileOccupancy[i], r.files[i]);
-        Expect("RankOccupancy", i, Board.RankOccupancy[i], r.ranks[i]);
+void ComparePawnRanks(const Rebuilt& r) {
+    for (int i = 0; i < 8; ++i)
         for (int c : {WHITE, BLACK})
             Expect(c == WHITE ? "PawnRanks of White" : "PawnRanks of Black", i,
                    Board.PawnRanks[i][c], r.pawnRanks[i][c]);
-    }
-    for (int i = 0; i < 15; ++i) {
-        Expect("RisingOccupancy", i, Board.RisingOccupancy[i], r.rising[i]);
-        Expect("FallingOccupancy", i, Board.FallingOccupancy[i], r.falling[i]);
-    }
 }
 
 }  // namespace
@@ -125,7 +112,7 @@ void CheckBoard(const char* after) {
     Operation = after;
     const Rebuilt r = Rebuild();
     for (int c : {WHITE, BLACK}) CompareColour(r, c);
-    CompareLines(r);
+    ComparePawnRanks(r);
     const SquareSet queens = r.sets[WHITE][QUEEN] | r.sets[BLACK][QUEEN];
     Expect("StraightSliders", 0, Board.StraightSliders,
            r.sets[WHITE][ROOK] | r.sets[BLACK][ROOK] | queens);

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "board/magics.h"
+
 LookupTables Lookup;
 
 namespace {
@@ -38,36 +40,51 @@ constexpr SquareSet RanksBelow(int rank) {
 }
 constexpr std::uint8_t Byte(int value) { return static_cast<std::uint8_t>(value); }
 
-// The squares from `square` in one direction, up to and including the first whose line
-// bit is set; the bit is the file on ranks and the rank on all other lines.
-SquareSet Walk(int square, int step, int occupancy) {
+constexpr int kStraightSteps[4] = {1, -1, 8, -8};
+constexpr int kDiagonalSteps[4] = {7, -7, 9, -9};
+
+// The squares from `square` in the directions, up to and including the first man.
+SquareSet Slide(int square, const int (&steps)[4], SquareSet occupied) {
     SquareSet reached = 0;
-    int file = FileOf(square), rank = RankOf(square);
-    const bool alongRank = step == 1 || step == -1;
-    for (;;) {
-        file += StepFile(step);
-        rank += StepRank(step);
-        if (!OnBoard(file, rank)) return reached;
-        reached |= SquareMask(SquareAt(file, rank));
-        if (occupancy >> (alongRank ? file : rank) & 1) return reached;
+    for (const int step : steps) {
+        int file = FileOf(square), rank = RankOf(square);
+        SquareSet next = 0;
+        do {
+            file += StepFile(step);
+            rank += StepRank(step);
+            next = SetAt(file, rank);
+            reached |= next;
+        } while (next != 0 && (next & occupied) == 0);
     }
+    return reached;
 }
 
-// All 256 occupancies of every line through every square, though the square's own bit is
-// always set in the ones looked up: the index needs no masking then.
+// The attack sets of one square, for every combination of men on its lines. Returns where
+// the next square's begin.
+SquareSet* BuildSlider(SliderMagic& slider, int square, const int (&steps)[4],
+                       std::uint64_t factor, SquareSet* sets) {
+    // Nothing is hidden behind a man on the edge.
+    const SquareSet edges = ((RankSet(0) | RankSet(7)) & ~RankSet(RankOf(square))) |
+                            ((FileSet(0) | FileSet(7)) & ~FileSet(FileOf(square)));
+    const SquareSet mask = Slide(square, steps, 0) & ~edges;
+    slider = {mask, factor, sets, 64 - PopCount(mask)};
+    SquareSet men = 0;
+    do {
+        sets[men * factor >> slider.shift] = Slide(square, steps, men);
+        men = (men - mask) & mask;  // the next subset
+    } while (men != 0);
+    return sets + (std::size_t{1} << PopCount(mask));
+}
+
 void BuildSlidingAttacks() {
+    SquareSet* sets = Lookup.SliderSets;
     for (int square = 0; square < 64; ++square) {
-        const int file = FileOf(square), rank = RankOf(square);
-        for (int occupancy = 0; occupancy < 256; ++occupancy) {
-            const auto both = [&](int step) {
-                return Walk(square, step, occupancy) | Walk(square, -step, occupancy);
-            };
-            Lookup.RankAttacks[file][rank][occupancy] = both(1);
-            Lookup.FileAttacks[rank][file][occupancy] = both(8);
-            Lookup.FallingAttacks[rank][FallingIndex(square)][occupancy] = both(7);
-            Lookup.RisingAttacks[rank][RisingIndex(square)][occupancy] = both(9);
-        }
+        sets = BuildSlider(Lookup.RookMagic[square], square, kStraightSteps,
+                           kRookMagics[square], sets);
+        sets = BuildSlider(Lookup.BishopMagic[square], square, kDiagonalSteps,
+                           kBishopMagics[square], sets);
     }
+    assert(sets == Lookup.SliderSets + kSliderSets);
 }
 
 void BuildLeaperAttacks() {
@@ -105,9 +122,12 @@ void BuildLines() {
 // Breadth-first over knight moves.
 void BuildDistances() {
     for (int a = 0; a < 64; ++a) {
-        for (int b = 0; b < 64; ++b)
-            Lookup.Distance[a][b] = Byte(std::max(std::abs(FileOf(a) - FileOf(b)),
-                                                  std::abs(RankOf(a) - RankOf(b))));
+        for (int b = 0; b < 64; ++b) {
+            const int distance = std::max(std::abs(FileOf(a) - FileOf(b)),
+                                          std::abs(RankOf(a) - RankOf(b)));
+            Lookup.Distance[a][b] = Byte(distance);
+            for (int n = distance; n < 8; ++n) Lookup.Within[a][n] |= SquareMask(b);
+        }
         // Each round's frontier is what one more knight move reaches for the first time.
         SquareSet seen = SquareMask(a), frontier = seen;
         for (int moves = 0; frontier != 0; ++moves) {

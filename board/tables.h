@@ -12,28 +12,34 @@
 // second and later calls do nothing.
 void BuildTables();
 
-// ---- Line numbers ----
-// The diagonal of a square that falls from a8 to h1 (0..14, 7 is the long one) and the
-// one that rises from a1 to h8 (0..14, 7 is the long one).
-constexpr int FallingIndex(int square) { return FileOf(square) + RankOf(square); }
-constexpr int RisingIndex(int square) { return 7 + FileOf(square) - RankOf(square); }
+// The sliding attacks of one square by magic multiplication: the factor gathers the men
+// on the lines (their last squares do not matter) into the highest bits of the product,
+// which number the attack sets.
+struct SliderMagic {
+    SquareSet mask;
+    std::uint64_t factor;
+    const SquareSet* attacks;
+    int shift;
+
+    SquareSet Attacks(SquareSet occupied) const {
+        return attacks[(occupied & mask) * factor >> shift];
+    }
+};
+// Attack sets of all squares together, 2 to the number of men that matter for each.
+inline constexpr int kSliderSets = 102400 + 5248;  // rooks and bishops
 
 // Indexed by square 0..63 unless a field says otherwise; "White's view" means that ahead
-// is towards rank 8. Bit b of a line's occupancy byte is the square of file b on ranks
-// and of rank b on files and diagonals.
+// is towards rank 8.
 struct LookupTables {
     // ---- Attacks ----
     SquareSet KnightAttacks[64];
     SquareSet KingAttacks[64];
     // [colour]: the squares that a pawn of it attacks from here.
     SquareSet PawnAttacks[2][64];
-    // Sliding attacks along one line, up to and including the first man met in each
-    // direction, by the line's occupancy byte. The bit of the square itself does not
-    // matter.
-    SquareSet RankAttacks[8][8][256];      // [file][rank][occupancy]
-    SquareSet FileAttacks[8][8][256];      // [rank][file][occupancy]
-    SquareSet FallingAttacks[8][16][256];  // [rank][FallingIndex][occupancy]
-    SquareSet RisingAttacks[8][16][256];   // [rank][RisingIndex][occupancy]
+    // Up to and including the first man met in each direction; a man on the square itself
+    // does not matter.
+    SliderMagic RookMagic[64], BishopMagic[64];
+    SquareSet SliderSets[kSliderSets];
 
     // ---- Lines between squares ----
     SquareSet Between[64][64];  // strictly between, on a common line; else empty
@@ -46,6 +52,7 @@ struct LookupTables {
     // ---- Distances ----
     std::uint8_t Distance[64][64];  // king moves: the larger of file and rank distance
     std::int32_t KnightDistance[64][64];  // knight moves on an empty board
+    SquareSet Within[64][8];  // [square][n]: at most n king moves away, the square too
 
     // ---- Evaluation masks by square; "pawn ranks": empty for ranks 1 and 8 ----
     SquareSet FileAbove[64], FileBelow[64];  // same file, ahead for White/Black
@@ -84,15 +91,14 @@ extern LookupTables Lookup;
 inline constexpr auto& KnightAttacks = std::as_const(Lookup.KnightAttacks);
 inline constexpr auto& KingAttacks = std::as_const(Lookup.KingAttacks);
 inline constexpr auto& PawnAttacks = std::as_const(Lookup.PawnAttacks);
-inline constexpr auto& RankAttacks = std::as_const(Lookup.RankAttacks);
-inline constexpr auto& FileAttacks = std::as_const(Lookup.FileAttacks);
-inline constexpr auto& FallingAttacks = std::as_const(Lookup.FallingAttacks);
-inline constexpr auto& RisingAttacks = std::as_const(Lookup.RisingAttacks);
+inline constexpr auto& RookMagic = std::as_const(Lookup.RookMagic);
+inline constexpr auto& BishopMagic = std::as_const(Lookup.BishopMagic);
 inline constexpr auto& Between = std::as_const(Lookup.Between);
 inline constexpr auto& Direction = std::as_const(Lookup.Direction);
 inline constexpr auto& RayTable = std::as_const(Lookup.RayTable);
 inline constexpr auto& Distance = std::as_const(Lookup.Distance);
 inline constexpr auto& KnightDistance = std::as_const(Lookup.KnightDistance);
+inline constexpr auto& Within = std::as_const(Lookup.Within);
 inline constexpr auto& FileAbove = std::as_const(Lookup.FileAbove);
 inline constexpr auto& FileBelow = std::as_const(Lookup.FileBelow);
 inline constexpr auto& AdjacentFiles = std::as_const(Lookup.AdjacentFiles);
@@ -114,6 +120,14 @@ inline constexpr auto& WidestGap8 = std::as_const(Lookup.WidestGap8);
 inline constexpr auto& OutsideWings = std::as_const(Lookup.OutsideWings);
 inline constexpr auto& ReachWings = std::as_const(Lookup.ReachWings);
 
+// What a rook or bishop on the square attacks with the given squares occupied.
+inline SquareSet RookAttacks(int square, SquareSet occupied) {
+    return RookMagic[square].Attacks(occupied);
+}
+inline SquareSet BishopAttacks(int square, SquareSet occupied) {
+    return BishopMagic[square].Attacks(occupied);
+}
+
 // The squares reached from a square by repeating the step (+-1, +-7, +-8, +-9) up to the
 // edge; other steps from -9 to 9 give the empty set.
 inline SquareSet RayFrom(int step, int square) { return RayTable[step + 9][square]; }
@@ -134,6 +148,23 @@ constexpr SquareSet FileSet(int file) { return SquareSet{0x0101010101010101} << 
 inline constexpr SquareSet SeventhRank[2] = {RankSet(6), RankSet(1)};
 inline constexpr SquareSet SeventhRankInner[2] = {RankSet(6) & ~FileSet(0) & ~FileSet(7),
                                                   RankSet(1) & ~FileSet(0) & ~FileSet(7)};
+
+// ---- Sets moved as a whole, as a colour sees the board ----
+// The set moved one step forward; men on the last rank fall off the board.
+template <int c>
+constexpr SquareSet Forward(SquareSet set) {
+    return c == WHITE ? set << 8 : set >> 8;
+}
+template <int c>
+constexpr SquareSet Backward(SquareSet set) {
+    return Forward<1 - c>(set);
+}
+// Squares that pawns of the colour on the set attack.
+template <int c>
+constexpr SquareSet PawnCover(SquareSet pawns) {
+    const SquareSet ahead = Forward<c>(pawns);
+    return (ahead & ~FileSet(0)) >> 1 | (ahead & ~FileSet(7)) << 1;
+}
 
 // ---- Characters ----
 // 'A'..'Z' to 'a'..'z', every other byte to itself, whatever the locale.

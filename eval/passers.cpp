@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "board/attacks.h"
 #include "eval/endgame.h"
 #include "eval/pawnentry.h"
 
@@ -124,8 +125,7 @@ int RookBehind(int pawn, SquareSet stop) {
     constexpr int e = 1 - c;
     const SquareSet behind = FileAhead<e>(pawn);
     if ((behind & (Board.Rooks[c] | Board.Rooks[e])) == 0) return 0;
-    const int rank = RankOf(pawn), file = FileOf(pawn);
-    const SquareSet seen = behind & FileAttacks[rank][file][Board.FileOccupancy[file]];
+    const SquareSet seen = behind & RookLines(pawn);
     if ((seen & Board.Rooks[e]) != 0) return -kEnemyRookBehind;
     if ((seen & Board.Rooks[c]) == 0) return 0;
     return (stop & Board.Occupied[e]) == 0 ? kRookBehindFree : kRookBehindBlocked;

@@ -33,7 +33,6 @@ constexpr int kBishopMobility = 3;  // each empty square
 constexpr int kBishopShutIn = -90, kBishopCramped = -35;
 
 // ---- Attack units by distance from the square that attackers aim at ----
-constexpr int kMinorNear[8] = {3, 3, 3, 2, 1, 0, 0, 0};  // knights and bishops
 constexpr int kRookNear[8] = {3, 3, 3, 2, 1, 0, 0, 0};
 constexpr int kQueenNear[8] = {4, 4, 4, 2, 1, 0, 0, 0};
 // By files; the last when an own pawn stands ahead on the file.
@@ -75,6 +74,14 @@ constexpr int TableIndex(int square) {
 template <int c>
 constexpr SquareSet At(int square) {
     return SquareMask(Relative<c>(square));
+}
+// The squares to which a table of theirs gives a value.
+template <int c>
+consteval SquareSet SquaresOf(const std::int8_t (&table)[64]) {
+    SquareSet squares = 0;
+    for (int square = 0; square < 64; ++square)
+        if (table[TableIndex<c>(square)] != 0) squares |= SquareMask(square);
+    return squares;
 }
 
 // A bishop of the colour that took a pawn it should have left alone.
@@ -149,7 +156,7 @@ int OpenFileValue(const PawnEntry& pawns) {
 // Men or the edge on both sides of the rook.
 bool IsBoxedRook(int square) {
     constexpr unsigned kEdges = 0x201;  // the squares beyond the a- and h-files
-    const unsigned rank = Board.RankOccupancy[RankOf(square)] * 2u | kEdges;
+    const SquareSet rank = (AllOccupied() >> 8 * RankOf(square) & 0xFF) * 2 | kEdges;
     return (rank >> FileOf(square) & 5) == 5;
 }
 
@@ -180,9 +187,8 @@ int SeventhRankTerm(const Terms& t) {
                        (Board.Occupied[e] & SeventhRankInner[c]) == 0;
     int score = 0;
     while (there != 0) {
-        const int square = TakeLowest(there), rank = RankOf(square);
-        const SquareSet seen =
-            RankAttacks[FileOf(square)][rank][Board.RankOccupancy[rank]];
+        const int square = TakeLowest(there);
+        const SquareSet seen = RookLines(square) & RankSet(RankOf(square));
         const bool supported = (seen & majors) != 0;
         if (Board.Piece[square] == QUEEN)
             score += supported ? kQueenOnSeventh : 0;
@@ -275,16 +281,18 @@ int Outpost(int square, int value) {
     }
 }
 
-// Rim, outposts and attack units of the knights.
+// Rim and outposts.
 template <int c>
-int KnightsFor(Terms& t) {
+int KnightsFor(const Terms& t) {
     int score = 0;
-    for (SquareSet knights = Board.Knights[c]; knights != 0;) {
-        const int square = TakeLowest(knights), index = TableIndex<c>(square);
-        if (kRim[index] != 0) score += KnightOnRim<c>(square, kRim[index], t);
-        if (kOutpost[index] != 0 && !t.ending[c])
-            score += Outpost<c>(square, kOutpost[index]);
-        t.danger[c] += kMinorNear[Distance[t.target[1 - c]][square]];
+    for (SquareSet rim = Board.Knights[c] & SquaresOf<c>(kRim); rim != 0;) {
+        const int square = TakeLowest(rim);
+        score += KnightOnRim<c>(square, kRim[TableIndex<c>(square)], t);
+    }
+    if (t.ending[c]) return score;
+    for (SquareSet posts = Board.Knights[c] & SquaresOf<c>(kOutpost); posts != 0;) {
+        const int square = TakeLowest(posts);
+        score += Outpost<c>(square, kOutpost[TableIndex<c>(square)]);
     }
     return score;
 }
@@ -300,22 +308,32 @@ int TrappedOnRim(SquareSet attacks, const Terms& t) {
 
 // Mobility, and the way out of a bishop near the edge.
 template <int c>
-int BishopsOnBoard(Terms& t) {
+int BishopsOnBoard(const Terms& t) {
+    constexpr SquareSet kRimSquares = SquaresOf<c>(kRim);
     int score = 0;
     for (SquareSet bishops = Board.Bishops[c]; bishops != 0;) {
         const int square = TakeLowest(bishops);
         const SquareSet attacks = BishopLines(square);
         score += kBishopMobility * PopCount(attacks & ~AllOccupied());
-        if (kRim[TableIndex<c>(square)] != 0) score += TrappedOnRim<c>(attacks, t);
-        t.danger[c] += kMinorNear[Distance[t.target[1 - c]][square]];
+        if ((kRimSquares & SquareMask(square)) != 0) score += TrappedOnRim<c>(attacks, t);
     }
     return score;
+}
+
+// Three units for a knight or bishop at most two king moves from the target, two at
+// three, one at four.
+template <int c>
+int MinorUnitsOf(int target) {
+    const SquareSet minors = Board.Knights[c] | Board.Bishops[c];
+    return PopCount(minors & Within[target][2]) + PopCount(minors & Within[target][3]) +
+           PopCount(minors & Within[target][4]);
 }
 
 template <int c>
 int PlacementFor(Terms& t, int openFile) {
     const int rooks = BackRank<c>() + RooksFor<c>(t, openFile) + SeventhRankTerm<c>(t);
     GatherQueens<c>(t);
+    t.danger[c] += MinorUnitsOf<c>(t.target[1 - c]);
     return rooks + KnightsFor<c>(t) + BishopsOnBoard<c>(t);
 }
 

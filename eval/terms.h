@@ -50,21 +50,6 @@ template <int c>
 constexpr SquareSet RelativeRankSet(int rank) {
     return RankSet(c == WHITE ? rank : 7 - rank);
 }
-// The set moved one step forward; men on the last rank fall off the board.
-template <int c>
-constexpr SquareSet Forward(SquareSet set) {
-    return c == WHITE ? set << 8 : set >> 8;
-}
-template <int c>
-constexpr SquareSet Backward(SquareSet set) {
-    return Forward<1 - c>(set);
-}
-// Squares that pawns of the colour on the set attack.
-template <int c>
-constexpr SquareSet PawnCover(SquareSet pawns) {
-    const SquareSet ahead = Forward<c>(pawns);
-    return (ahead & ~FileSet(0)) >> 1 | (ahead & ~FileSet(7)) << 1;
-}
 // The squares in front of the square on its file, from the colour's own side.
 template <int c>
 SquareSet FileAhead(int square) {

@@ -18,10 +18,6 @@ TEST(Board, StartPosition) {
         EXPECT_EQ(Board.MinorCount[c], 4);
         EXPECT_EQ(Board.MajorCount[c], 4);
     }
-    for (int i = 0; i < 8; ++i) {
-        EXPECT_EQ(Board.RankOccupancy[i], i < 2 || i > 5 ? 255 : 0) << i;
-        EXPECT_EQ(Board.FileOccupancy[i], 0xC3) << i;
-    }
     const BoardRecord start = Board;
     Position(kStart);
     EXPECT_TRUE(SameBoard(Board, start));

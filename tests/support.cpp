@@ -77,12 +77,13 @@ bool SameBoard(const BoardRecord& first, const BoardRecord& second) {
     const auto same = [count](const auto* x, const auto* y) {
         return std::memcmp(x, y, count * sizeof *x) == 0;
     };
-    return std::memcmp(&a, &b, offsetof(BoardRecord, MoveHistory)) == 0 &&
+    const auto state = [](const BoardRecord& board) -> const BoardState& {
+        return board;
+    };
+    return std::memcmp(&state(a), &state(b), sizeof(BoardState)) == 0 &&
+           a.SideToMove == b.SideToMove && a.GamePly == b.GamePly &&
            same(a.MoveHistory, b.MoveHistory) && same(a.Hash1History, b.Hash1History) &&
-           same(a.Hash2History, b.Hash2History) && same(a.FiftyHistory, b.FiftyHistory) &&
-           same(a.PositionalHistory[WHITE], b.PositionalHistory[WHITE]) &&
-           same(a.PositionalHistory[BLACK], b.PositionalHistory[BLACK]) &&
-           same(a.CastleFlagsHistory, b.CastleFlagsHistory);
+           same(a.Hash2History, b.Hash2History);
 }
 
 std::string OutputOf(const std::function<void()>& action) {
