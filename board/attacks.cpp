@@ -23,15 +23,18 @@ inline SquareSet UncoveredBehind(int to, int from) {
 }
 
 // The square of the least valuable of the side's attackers, lowest square first within a
-// kind; -1 when it has none.
-inline int LeastValuable(SquareSet attackers, int side) {
-    const SquareSet own = attackers & Board.Occupied[side];
-    if (own == 0) return -1;
-    for (const SquareSet kind :
-         {Board.Pawns[side], Board.Knights[side], Board.Bishops[side], Board.Rooks[side],
-          Board.Queens[side], Board.Kings[side]})
-        if ((own & kind) != 0) return LowestSquare(own & kind);
-    return -1;
+// kind; there must be one. Without branches, which kind it is being hard to predict.
+inline int LeastValuable(SquareSet own, int side) {
+    SquareSet least = own;  // the king's, when nothing else is found
+    const auto prefer = [&](SquareSet kind) {
+        least = (own & kind) != 0 ? own & kind : least;
+    };
+    prefer(Board.Queens[side]);
+    prefer(Board.Rooks[side]);
+    prefer(Board.Bishops[side]);
+    prefer(Board.Knights[side]);
+    prefer(Board.Pawns[side]);
+    return LowestSquare(least);
 }
 
 }  // namespace
@@ -69,9 +72,8 @@ int StaticExchange(int to, int from) {
     SquareSet attackers = (AttackersOf(to) & ClearMask(from)) | UncoveredBehind(to, from);
     int side = ChangeSide(Board.SideToMove);
     int n = 1;
-    while (attackers != 0) {
-        const int next = LeastValuable(attackers, side);
-        if (next < 0) break;
+    while (const SquareSet own = attackers & Board.Occupied[side]) {
+        const int next = LeastValuable(own, side);
         attackers = (attackers & ClearMask(next)) | UncoveredBehind(to, next);
         gain[n] = onSquare - gain[n - 1];
         onSquare = PieceValue[Board.Piece[next]];

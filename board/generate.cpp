@@ -419,6 +419,8 @@ bool GenerateQuiesce(int threshold, Move hashMove) {
     else
         AppendQueenPushes<BLACK>();
 
+    const SquareSet pawnCover = O == WHITE ? PawnCover<WHITE>(Board.Pawns[WHITE])
+                                           : PawnCover<BLACK>(Board.Pawns[BLACK]);
     // Within one list only: the board is the same for all its moves.
     LastExchange last;
     int kept = start;
@@ -441,6 +443,10 @@ bool GenerateQuiesce(int threshold, Move hashMove) {
         if (attacker < victim || (threshold < 1 && attacker == victim)) {
             keep(m, victim);
         } else if (Promotion(m) == 0) {
+            // A pawn takes back, and taking it in turn does not make up for the loss.
+            if (attacker > victim + PieceValue[PAWN] &&
+                (pawnCover & SquareMask(To(m))) != 0)
+                continue;
             const int exchange = inner ? last.Of(m) : StaticExchange(To(m), From(m));
             if (exchange >= 0) keep(m, exchange);
         } else {

@@ -35,6 +35,9 @@ struct MoveWalk {
 private:
     template <typename Hopeless>
     bool NextGroup(Hopeless isHopeless);
+    template <typename Hopeless>
+    void OrderGroup(Hopeless isHopeless);
+    void SortSome();
     bool IsRepeat(Move m) const;
 };
 
@@ -48,6 +51,27 @@ inline MoveWalk::MoveWalk(Move hash)
       sorted(Generated.MoveStackTop),
       stage(kFirstStage) {}
 
+// A group of nothing but hopeless moves is dropped, and a single other one among quiet
+// moves needs no order.
+template <typename Hopeless>
+inline void MoveWalk::OrderGroup(Hopeless isHopeless) {
+    Move* const moves = Generated.MoveStack;
+    int kept = 0, survivor = index;
+    for (int i = index; i < end && kept < 2; ++i) {
+        if (isHopeless(moves[i])) continue;
+        survivor = i;
+        ++kept;
+    }
+    if (kept == 0) {
+        index = end;
+    } else if (kept == 1 && stage == kQuietStage) {
+        moves[index] = moves[survivor];
+        sorted = end = index + 1;
+    } else {
+        ScoreGroup(stage, index, hashMove);
+    }
+}
+
 // Generates the next group above the current one; after the last, goes back to the losing
 // captures that were put off.
 template <typename Hopeless>
@@ -58,11 +82,7 @@ inline bool MoveWalk::NextGroup(Hopeless isHopeless) {
     end = Generated.MoveStackTop;
     if (stage == kQuietStage) quietMoves = end - index;
     if (stage != kNoMoreStages) {
-        if (std::all_of(Generated.MoveStack + index, Generated.MoveStack + end,
-                        isHopeless))
-            index = end;
-        else
-            ScoreGroup(stage, index, hashMove);
+        OrderGroup(isHopeless);
         return true;
     }
     if (deferredFrom < 0) return false;
@@ -78,6 +98,15 @@ inline bool MoveWalk::IsRepeat(Move m) const {
            (m == Ordering.Killer1[S][Line.Ply] || m == Ordering.Killer2[S][Line.Ply]);
 }
 
+// Selection by need: most nodes end after a few moves, and sorting the rest would be
+// wasted. Behind a quiet move that never did well all are such, and stay as they are.
+inline void MoveWalk::SortSome() {
+    SelectMoves(index, end);
+    sorted = index + kSelectedAtOnce;
+    if (stage == kQuietStage && sorted < end && Generated.MoveScores[sorted - 1] == 0)
+        sorted = end;
+}
+
 template <typename Hopeless>
 inline Move MoveWalk::Next(Hopeless isHopeless) {
     for (;;) {
@@ -86,12 +115,7 @@ inline Move MoveWalk::Next(Hopeless isHopeless) {
             continue;
         }
         if (!inCheck && stage != kKillerStage) {
-            // Selection by need: most nodes end after a few moves, and sorting the rest
-            // would be wasted.
-            if (index >= sorted) {
-                SelectMoves(index, end);
-                sorted = index + kSelectedAtOnce;
-            }
+            if (index >= sorted) SortSome();
             // The captures are in falling order: from the first losing one on all are put
             // off.
             if (stage == kCaptureStage && Generated.MoveScores[index] < 0) {
