@@ -207,6 +207,7 @@ void BuildFileSetTables() {
         int widest = 0, previous = -1;
         for (int i = 0; i < 8; ++i) {
             if ((b >> i & 1) == 0) continue;
+            Lookup.FileSquares8[b] |= FileSet(7 - i);
             if (previous >= 0) widest = std::max(widest, i - previous - 1);
             previous = i;
         }

@@ -76,6 +76,7 @@ struct LookupTables {
     std::uint8_t PopCount8[256];
     // 7 - i for the lowest i with bits i and i + 1 set; else 0.
     std::uint8_t AdjacentPair8[256];
+    SquareSet FileSquares8[256];   // all squares of the files
     std::uint8_t WidestGap8[256];  // longest run of clear bits between set bits
     // [own file set * 256 + other file set]: the wings, 0 to 2, where the own outermost
     // file lies further out, and those where it lies at least nearly as far out.
@@ -116,6 +117,7 @@ inline constexpr auto& FromHigh8 = std::as_const(Lookup.FromHigh8);
 inline constexpr auto& FromLow8 = std::as_const(Lookup.FromLow8);
 inline constexpr auto& PopCount8 = std::as_const(Lookup.PopCount8);
 inline constexpr auto& AdjacentPair8 = std::as_const(Lookup.AdjacentPair8);
+inline constexpr auto& FileSquares8 = std::as_const(Lookup.FileSquares8);
 inline constexpr auto& WidestGap8 = std::as_const(Lookup.WidestGap8);
 inline constexpr auto& OutsideWings = std::as_const(Lookup.OutsideWings);
 inline constexpr auto& ReachWings = std::as_const(Lookup.ReachWings);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "eval/development.h"
 #include "eval/drawish.h"
@@ -107,17 +108,15 @@ bool IsOutside(int score, int& alpha, int beta) {
 void KeepShield(const Terms& t) {
     const bool pawns = (Board.Pawns[WHITE] | Board.Pawns[BLACK]) != 0;
     if (!pawns && t.ending[WHITE] && t.ending[BLACK]) return;
-    for (int c : {WHITE, BLACK})
-        for (int wing : {0, 1})
-            LastEvaluation.shieldDefects[c][wing] = t.pawns->defects[c][wing];
+    std::memcpy(LastEvaluation.shieldDefects, t.pawns->defects,
+                sizeof LastEvaluation.shieldDefects);
 }
 
 void Keep(const Terms& t) {
-    for (int c : {WHITE, BLACK}) {
-        LastEvaluation.Defended[c] = t.defended[c];
-        LastEvaluation.Danger[c] = t.danger[c];
-        LastEvaluation.PassedVector[c] = t.pawns->Of(c).passed;
-    }
+    std::memcpy(LastEvaluation.Defended, t.defended, sizeof t.defended);
+    std::memcpy(LastEvaluation.Danger, t.danger, sizeof t.danger);
+    LastEvaluation.PassedVector[WHITE] = t.pawns->Of(WHITE).passed;
+    LastEvaluation.PassedVector[BLACK] = t.pawns->Of(BLACK).passed;
     LastEvaluation.pawnScore = t.pawnScore;
     KeepShield(t);
 }

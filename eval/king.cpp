@@ -27,10 +27,18 @@ constexpr int kAttackScore[] = {
 constexpr int kLastAttackScore = 27;
 constexpr int kLeastFactor = 16, kMostFactor = 32;  // sixteenths
 
-// Defects of the attacked king raise the attack by a sixteenth for every two beyond two.
-constexpr int DefenceFactor(int defects) {
-    return std::clamp(15 + defects / 2, kLeastFactor, kMostFactor);
+// [defects of the attacked king]: they raise the attack by a sixteenth for every two
+// beyond two.
+struct DefenceFactors {
+    int values[64];
+};
+consteval DefenceFactors MakeDefenceFactors() {
+    DefenceFactors factors{};
+    for (int defects = 0; defects < 64; ++defects)
+        factors.values[defects] = std::clamp(15 + defects / 2, kLeastFactor, kMostFactor);
+    return factors;
 }
+constexpr DefenceFactors kDefenceFactor = MakeDefenceFactors();
 
 // Castled, or what has been lost of the chance to.
 template <int c>
@@ -80,5 +88,5 @@ int AttackTerms(Terms& t) { return AttackFor<WHITE>(t) - AttackFor<BLACK>(t); }
 // The factor is in sixteenths.
 int AttackOnKing(int units, int defects) {
     const int score = kAttackScore[std::min(units, kLastAttackScore) - kFewestUnits];
-    return score * DefenceFactor(defects) >> 4;
+    return score * kDefenceFactor.values[defects] >> 4;
 }

@@ -397,16 +397,12 @@ const PawnEntry& ProbePawns(bool endgame) {
 // The foremost passed pawn of each file.
 template <int c>
 SquareSet ForemostPassers(const PawnEntry& entry) {
-    SquareSet passers = 0;
-    for (unsigned files = entry.Of(c).passed; files != 0; files &= files - 1) {
-        const int file = 7 - std::countr_zero(files);
-        const unsigned ranks = Board.PawnRanks[file][c];
-        if (ranks == 0) continue;
-        const int rank = c == WHITE ? static_cast<int>(std::bit_width(ranks)) - 1
-                                    : std::countr_zero(ranks);
-        passers |= SquareMask(SquareAt(file, rank));
-    }
-    return passers;
+    const SquareSet pawns = Board.Pawns[c] & FileSquares8[entry.Of(c).passed];
+    SquareSet behind = Backward<c>(pawns);
+    behind |= Backward<c>(behind);
+    behind |= Backward<c>(Backward<c>(behind));
+    behind |= Backward<c>(Backward<c>(Backward<c>(Backward<c>(behind))));
+    return pawns & ~behind;
 }
 
 }  // namespace

@@ -153,18 +153,20 @@ int OpenFileValue(const PawnEntry& pawns) {
     return kOpenFileInRookEnding[8 - PopCount8[pawns.files[WHITE] | pawns.files[BLACK]]];
 }
 
-// Men or the edge on both sides of the rook.
-bool IsBoxedRook(int square) {
-    constexpr unsigned kEdges = 0x201;  // the squares beyond the a- and h-files
-    const SquareSet rank = (AllOccupied() >> 8 * RankOf(square) & 0xFF) * 2 | kEdges;
-    return (rank >> FileOf(square) & 5) == 5;
+// Men or the edge on both sides of a rook.
+inline SquareSet BoxedRooks(SquareSet rooks) {
+    const SquareSet occupied = AllOccupied();
+    const SquareSet leftShut = occupied << 1 | FileSet(0);
+    const SquareSet rightShut = occupied >> 1 | FileSet(7);
+    return rooks & leftShut & rightShut;
 }
 
-// A file without own pawns is half-open, without any pawns open.
+// Rooks on files without own pawns, which are half-open, or open without any pawns.
 template <int c>
-int RookOnFile(int file, int openFile) {
-    if (Board.PawnRanks[file][c] != 0) return 0;
-    return Board.PawnRanks[file][1 - c] == 0 ? openFile : kHalfOpenFile;
+int RooksOnFiles(SquareSet rooks, const PawnEntry& pawns, int openFile) {
+    const SquareSet free = rooks & ~FileSquares8[pawns.files[c]];
+    const SquareSet halfOpen = free & FileSquares8[pawns.files[1 - c]];
+    return openFile * PopCount(free ^ halfOpen) + kHalfOpenFile * PopCount(halfOpen);
 }
 
 // Something to attack on the seventh rank, or a king to hold on the eighth.
@@ -199,44 +201,70 @@ int SeventhRankTerm(const Terms& t) {
     return score;
 }
 
-// The greater of the units by distance and, on a file without own pawns ahead, by files.
+// Attack units of one kind of major piece.
+struct MajorUnits {
+    // [target][square]: an own pawn ahead on the file leaves the units by distance; else
+    // the greater of those and the ones by files counts.
+    std::uint8_t closed[64][64], open[64][64];
+};
+consteval MajorUnits MakeUnits(const int (&byFile)[8], const int (&near)[8]) {
+    MajorUnits units{};
+    for (int target = 0; target < 64; ++target)
+        for (int square = 0; square < 64; ++square) {
+            const int files = FileDistance(target, square);
+            const int ranks = RankOf(target) > RankOf(square)
+                                  ? RankOf(target) - RankOf(square)
+                                  : RankOf(square) - RankOf(target);
+            const int byDistance = near[std::max(files, ranks)];
+            units.closed[target][square] =
+                static_cast<std::uint8_t>(std::max(byFile[7], byDistance));
+            units.open[target][square] =
+                static_cast<std::uint8_t>(std::max(byFile[files], byDistance));
+        }
+    return units;
+}
+constexpr MajorUnits kRookUnits = MakeUnits(kRookFile, kRookNear);
+constexpr MajorUnits kQueenUnits = MakeUnits(kQueenFile, kQueenNear);
+
 template <int c>
-int MajorUnits(int square, int target, const int (&byFile)[8], const int (&near)[8]) {
-    const bool closed = (FileAhead<c>(square) & Board.Pawns[c]) != 0;
-    const int files = closed ? 7 : FileDistance(square, target);
-    return std::max(byFile[files], near[Distance[target][square]]);
+int UnitsOf(const MajorUnits& units, SquareSet men, int target) {
+    int sum = 0;
+    while (men != 0) {
+        const int square = TakeLowest(men);
+        const bool closed = (FileAhead<c>(square) & Board.Pawns[c]) != 0;
+        sum += (closed ? units.closed : units.open)[target][square];
+    }
+    return sum;
 }
 
 template <int c>
 int RooksFor(Terms& t, int openFile) {
-    int score = 0;
-    for (SquareSet rooks = Board.Rooks[c]; rooks != 0;) {
-        const int square = TakeLowest(rooks);
-        if (IsBoxedRook(square)) score += kBoxedRook;
-        score += RookOnFile<c>(FileOf(square), openFile);
-        t.danger[c] += MajorUnits<c>(square, t.target[1 - c], kRookFile, kRookNear);
-    }
-    return score;
+    const SquareSet rooks = Board.Rooks[c];
+    if (rooks == 0) return 0;
+    t.danger[c] += UnitsOf<c>(kRookUnits, rooks, t.target[1 - c]);
+    return kBoxedRook * PopCount(BoxedRooks(rooks)) +
+           RooksOnFiles<c>(rooks, *t.pawns, openFile);
 }
 
-// The queen stands on the wing away from the enemy king and the centre is closed to her.
+// Queens on the wing away from the enemy king, with the centre closed to them.
 template <int c>
-bool IsOnFarWing(int square) {
-    const SquareSet king = Board.Kings[1 - c], queen = SquareMask(square);
+SquareSet QueensOnFarWing() {
     constexpr SquareSet kCentre =
         SquareMask(D4) | SquareMask(E4) | SquareMask(D5) | SquareMask(E5);
-    const bool apart = ((queen & WingA) != 0 && (king & WingH) != 0) ||
-                       ((queen & WingH) != 0 && (king & WingA) != 0);
-    return apart && (AllOccupied() & kCentre) != 0 && Board.PawnCount[c] >= kFarWingPawns;
+    if (Board.PawnCount[c] < kFarWingPawns || (AllOccupied() & kCentre) == 0) return 0;
+    const SquareSet king = Board.Kings[1 - c];
+    const SquareSet farWing = (king & WingH) != 0   ? WingA
+                              : (king & WingA) != 0 ? WingH
+                                                    : 0;
+    return Board.Queens[c] & farWing;
 }
 
 template <int c>
 void GatherQueens(Terms& t) {
-    for (SquareSet queens = Board.Queens[c]; queens != 0;) {
-        const int square = TakeLowest(queens);
-        t.danger[c] += MajorUnits<c>(square, t.target[1 - c], kQueenFile, kQueenNear);
-        if (IsOnFarWing<c>(square)) t.danger[c] += kQueenOnFarWing;
-    }
+    const SquareSet queens = Board.Queens[c];
+    if (queens == 0) return;
+    t.danger[c] += UnitsOf<c>(kQueenUnits, queens, t.target[1 - c]) +
+                   kQueenOnFarWing * PopCount(QueensOnFarWing<c>());
 }
 
 // ---- Knights and bishops ----
