@@ -66,12 +66,19 @@ inline bool Matches(const HashEntry& entry, std::uint32_t position) {
 }
 
 // Both sides to move of one placement share the key: the exclusive or keeps them apart.
-inline std::uint32_t FirstSlot() {
-    return (Board.hash2 & TranspositionTable.mask) ^
-           static_cast<std::uint32_t>(Board.SideToMove);
+inline std::uint32_t FirstSlot(std::uint32_t hash2, int sideToMove) {
+    return (hash2 & TranspositionTable.mask) ^ static_cast<std::uint32_t>(sideToMove);
 }
-inline std::uint32_t NextSlot(std::uint32_t slot) {
-    return (slot + (Board.hash1 & 0x1FFF)) & TranspositionTable.mask;
+inline std::uint32_t NextSlot(std::uint32_t slot, std::uint32_t hash1) {
+    return (slot + (hash1 & 0x1FFF)) & TranspositionTable.mask;
+}
+
+// Memory is far slower than the search: a node that waits for its slots loses more time
+// than fetching a few in vain costs.
+inline void PrefetchSlots(std::uint32_t hash1, std::uint32_t hash2, int sideToMove) {
+    std::uint32_t slot = FirstSlot(hash2, sideToMove);
+    for (int i = 0; i < kSlots; ++i, slot = NextSlot(slot, hash1))
+        __builtin_prefetch(&TranspositionTable.entries[slot]);
 }
 
 // The entry with the largest value gives way.
@@ -130,8 +137,8 @@ void FreeTranspositionTable() {
 
 bool HashProbe(HashHit& hit) {
     const std::uint32_t position = PositionWord();
-    std::uint32_t slot = FirstSlot();
-    for (int i = 0; i < kSlots; ++i, slot = NextSlot(slot)) {
+    std::uint32_t slot = FirstSlot(Board.hash2, Board.SideToMove);
+    for (int i = 0; i < kSlots; ++i, slot = NextSlot(slot, Board.hash1)) {
         const HashEntry& entry = TranspositionTable.entries[slot];
         if (entry.info == 0) return false;
         if (!Matches(entry, position)) continue;
@@ -149,8 +156,8 @@ void HashStore(int depth, int score, Move move, int boundType, int mateThreat) {
     const std::uint32_t position = PositionWord();
     HashEntry* target = nullptr;
     int targetValue = 0;
-    std::uint32_t slot = FirstSlot();
-    for (int i = 0; i < kSlots; ++i, slot = NextSlot(slot)) {
+    std::uint32_t slot = FirstSlot(Board.hash2, Board.SideToMove);
+    for (int i = 0; i < kSlots; ++i, slot = NextSlot(slot, Board.hash1)) {
         HashEntry& entry = TranspositionTable.entries[slot];
         if (entry.info == 0) {
             target = &entry;
@@ -194,7 +201,23 @@ Move HashMove() {
     return hit.move;
 }
 
-void PrefetchHashEntry() { __builtin_prefetch(&TranspositionTable.entries[FirstSlot()]); }
+void PrefetchHashEntry() { PrefetchSlots(Board.hash1, Board.hash2, Board.SideToMove); }
+
+// For castling, promotions and en passant other slots are fetched, in vain: the men that
+// move besides are left out.
+void PrefetchAfter(Move m) {
+    const int S = Board.SideToMove, O = ChangeSide(S);
+    const int from = From(m), to = To(m), piece = Moving(m), captured = Captured(m);
+    std::uint32_t hash1 =
+        Board.hash1 ^ HashKeys1[S][piece][from] ^ HashKeys1[S][piece][to];
+    std::uint32_t hash2 =
+        Board.hash2 ^ HashKeys2[S][piece][from] ^ HashKeys2[S][piece][to];
+    if (captured != EMPTY) {
+        hash1 ^= HashKeys1[O][captured][to];
+        hash2 ^= HashKeys2[O][captured][to];
+    }
+    PrefetchSlots(hash1, hash2, O);
+}
 
 int ScoreFromTable(int score) {
     if (score > kMateBound) return score - Line.Ply;

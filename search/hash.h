@@ -42,8 +42,10 @@ bool HashProbe(HashHit& hit);
 void HashStore(int depth, int score, Move move, int boundType, int mateThreat);
 // The best move of the current position's entry; NO_MOVE when there is none.
 Move HashMove();
-// Asks the processor for the current position's first slot ahead of its use.
+// Both ask the processor for slots ahead of their use: the current position's, and those
+// of the position after a move.
 void PrefetchHashEntry();
+void PrefetchAfter(Move m);
 
 // The score of an exact entry counted from the root: mates are Ply moves further away.
 int ScoreFromTable(int score);

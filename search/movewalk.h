@@ -6,6 +6,7 @@
 
 #include "board/attacks.h"
 #include "board/generate.h"
+#include "search/hash.h"
 
 // The walk of one node over its moves; the caller makes them and restores MoveStackTop
 // when it is done.
@@ -103,6 +104,7 @@ inline bool MoveWalk::IsRepeat(Move m) const {
 inline void MoveWalk::SortSome() {
     SelectMoves(index, end);
     sorted = index + kSelectedAtOnce;
+    for (int i = index; i < end && i < sorted; ++i) PrefetchAfter(Generated.MoveStack[i]);
     if (stage == kQuietStage && sorted < end && Generated.MoveScores[sorted - 1] == 0)
         sorted = end;
 }
