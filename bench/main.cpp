@@ -33,8 +33,9 @@ void SetPosition(const char* fen) {
 }
 
 // The node total is exact and the same on every machine; only the speed is a measurement.
-void BenchSearch(int depth) {
-    const SearchBench bench = SearchBenchPositions(depth);
+void BenchSearch(int depth, bool strong) {
+    const SearchBench bench =
+        SearchBenchPositions(depth, strong ? StrongSearch : ClassicSearch);
     const auto nodes = static_cast<double>(bench.nodes);
     std::printf("Nodes: %lld\n", static_cast<long long>(bench.nodes));
     std::printf("Speed: %.0f nodes per second of user CPU time (%.2f s)\n",
@@ -95,7 +96,9 @@ int main(int argc, char** argv) {
     search->add_option("DEPTH", depth, "Plies")
         ->check(CLI::Range(3, 98))
         ->capture_default_str();
-    search->callback([&] { BenchSearch(depth); });
+    bool strong = false;
+    search->add_flag("--strong", strong, "The strong search");
+    search->callback([&] { BenchSearch(depth, strong); });
     for (const bool divide : {false, true}) {
         CLI::App* perft = app.add_subcommand(
             divide ? "divide" : "perft",

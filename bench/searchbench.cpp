@@ -14,12 +14,12 @@
 #include "search/root.h"
 #include "search/rootmoves.h"
 
-SearchBench SearchBenchPositions(int depth) {
+SearchBench SearchBenchPositions(int depth, const Searcher& searcher) {
     SearchBench bench;
     int number = 0;
     for (const char* fen : kBenchPositions) {
         // Hash tables, history and killers of the position before would change the count.
-        if (!ResetEngine() || !SetFen(fen)) std::abort();
+        if (!ResetEngine(0, searcher) || !SetFen(fen)) std::abort();
         const double start = UserSeconds();
         Search(depth, false);
         bench.seconds += UserSeconds() - start;

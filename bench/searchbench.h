@@ -3,7 +3,10 @@
 
 #include <cstdint>
 
-inline constexpr int kSignatureDepth = 7;  // of bench/signature.txt
+#include "search/searcher.h"
+
+inline constexpr int kSignatureDepth = 7;         // of bench/signature.txt
+inline constexpr int kStrongSignatureDepth = 12;  // of bench/strong-signature.txt
 
 struct SearchBench {
     std::int64_t nodes = 0;
@@ -14,4 +17,4 @@ struct SearchBench {
 // state, and writes a line for each: number, move, score, nodes, position. The node total
 // depends on nothing but the depth and the code: neither on the order of positions nor on
 // earlier searches. Aborts when there is no memory.
-SearchBench SearchBenchPositions(int depth);
+SearchBench SearchBenchPositions(int depth, const Searcher& searcher = ClassicSearch);

@@ -94,6 +94,15 @@ void GoOn() {
 
 // ---- Commands; `line` is the whole one, `rest` what follows its first word ----
 
+// The words with " /// " between, the one in force behind a star.
+std::string Listed(const std::vector<std::string>& words, const std::string& chosen) {
+    std::string text;
+    for (const std::string& word : words)
+        text +=
+            (text.empty() ? "" : " /// ") + std::string(word == chosen ? "*" : "") + word;
+    return text;
+}
+
 void AnnounceOption(const BridgeOption& option) {
     const std::string& value = OptionValue(option.name);
     switch (option.kind) {
@@ -102,6 +111,9 @@ void AnnounceOption(const BridgeOption& option) {
                        value.c_str(), option.lowest, option.highest);
         case OptionKind::Switch:
             return Say("feature option=\"%s -check %d\"", option.name, value == "true");
+        case OptionKind::Choice:
+            return Say("feature option=\"%s -combo %s\"", option.name,
+                       Listed(option.words, value).c_str());
         case OptionKind::Button:
             return Say("feature option=\"%s -button\"", option.name);
         case OptionKind::Text:

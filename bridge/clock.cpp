@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "search/strong/timing.h"
+
 namespace {
 
 constexpr int kLeastDepth = 3, kGreatestDepth = 99;  // that "sd" makes sense of
@@ -25,6 +27,9 @@ constexpr int kMovesAtStart = 40, kLeastMoves = 20;
 constexpr int kMostMovesToGo = 60;
 
 constexpr int kLeastPart = 8;  // of the clock is there for thinking in any case
+
+constexpr int kLeastStrongDepth = 1;
+constexpr std::int64_t kGrace = 15;  // ms that the strong search may be late
 
 constexpr int kHardPlans = 3;  // the hard limit, in soft ones
 
@@ -96,6 +101,43 @@ std::string LimitCommands(const SearchLimits& limits, const TimePlan& plan, int 
     std::int64_t share = (plan.soft + 9) / 10;  // centiseconds, rounded up
     if (ponder) share = (share * 2 + 4) / 5;    // it takes two and a half of them then
     return "level 0 0 0\ntime " + std::to_string(share * EnginesShares(gamePly)) + '\n';
+}
+
+// The time for a single move is used up; the clock's share is divided by the engine's own
+// rule, for it is that rule's limits that the search stretches.
+TimePlan PlanStrongTime(const SearchLimits& limits, int moveNumber, std::int64_t overhead,
+                        bool ponder) {
+    if (limits.endless) return {};
+    const TimePlan move =
+        limits.moveTime > 0 ? PlanMoveTime(limits.moveTime) : TimePlan{};
+    if (limits.clock < 0) return move;
+    const std::int64_t clock = std::min(limits.clock, kLongestTime);
+    const MoveLimits share =
+        DivideClock({.left = AtLeastOne(std::max(clock - overhead, clock / kLeastPart)),
+                     .increment = std::clamp<std::int64_t>(limits.increment, 0, clock),
+                     .movesToGo = std::min(limits.movesToGo, kMostMovesToGo),
+                     .moveNumber = moveNumber},
+                    ponder);
+    if (limits.moveTime <= 0) return {share.soft, share.hard};
+    return {std::min(move.soft, share.soft), std::min(move.hard, share.hard)};
+}
+
+// A soft limit that is also the hard one is no limit of iterations.
+std::string StrongLimits(const SearchLimits& limits, const TimePlan& plan) {
+    const std::int64_t soft = plan.soft == plan.hard ? 0 : plan.soft;
+    return "limits " + std::to_string(soft) + ' ' + std::to_string(plan.hard) + ' ' +
+           std::to_string(limits.nodes) + '\n';
+}
+
+std::string StrongLimitCommands(const SearchLimits& limits, const TimePlan& plan) {
+    const int depth = limits.depth == 0
+                          ? kGreatestDepth
+                          : std::clamp(limits.depth, kLeastStrongDepth, kGreatestDepth);
+    return "time -1\nsd " + std::to_string(depth) + '\n' + StrongLimits(limits, plan);
+}
+
+std::int64_t StrongDeadline(const TimePlan& plan) {
+    return plan.hard == 0 ? 0 : plan.hard + kGrace;
 }
 
 // Without a clock there is none to lose.

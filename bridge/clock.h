@@ -38,6 +38,15 @@ std::int64_t StretchedLimit(const TimePlan& plan, int fall);
 // `ponder` whether it thinks on the opponent's time.
 std::string LimitCommands(const SearchLimits& limits, const TimePlan& plan, int gamePly,
                           bool ponder);
+// The same for the strong search, which keeps the limits itself and stretches the soft
+// one by what it finds.
+TimePlan PlanStrongTime(const SearchLimits& limits, int moveNumber, std::int64_t overhead,
+                        bool ponder);
+// Its limits, for a search that begins with "go" or with the predicted move.
+std::string StrongLimits(const SearchLimits& limits, const TimePlan& plan);
+std::string StrongLimitCommands(const SearchLimits& limits, const TimePlan& plan);
+// When it counts as late, in ms after the search's beginning; 0: never.
+std::int64_t StrongDeadline(const TimePlan& plan);
 // The clock allows thinking on the opponent's time: at a miss there is time left to end
 // that.
 bool TimeToPonder(const SearchLimits& limits);

@@ -84,6 +84,14 @@ BridgeOption SettingOption(const char* name, const char* keys) {
             true};
 }
 
+// A switch between words. What plays without the bridge, by the game folder's settings,
+// is another matter: the default here is the bridge's own.
+BridgeOption ChoiceOption(const char* name, const char* key, const char* standard) {
+    const Setting& s = SettingOf(key);
+    return {name, OptionKind::Choice,      standard, 0, 0, key,
+            true, {s.words[0], s.words[1]}};
+}
+
 const BridgeOption* Find(std::string_view name) {
     const auto found =
         std::find_if(kOptions.begin(), kOptions.end(),
@@ -135,6 +143,8 @@ std::string LinesOf(const BridgeOption& option, const std::string& value) {
         const int state = value == "true" ? 1 : 0;
         if (option.kind == OptionKind::Switch && (s.heard >> state & 1) != 0)
             lines += equals + s.words[state] + '\n';
+        if (option.kind == OptionKind::Choice && value != s.words[s.standard])
+            lines += equals + value + '\n';
     });
     return lines;
 }
@@ -173,6 +183,9 @@ bool Valid(const BridgeOption& option, std::string_view value) {
                    std::none_of(value.begin(), value.end(), [](char c) {
                        return static_cast<unsigned char>(c) < ' ';
                    });
+        case OptionKind::Choice:
+            return std::find(option.words.begin(), option.words.end(), value) !=
+                   option.words.end();
         case OptionKind::Button:
             return true;
     }
@@ -212,6 +225,11 @@ bool MattersNow(const BridgeOption& option) {
     return &option != Find(kAnalyseMode) || OptionValue("OwnBook") == "true";
 }
 
+// The option's lines stand in place of those of the base settings.
+bool Replaces(const BridgeOption& option) {
+    return option.kind == OptionKind::Choice || Chosen.set[option.name];
+}
+
 }  // namespace
 
 // Sizes in megabytes; times in ms; Aggressivity, Cowardice and VarietyOfPlay in percent;
@@ -222,6 +240,7 @@ const std::vector<BridgeOption> kOptions = {
     TableOption("PawnHash", "PawnHashSize"),
     {"EGTBPath", OptionKind::Text, "", 0, 0, kTableKeys, true},
     TableOption("EGTBCache", "EGTBHashSize"),
+    ChoiceOption("Search", "Search", "strong"),
     {"Clear Hash", OptionKind::Button, "", 0, 0, "", true},
     {"OwnBook", OptionKind::Switch, "false", 0, 0, "", true},
     SettingOption("UseBookWeights", "UseBookWeights"),
@@ -254,7 +273,7 @@ void ReadBaseSettings(const std::string& text, bool inFolder) {
         const std::string shown = Shown(key, value);
         for (const BridgeOption& option : kOptions)
             if (HasKey(option.keys, key) && Valid(option, shown) &&
-                !EqualNoCase(key, "UseEGTB"))
+                option.kind != OptionKind::Choice && !EqualNoCase(key, "UseEGTB"))
                 Chosen.values[option.name] = shown;
     });
     // Without a path the engine looks for tables where it is started.
@@ -267,6 +286,8 @@ const std::string& OptionValue(std::string_view name) {
     const BridgeOption* option = Find(name);
     return option == nullptr ? none : Chosen.values[option->name];
 }
+
+bool PlaysStrong() { return OptionValue("Search") == "strong"; }
 
 std::int64_t MoveOverhead() { return std::stoll(OptionValue("Move Overhead")); }
 
@@ -285,6 +306,8 @@ bool SetOption(std::string_view name, std::string_view value, std::string& remar
         if (value == "1" || EqualNoCase(value, "true")) taken = "true";
         if (value == "0" || EqualNoCase(value, "false")) taken = "false";
     }
+    for (const std::string& word : option->words)
+        if (EqualNoCase(value, word)) taken = word;
     if (SizedTable(*option) != nullptr) taken = WithinBounds(*option, value);
     if (!Valid(*option, taken)) {
         remark = "bad value for option " + std::string(option->name);
@@ -305,12 +328,12 @@ std::string WriteSettings() {
         Chosen.baseText, [&](const std::string& key, const std::string& value) {
             const bool replaced = std::any_of(
                 kOptions.begin(), kOptions.end(), [&](const BridgeOption& option) {
-                    return Chosen.set[option.name] && HasKey(option.keys, key);
+                    return Replaces(option) && HasKey(option.keys, key);
                 });
             if (!replaced && !HasKey(kTableKeys, key)) text += key + '=' + value + '\n';
         });
     for (const BridgeOption& option : kOptions)
-        if (Chosen.set[option.name]) text += LinesOf(option, Chosen.values[option.name]);
+        if (Replaces(option)) text += LinesOf(option, Chosen.values[option.name]);
     return text;
 }
 

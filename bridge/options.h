@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-// In UCI: spin, check, string, button.
-enum class OptionKind { Number, Switch, Text, Button };
+// In UCI: spin, check, string, button, combo.
+enum class OptionKind { Number, Switch, Text, Button, Choice };
 
 // A row of the list of options; constant. Values are kept beside it.
 struct BridgeOption {
@@ -19,6 +19,9 @@ struct BridgeOption {
     // Settings keys whose lines this option replaces once it has been set, ";" between.
     const char* keys;
     bool told;  // the engine is told when it is set
+    // Choices: the words, of which the setting's line takes one. What the game folder's
+    // settings say of a choice does not count here.
+    std::vector<std::string> words = {};
 };
 // Ranges and defaults come from the engine's settings where the option is one of them.
 extern const std::vector<BridgeOption> kOptions;
@@ -34,6 +37,8 @@ const std::string& OptionValue(std::string_view name);
 // why not. Of a table's size as much is taken as can be given; `remark` then says how
 // much that is.
 bool SetOption(std::string_view name, std::string_view value, std::string& remark);
+// The strong search plays.
+bool PlaysStrong();
 // ms of the clock that are not for thinking.
 std::int64_t MoveOverhead();
 // Values have been set since the settings were last written that the engine is told.

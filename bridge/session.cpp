@@ -115,11 +115,16 @@ std::string SetUpAlone() {
     return text;
 }
 
+// The classic search's nodes are counted from here.
+bool CountsNodes() { return Run.limits.nodes > 0 && !PlaysStrong(); }
+
 void StartClock() {
     Run.searchBegan = ClockMilliseconds();
-    Run.plan = PlanTime(Run.limits, MoveNumber(), MoveOverhead());
+    Run.plan = PlaysStrong() ? PlanStrongTime(Run.limits, MoveNumber(), MoveOverhead(),
+                                              Run.ponderGranted)
+                             : PlanTime(Run.limits, MoveNumber(), MoveOverhead());
     Run.progressDue = Run.searchBegan + kProgressPause;
-    if (Run.limits.nodes > 0)
+    if (CountsNodes())
         Run.statusDue = Run.searchBegan + kNodePause;
     else
         Run.statusDue = Run.outside->onProgress != nullptr ? Run.progressDue : 0;
@@ -129,6 +134,7 @@ void StartClock() {
 // the machine being busy with other things: it may go on to the hard limit.
 std::int64_t MoveDeadline() {
     if (Run.plan.soft == 0) return 0;
+    if (PlaysStrong()) return Run.searchBegan + StrongDeadline(Run.plan);
     if (!Run.heard) return Run.searchBegan + Run.plan.hard;
     const bool comparable = Run.scoreKnown && !Session.LastReport.moves.empty();
     const int fall = comparable ? Run.lastScore - Session.LastReport.score : 0;
@@ -143,12 +149,19 @@ void ForgetSearch() {
     Session.PonderHint.clear();
 }
 
+std::string EngineLimits() {
+    if (PlaysStrong()) return StrongLimitCommands(Run.limits, Run.plan);
+    return LimitCommands(Run.limits, Run.plan, EnginePly(), Run.ponderGranted);
+}
+
 // Begins the search that Limits describe, after the commands that bring the engine to the
 // position. An endless one is an analysis: a search for a move would end by itself.
 void Search(const std::string& position) {
     Run.hasSearched = true;
     Session.LastReport = ThinkingReport{};
     ForgetSearch();
+    Run.ponderGranted = !Run.limits.endless && Session.PonderWanted &&
+                        OptionValue("Ponder") == "true" && TimeToPonder(Run.limits);
     StartClock();
     if (Run.limits.endless) {
         Session.EngineActivity = Activity::Analysing;
@@ -156,10 +169,7 @@ void Search(const std::string& position) {
         return;
     }
     Session.EngineActivity = Activity::Searching;
-    Run.ponderGranted = Session.PonderWanted && OptionValue("Ponder") == "true" &&
-                        TimeToPonder(Run.limits);
-    TellEngine(position + (Run.ponderGranted ? "hard\n" : "easy\n") +
-               LimitCommands(Run.limits, Run.plan, EnginePly(), Run.ponderGranted) +
+    TellEngine(position + (Run.ponderGranted ? "hard\n" : "easy\n") + EngineLimits() +
                "go\n");
 }
 
@@ -331,7 +341,7 @@ void AcceptStatus(const std::string& line) {
     }
     if (Session.LastReport.unsure && IsBestMove(status)) SettleThought(status.move);
     ShowProgress(status);
-    if (Session.EngineActivity == Activity::Searching && Run.limits.nodes > 0 &&
+    if (Session.EngineActivity == Activity::Searching && CountsNodes() &&
         status.nodes >= Run.limits.nodes)
         MoveNow();
 }
@@ -398,7 +408,7 @@ void HandleEngine() {
 
 // When the engine is to be asked again, after having been asked now.
 std::int64_t NextStatus(std::int64_t now) {
-    if (Session.EngineActivity == Activity::Searching && Run.limits.nodes > 0)
+    if (Session.EngineActivity == Activity::Searching && CountsNodes())
         return now + kNodePause;
     if (!MayAsk()) return 0;
     if (Session.LastReport.unsure) return now + kPromotionPause;
@@ -522,7 +532,7 @@ void MoveNow() {
     Run.moveAsked = true;
     Run.moveDue = ClockMilliseconds() + kEnginePatience;
     Run.plan = TimePlan{};
-    if (Run.limits.nodes > 0) Run.statusDue = 0;
+    if (CountsNodes()) Run.statusDue = 0;
     TellEngine("?\n");
 }
 
@@ -536,7 +546,6 @@ bool TurnPonderHit(const SearchLimits& limits) {
         limits.depth != Run.limits.depth || !TimeToPonder(limits))
         return false;
     Run.limits = limits;
-    const std::string text = Game.moves.back() + '\n';
     Run.onBoard.moves.push_back(Game.moves.back());
     Session.EngineActivity = Activity::Searching;
     Session.LastReport = ThinkingReport{};
@@ -544,7 +553,8 @@ bool TurnPonderHit(const SearchLimits& limits) {
     StartClock();
     Run.heard = true;
     Run.refusals = 0;
-    TellEngine(text);
+    TellEngine((PlaysStrong() ? StrongLimits(Run.limits, Run.plan) : "") +
+               Game.moves.back() + '\n');
     return true;
 }
 

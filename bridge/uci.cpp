@@ -59,6 +59,13 @@ std::string Reply(const std::string& move) {
 
 // ---- Commands ----
 
+// Each word behind the separator.
+std::string Listed(const std::vector<std::string>& words, const char* separator) {
+    std::string text;
+    for (const std::string& word : words) text += separator + word;
+    return text;
+}
+
 void Identify(std::string_view) {
     Say("id name Veltramox %s", kVersion);
     Say("id author the Veltramox developers");
@@ -71,6 +78,10 @@ void Identify(std::string_view) {
                 break;
             case OptionKind::Switch:
                 Say("option name %s type check default %s", option.name, value.c_str());
+                break;
+            case OptionKind::Choice:
+                Say("option name %s type combo default %s%s", option.name, value.c_str(),
+                    Listed(option.words, " var ").c_str());
                 break;
             case OptionKind::Button:
                 Say("option name %s type button", option.name);

@@ -24,9 +24,7 @@
 #include "eval/pawns.h"
 #include "platform/output.h"
 #include "search/control.h"
-#include "search/hash.h"
-#include "search/history.h"
-#include "search/quiesce.h"
+#include "search/searcher.h"
 
 namespace {
 
@@ -46,6 +44,9 @@ void PlayUserMove() {
 void White() { Board.SideToMove = WHITE; }
 void Black() { Board.SideToMove = BLACK; }
 void Time() { SetEngineClock(InputLine); }
+
+// Of no meaning to the classic search.
+void Limits() { ActiveSearch().askForLimits(InputLine); }
 
 void Level() { SetLevel(InputLine); }
 
@@ -94,7 +95,7 @@ void WriteFlags() {
 }
 
 void TestCaptures() {
-    if (HasBothKings()) TestQuiescence();
+    if (HasBothKings()) ActiveSearch().testQuiescence();
 }
 
 // The engine against itself, until a call of Think makes no move. A quit while it
@@ -141,6 +142,7 @@ constexpr Command kCommands[] = {
     {"time", Time},           {"easy", Easy},          {"hard", Hard},
     {"evl", WriteEvaluation}, {"undo", TakeBack},      {"tst", TestCaptures},
     {"mvd", WriteFlags},      {"demo", Demo},          {"bkm", WriteBookInformation},
+    {"limits", Limits},
 };
 
 bool Matches(const Command& command) {
@@ -160,7 +162,7 @@ void CarryOut() {
 }  // namespace
 
 void ShutDown() {
-    FreeTranspositionTable();
+    ReleaseSearch();
     FreePawnTable();
     if (BookLoaded != 0) CloseBook();
     if (Settings.UseLearning != 0 || Settings.UseLearningData != 0) CloseLearningFile();

@@ -6,7 +6,7 @@
 #include "platform/output.h"
 #include "search/control.h"
 #include "search/hash.h"
-#include "search/history.h"
+#include "search/searcher.h"
 
 namespace {
 
@@ -54,7 +54,7 @@ void FinishEditing() {
     UpdateMatingFlags();
     Board.GamePly = 0;
     ClearGameArchive();
-    ClearHistoryAndKillers();
+    ActiveSearch().forget();
     AdvanceTableAge(kAgedGenerations);
     CheckBoard("the end of edit");
 }

@@ -7,8 +7,8 @@
 #include "driver/settings.h"
 #include "eval/evaluate.h"
 #include "search/control.h"
-#include "search/history.h"
 #include "search/rootmoves.h"
+#include "search/searcher.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ void NewGame() {
     SetStartPosition();
     Modes.MaxDepth = kMaxDepthDefault;
     Modes.ForceMode = 0;
-    ClearHistoryAndKillers();
+    ActiveSearch().forget();
     UpdateMatingFlags();
     ResetMargins();
 }

@@ -9,6 +9,7 @@
 #include "search/control.h"
 #include "search/outward.h"
 #include "search/rootmoves.h"
+#include "search/searcher.h"
 
 namespace {
 
@@ -71,6 +72,12 @@ After Time(const char* line) {
     return After::Return;
 }
 
+// For the search on the predicted move, when that comes.
+After Limits(const char* line) {
+    ActiveSearch().askForLimits(line);
+    return After::NextLine;
+}
+
 // A move of the match list, or an illegal one.
 After TypedMove(char* line) {
     if (line[4] < 'a') line[4] = '\0';
@@ -100,6 +107,7 @@ constexpr SearchCommand kSearchCommands[] = {
     {"hard", CarryOutAndStop<Hard>},
     {"easy", CarryOutAndStop<Easy>},
     {"time", Time},
+    {"limits", Limits},
 };
 
 After HandleLine(char* line) {

@@ -44,6 +44,11 @@ constexpr Setting Switch(Texts t, int* value, int standard, unsigned heard,
         0,         0,         0,     "",     {word0, word1},      heard};
 }
 
+constexpr Setting OnlyIfOn(Setting setting) {
+    setting.onlyIfOn = true;
+    return setting;
+}
+
 constexpr EngineSettings& In = SettingsInForce;
 
 // clang-format off
@@ -112,6 +117,12 @@ constinit const Setting kSettings[] = {
     Switch({"Thinking on the opponent's time",
             "\"off\" forbids it whatever the front end asks for.",
             "Pondering", "Pondering"}, &In.Pondering, 1, kHearsOff),
+
+    OnlyIfOn(Switch({"Search",
+                     "\"classic\": the engine's own search since its first version. \"strong\": a newer one,\n"
+                     "much stronger. What front ends get through veltramox-bridge is its option \"Search\".",
+                     "Search", "Search"},
+                    &In.UseStrongSearch, 0, kHearsBoth, "classic", "strong")),
 };
 // clang-format on
 
@@ -175,7 +186,8 @@ void SetDefaultSettings() {
 }
 
 void WriteSettingsReport() {
-    for (const Setting& s : kSettings) WriteSetting(s);
+    for (const Setting& s : kSettings)
+        if (!s.onlyIfOn || *s.value != 0) WriteSetting(s);
     Write("\n");
     FlushOutput();
 }

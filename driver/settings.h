@@ -29,6 +29,8 @@ struct EngineSettings {
     int UseLearning, UseLearningData, LogLearningIntoFile;
     // ---- Thinking on the opponent's time: "hard" may switch it on ----
     int Pondering;
+    // ---- Which search plays ----
+    int UseStrongSearch;
 
     bool operator==(const EngineSettings&) const = default;
 };
@@ -63,6 +65,7 @@ struct Setting {
     // off.
     const char* words[2];
     unsigned heard;
+    bool onlyIfOn = false;  // left out of the report while it is 0
 };
 // In the order of the report and of the settings file.
 std::span<const Setting> AllSettings();

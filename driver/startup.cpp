@@ -22,19 +22,21 @@
 #include "platform/process.h"
 #include "platform/version.h"
 #include "search/control.h"
-#include "search/hash.h"
 #include "search/root.h"
+#include "search/searcher.h"
 
 namespace {
 
 // The engine cannot think without its hash tables: it ends.
 void AllocateTables() {
-    if (AllocateTranspositionTable(Settings.TranspositionSize) &&
+    const Searcher& searcher =
+        Settings.UseStrongSearch != 0 ? StrongSearch : ClassicSearch;
+    if (ChooseSearch(searcher, Settings.TranspositionSize) &&
         AllocatePawnTable(Settings.PawnHashSize))
         return;
     Write("An error occured while memory allocation!\n");
     FlushOutput();
-    FreeTranspositionTable();
+    ReleaseSearch();
     FreePawnTable();
     std::exit(EXIT_FAILURE);
 }
@@ -67,11 +69,11 @@ void ResetState() {
 
 }  // namespace
 
-bool ResetEngine(int tableBits) {
+bool ResetEngine(int tableBits, const Searcher& searcher) {
     ResetState();
     FreePawnTable();
-    if (!AllocateTranspositionTable(tableBits != 0 ? tableBits
-                                                   : Settings.TranspositionSize) ||
+    if (!ChooseSearch(searcher,
+                      tableBits != 0 ? tableBits : Settings.TranspositionSize) ||
         !AllocatePawnTable(Settings.PawnHashSize))
         return false;
     NewGame();

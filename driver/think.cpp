@@ -14,10 +14,10 @@
 #include "driver/usermove.h"
 #include "platform/output.h"
 #include "search/control.h"
-#include "search/hash.h"
 #include "search/history.h"
 #include "search/root.h"
 #include "search/rootmoves.h"
+#include "search/searcher.h"
 
 namespace {
 
@@ -156,7 +156,7 @@ bool ProbePonderMove(Next& next) {
 // Predicts the opponent's move and makes it, for the search to go on from there.
 Next StartPondering() {
     BuildMatchList();
-    const Move tableMove = HashMove();
+    const Move tableMove = ActiveSearch().bestKnown();
     BeginPondering(IsInMatchList(tableMove) ? tableMove : NO_MOVE);
     Next next = Next::Finish;
     if (Ponder.PonderMove == NO_MOVE && !ProbePonderMove(next)) return next;

@@ -5,10 +5,10 @@
 #include "driver/modes.h"
 #include "platform/output.h"
 #include "search/control.h"
-#include "search/hash.h"
 #include "search/outward.h"
 #include "search/rootmoves.h"
 #include "search/scores.h"
+#include "search/searcher.h"
 
 namespace {
 
@@ -29,23 +29,16 @@ void WriteMove(Move m) {
     Write(" %s", text);
 }
 
-// The best move, then the table's moves from position to position.
+// The best move, then those that the search expects.
 void WriteVariation() {
-    int made = 0, written = 1;
     WriteMove(RootMoves[0]);
     // During a search of the root move it is on the board already.
-    if (Board.GamePly == Root.RootGamePly) {
-        MakeMove(RootMoves[0]);
-        ++made;
-    }
-    for (; written < kMostMoves; ++written) {
-        const Move m = HashMove();
-        if (m == NO_MOVE) break;
-        WriteMove(m);
-        MakeMove(m);
-        ++made;
-    }
-    for (; made > 0; --made) UnmakeMove();
+    const bool atRoot = Board.GamePly == Root.RootGamePly;
+    if (atRoot) MakeMove(RootMoves[0]);
+    Move line[kMostMoves - 1];
+    const int count = ActiveSearch().expectedLine(line, kMostMoves - 1);
+    if (atRoot) UnmakeMove();
+    for (int i = 0; i < count; ++i) WriteMove(line[i]);
 }
 
 }  // namespace

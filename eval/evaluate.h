@@ -25,6 +25,10 @@ inline int Evaluated(int lower, int upper) {
     return lower;
 }
 
+// The exact score with the terms of the strong search, centipawns for the side to move;
+// -kFullWindow where that side is seen to be mated.
+int EvaluatedWithActivity();
+
 // By the last evaluation that ran all terms, centipawns before the settings' weights: the
 // attack score of a colour on the other king, weighted with that king's defects; the
 // shelter penalty of a colour's king; and both together, the danger of the other king.

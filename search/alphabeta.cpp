@@ -12,9 +12,11 @@
 #include "search/extend.h"
 #include "search/hash.h"
 #include "search/history.h"
+#include "search/learnedscore.h"
 #include "search/movewalk.h"
 #include "search/outward.h"
 #include "search/reduction.h"
+#include "search/repetition.h"
 #include "search/rootmoves.h"
 #include "search/scores.h"
 #include "search/singular.h"
@@ -138,18 +140,6 @@ inline bool EndgameShortcut(Node& node, int& score) {
     return false;
 }
 
-// One earlier occurrence, in the game or in the current line, is a draw.
-inline bool RepeatsPosition() {
-    // It takes each side two moves to come back.
-    if (Board.FiftyCounter < 4) return false;
-    const int last = Board.GamePly - 1;
-    if (last < 0 || !IsReversible(Board.MoveHistory[last])) return false;
-    for (int i = Board.GamePly - 2; i >= 0 && IsReversible(Board.MoveHistory[i]); i -= 2)
-        if (Board.Hash1History[i] == Board.hash1 && Board.Hash2History[i] == Board.hash2)
-            return true;
-    return false;
-}
-
 // A null move is not worthwhile where the table says that the node fails low.
 inline bool NullWorthwhile(const Node& node, const HashHit& hit) {
     if ((hit.boundType & kUpperBound) == 0) return true;
@@ -174,20 +164,6 @@ inline bool ProbeTable(Node& node, int& score) {
     }
     return (hit.boundType == kUpperBound && hit.score <= node.alpha) ||
            (hit.boundType == kLowerBound && hit.score >= node.beta);
-}
-
-// A position whose result was stored from an earlier game, searched at least as deep:
-// asked near the root, in the engine's own middlegames.
-inline bool LearnedScore(const Node& node, int& score) {
-    constexpr int kMostGamePly = 120, kLeastUnits = 14, kMostFifty = 70;
-    if (Control.LearnedScoresUsed == 0 || node.S != EvaluationInput.RootSide ||
-        Line.Ply > std::max(Root.RootDepth / 2, 2) ||
-        Board.GamePly + ArchivedPlies() >= kMostGamePly ||
-        Board.Units[node.S] <= kLeastUnits || Board.Units[node.O] <= kLeastUnits ||
-        Board.FiftyCounter >= kMostFifty)
-        return false;
-    int depth = 0;
-    return LearnLookup(Board.hash1, Board.hash2, score, depth) && node.depth <= depth;
 }
 
 // Not without pieces, where zugzwang rules; with one minor or rook only at small depth.
@@ -413,14 +389,7 @@ inline int FinishNode(const Node& node) {
 
 }  // namespace
 
-bool PollPoint() {
-    if (InputAvailable()) {
-        Control.PollCountdown = Control.PollInterval;
-        CheckInput();
-        if (Control.StopSearch != 0) return true;
-    }
-    return CheckClock();
-}
+bool PollPoint() { return PollInput() || CheckClock(); }
 
 int AlphaBeta(int alpha, int beta, int depth, bool nullAllowed) {
     ++Result.NodeCount;
@@ -449,7 +418,7 @@ int AlphaBeta(int alpha, int beta, int depth, bool nullAllowed) {
 
     // 4. Endgame tables, and positions learned from earlier games.
     if (TbMaxPieces != 0 && ProbeTableScore(score)) return score;
-    if (LearnedScore(node, score)) return score;
+    if (LearnedScore(node.depth, score)) return score;
 
     // 5. Null move: a position that stands passing will stand a move.
     if (nullAllowed && node.nullWorthwhile && NullMoveAllowed(node) &&

@@ -5,11 +5,7 @@
 #include <cstdint>
 
 #include "board/board.h"
-
-// Bound types; 3 has both bits.
-inline constexpr int kUpperBound = 1;
-inline constexpr int kLowerBound = 2;
-inline constexpr int kExact = 3;
+#include "search/scores.h"
 
 inline constexpr int kHashEntryBytes = 20;
 

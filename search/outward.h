@@ -4,12 +4,20 @@
 #include "board/types.h"
 #include "book/book.h"           // BookLoaded, BookProbe
 #include "book/positionlearn.h"  // LearnLookup
+#include "search/control.h"
 
 // ---- driver/input.cpp ----
 // Input waits to be handled; cheap, asked at every poll point.
 bool InputAvailable();
 // Handles what waits; may set StopSearch and the other flags of control.h.
 void CheckInput();
+// Both at a poll point: true when what came stops the search.
+inline bool PollInput() {
+    if (!InputAvailable()) return false;
+    Control.PollCountdown = Control.PollInterval;
+    CheckInput();
+    return Control.StopSearch != 0;
+}
 
 // ---- driver/result.cpp ----
 // Writes the result line and returns true if the game is drawn in this position. A draw,

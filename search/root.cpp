@@ -9,9 +9,12 @@
 #include "search/alphabeta.h"
 #include "search/control.h"
 #include "search/hash.h"
+#include "search/history.h"
 #include "search/outward.h"
+#include "search/quiesce.h"
 #include "search/rootmoves.h"
 #include "search/scores.h"
+#include "search/searcher.h"
 
 SearchResult Result;
 
@@ -198,7 +201,7 @@ void StoreRoot() {
     Line.Ply = ply;
 }
 
-void Deepen() {
+void DeepenClassic() {
     Line.Ply = 1;
     for (int depth = kFirstIteration; depth < Control.DepthLimit; ++depth) {
         if (depth == kIterationsEnd) {
@@ -216,7 +219,43 @@ void Deepen() {
     }
 }
 
+// The classic table's exact entry of the position.
+bool ExactResult(Move& move, int& score) {
+    HashHit hit;
+    if (!HashProbe(hit) || hit.boundType != kExact) return false;
+    move = hit.move;
+    score = ScoreFromTable(hit.score);
+    return true;
+}
+
+void IgnoreLimits(const char*) {}
+
+// The line is read back from the table, so that the search keeps no line.
+int ExpectedLine(Move* line, int most) {
+    int count = 0;
+    for (; count < most; ++count) {
+        const Move m = HashMove();
+        if (m == NO_MOVE) break;
+        line[count] = m;
+        MakeMove(m);
+    }
+    for (int made = count; made > 0; --made) UnmakeMove();
+    return count;
+}
+
 }  // namespace
+
+const Searcher ClassicSearch = {
+    .allocate = AllocateTranspositionTable,
+    .release = FreeTranspositionTable,
+    .forget = ClearHistoryAndKillers,
+    .deepen = DeepenClassic,
+    .bestKnown = HashMove,
+    .exactResult = ExactResult,
+    .expectedLine = ExpectedLine,
+    .askForLimits = IgnoreLimits,
+    .testQuiescence = TestQuiescence,
+};
 
 void ResetRoot() {
     Root = {};
@@ -249,7 +288,7 @@ bool Search(int depthLimit, bool bookAllowed) {
     if (Root.RootMoveCount < 2)
         MissPondering();
     else
-        Deepen();
+        ActiveSearch().deepen();
     Line.Ply = 0;
     return false;
 }

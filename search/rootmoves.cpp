@@ -6,7 +6,7 @@
 
 #include "board/attacks.h"
 #include "search/control.h"
-#include "search/hash.h"
+#include "search/searcher.h"
 
 RootList Root;
 
@@ -17,11 +17,9 @@ constexpr int kRootScratch = kMaxMoves;
 
 // The table's move, when it knows the position exactly; its score becomes RootScore.
 Move TableRootMove() {
-    HashHit hit;
+    Move move = NO_MOVE;
     RootScore = Result.PreviousScore;
-    if (!HashProbe(hit) || hit.boundType != kExact) return NO_MOVE;
-    RootScore = ScoreFromTable(hit.score);
-    return hit.move;
+    return ActiveSearch().exactResult(move, RootScore) ? move : NO_MOVE;
 }
 
 void AppendRootMove(Move m, int S) {

@@ -97,11 +97,16 @@ int ScoreOf(int value) {
 
 }  // namespace
 
-bool ProbeTableScore(int& score) {
+bool AskTables(int& score) {
     int value;
     if (!IsProbeNode() || !ProbeTablebase(ChangeSide(Board.SideToMove), value))
         return false;
     score = ScoreOf(value);
+    return true;
+}
+
+bool ProbeTableScore(int& score) {
+    if (!AskTables(score)) return false;
     HashStore(kTableDepth, score, NULL_MOVE, kExact, 0);
     return true;
 }

@@ -12,6 +12,7 @@
 #include "eval/evaluate.h"
 #include "search/control.h"
 #include "tests/scratch.h"
+#include "tests/support.h"
 
 namespace {
 
@@ -87,6 +88,7 @@ TEST_F(SettingsFile, LinesChangeWhatTheyName) {
         {"UseBookWeights=off", With("UseBookWeights", 0)},
         {"UseEGTB=OFF", With("UseEGTB", 0)},
         {"Pondering=off", With("Pondering", 0)},
+        {"search=STRONG", With("Search", 1)},
         {"EGTBPath=C:\\TB", WithPath("C:\\TB")},
         {"EGTBPath=/a b;c\x01hidden", WithPath("/a b;c")},
         {"EGTBPath=tables\xC3\xA9", WithPath("tables")},
@@ -111,6 +113,8 @@ TEST_F(SettingsFile, OtherLinesChangeNothing) {
                              "UseEGTB=on",
                              "Pondering=on",
                              "BookLearningMode=kill",
+                             "Search=classic",
+                             "Search=strange",
                              "ResignValue=",
                              "ResignValue=-5",
                              "ResignValue=8x",
@@ -142,6 +146,16 @@ TEST_F(SettingsFile, PonderingOffAlsoWithdrawsThePermission) {
     Read("Pondering=off\n");
     EXPECT_EQ(Ponder.PonderAllowed, 0);
     Ponder.PonderAllowed = 1;
+}
+
+// Front ends of before read the report: it has a new line only for what they do not have.
+TEST_F(SettingsFile, TheReportNamesTheSearchOnlyIfItIsTheNewOne) {
+    Read("Search=classic\n");
+    const std::string before = OutputOf(WriteSettingsReport);
+    EXPECT_EQ(before.find("Search"), std::string::npos);
+    Read("Search=strong\n");
+    EXPECT_EQ(OutputOf(WriteSettingsReport),
+              before.substr(0, before.size() - 1) + "Search=strong\n\n");
 }
 
 TEST_F(SettingsFile, LaterLinesWin) {
