@@ -279,6 +279,12 @@ bool BeginAnew() {
     return false;
 }
 
+// Ready to be counted into, opened if none is open.
+bool PrepareFile(bool fresh) {
+    if (Statistics.counters.bytes == nullptr && !OpenStatisticsFile()) return false;
+    return !fresh || BeginAnew();
+}
+
 }  // namespace
 
 int BuildStatistics(const char* pgnName, bool fresh) {
@@ -288,7 +294,10 @@ int BuildStatistics(const char* pgnName, bool fresh) {
         FlushOutput();
         return kFailedStatus;
     }
-    if (fresh && !BeginAnew()) return kFailedStatus;
+    if (!PrepareFile(fresh)) {
+        ClosePgn(*pgn);
+        return kFailedStatus;
+    }
     Progress progress;
     const PgnStatus status = CountGames(*pgn, progress);
     ClosePgn(*pgn);

@@ -49,11 +49,12 @@ void CountResult(int pair, int result);
 std::uint16_t ReadCounter(int pair, int result);
 
 // Counts all games of a PGN file, from the start position or the one of their tags, each
-// when it has been read to its end, and reports on standard output. Adds to what the file
-// holds, unless `fresh` empties it first (once the games can be opened). When the program
-// is asked to end it stops and leaves the game at hand out. The exit status: 0; 1 when
-// the games cannot be read or the statistics file is cut off meanwhile; 2 when a token is
-// too long to be a move and the reading has stopped there.
+// when it has been read to its end, and reports on standard output. The statistics file
+// is the open one; with none open, the usual one is opened, once the games are. Adds to
+// what it holds, unless `fresh` empties it first. When the program is asked to end it
+// stops and leaves the game at hand out. The exit status: 0; 1 when either file cannot be
+// opened or the statistics file is cut off meanwhile; 2 when a token is too long to be a
+// move and the reading has stopped there.
 int BuildStatistics(const char* pgnName, bool fresh = false);
 // Appends a line with the results for the material on the board to the report. The exit
 // status: 0, or 1 with a line on standard output when it cannot be written.

@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <ctime>
@@ -21,7 +22,7 @@ EngineConnection Engine;
 
 namespace {
 
-constexpr int kEndPatience = 2000;  // ms for its end
+constexpr int kEndPatience = 2000;  // ms for its end at most
 
 struct {
     ChildProcess process;     // its output goes to Engine.EngineOutput
@@ -77,10 +78,10 @@ bool WaitForEngine(bool untilItTakes, std::int64_t deadline) {
     return !Engine.EngineOutput.ended && !TerminationRequested();
 }
 
-// False when the engine is gone, takes nothing for kEnginePatience, or this program is to
-// end.
+// False when the engine is gone, takes nothing for as long as the patience lasts, or this
+// program is to end.
 bool SendAll(std::string_view text) {
-    const std::int64_t deadline = ClockMilliseconds() + kEnginePatience;
+    const std::int64_t deadline = ClockMilliseconds() + Engine.Patience;
     while (!text.empty()) {
         const ssize_t sent = write(Child.process.input, text.data(), text.size());
         if (sent >= 0)
@@ -124,7 +125,7 @@ void StopEngine() {
     if (Child.process.pid > 0) {
         TellEngine("quit\n");
         Forget();
-        ChildEnded(Child.process, kEndPatience);
+        ChildEnded(Child.process, std::min(kEndPatience, Engine.Patience));
     }
     KillChild(Child.process);
     Forget();
@@ -144,7 +145,7 @@ bool SettleEngine(void (*visit)(const std::string& line)) {
     const std::string number = std::to_string(++Child.token);
     TellEngine("exit\nforce\n" + (kQuestion + number) + '\n');
     const std::string answer = kAnswer + number;
-    const std::int64_t deadline = ClockMilliseconds() + kEnginePatience;
+    const std::int64_t deadline = ClockMilliseconds() + Engine.Patience;
     for (std::string line;;) {
         while (TakeLine(Engine.EngineOutput, line)) {
             if (line == answer) return true;

@@ -6,13 +6,12 @@
 
 #include "bridge/lines.h"
 
-// ms for any answer before the engine counts as hung.
-inline constexpr int kEnginePatience = 20000;
-
 struct EngineConnection {
     // The program to start; a name without "/" is looked for in the search path. Set by
     // the command line.
     std::string EngineProgram = "veltramox";
+    // ms for any answer before it counts as hung. Set by the command line.
+    int Patience = 20000;
     // What it says, as lines; descriptor -1: it does not run.
     LineReader EngineOutput;
 };

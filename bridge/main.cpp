@@ -70,6 +70,13 @@ void Describe(CLI::App& app, CommandLine& line) {
                    "game folder by itself")
         ->type_name("FOLDER")
         ->take_last();
+    app.add_option("--patience", Engine.Patience,
+                   "Milliseconds without an answer after which the engine counts as hung "
+                   "and is started anew")
+        ->type_name("MS")
+        ->check(CLI::Range(100, 3600000))
+        ->capture_default_str()
+        ->take_last();
     CLI::App& bench = *app.add_subcommand(
         "bench", "Searches a set of positions; the last line says \"N nodes M nps\"");
     bench.add_option("DEPTH", line.depth, "The depth, in plies")

@@ -530,7 +530,7 @@ void EndActivity() {
 void MoveNow() {
     if (Session.EngineActivity != Activity::Searching || Run.moveAsked) return;
     Run.moveAsked = true;
-    Run.moveDue = ClockMilliseconds() + kEnginePatience;
+    Run.moveDue = ClockMilliseconds() + Engine.Patience;
     Run.plan = TimePlan{};
     if (CountsNodes()) Run.statusDue = 0;
     TellEngine("?\n");

@@ -207,10 +207,10 @@ bool IsNumberedLimit(std::string_view word) {
     return false;
 }
 
-// Reads what follows "go"; without any limit the search is endless. False after a
-// complaint.
+// Reads what follows "go"; without any limit the search is endless. Unknown words are
+// passed over, as UCI wants it, and the first of them is said. False after a complaint.
 bool ReadLimits(std::string_view rest, SearchLimits& limits, bool& ponder) {
-    bool endless = false;
+    bool endless = false, unknown = false;
     for (std::string_view word; !(word = TakeWord(rest)).empty();) {
         if (word == "infinite") {
             endless = true;
@@ -222,9 +222,9 @@ bool ReadLimits(std::string_view rest, SearchLimits& limits, bool& ponder) {
             while (LegalMove(TakeWord(after)) != NO_MOVE) rest = after;
         } else if (IsNumberedLimit(word)) {
             if (!ReadLimit(word, rest, limits)) return false;
-        } else {
-            Complain("go: unknown word " + std::string(word));
-            return false;
+        } else if (!unknown) {
+            unknown = true;
+            Say("info string go: unknown word %s", std::string(word).c_str());
         }
     }
     const bool limited =

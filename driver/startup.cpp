@@ -109,11 +109,11 @@ void RunStatisticsModes(int count, char** arguments) {
     const bool report = count == 2 && begins("-c");
     if (!build && !report) return;
     int status = EXIT_FAILURE;
-    if (OpenStatisticsFile()) {
-        status = build ? BuildStatistics(arguments[fresh && isFresh(2) ? 3 : 2], fresh)
-                       : ReportStatistics();
-        CloseStatisticsFile();
-    }
+    if (build)
+        status = BuildStatistics(arguments[fresh && isFresh(2) ? 3 : 2], fresh);
+    else if (OpenStatisticsFile())
+        status = ReportStatistics();
+    CloseStatisticsFile();
     FlushOutput();
     std::exit(OutputIsLost() ? EXIT_FAILURE : status);
 }

@@ -712,17 +712,78 @@ TEST(BridgeProgram, AnEngineThatDiesIsReplaced) {
 }
 
 // A bridge with this script for its engine.
-EngineProcess StartWithEngine(const Scratch& folder, const std::string& script,
-                              bool uci) {
+EngineProcess StartWithEngine(const Scratch& folder, const std::string& script, bool uci,
+                              const std::string& arguments = "") {
     folder.Write("engine", "#!/bin/sh\n" + script);
     folder.Write("bridge", "#!/bin/sh\nexec " VELTRAMOX_BRIDGE " --engine " +
-                               folder.Path("engine") + "\n");
+                               folder.Path("engine") + ' ' + arguments + "\n");
     for (const char* name : {"engine", "bridge"})
         std::filesystem::permissions(folder.Path(name),
                                      std::filesystem::perms::owner_all);
     return uci ? StartEngine(folder.Path("bridge"), "uci\n", "uciok")
                : StartEngine(folder.Path("bridge"), "xboard\nprotover 2\n",
                              "feature done=1");
+}
+
+int LinesIn(const std::string& text, const std::string& wanted) {
+    std::istringstream lines(text);
+    int count = 0;
+    for (std::string line; std::getline(lines, line);) count += line.starts_with(wanted);
+    return count;
+}
+
+// An engine that answers questions, and sleeps for ever at this word: every time, or only
+// once. Otherwise it plays.
+std::string Sleeping(const Scratch& folder, const std::string& word, bool always) {
+    const std::string said = folder.Path("said");
+    return "while read -r line; do echo \"$line\" >>" + said +
+           "; case $line in\n"
+           "a1a1x*) echo \"Illegal move: $line\";;\n" +
+           word + ") " +
+           (always ? "" : "test $(grep -cFx '" + word + "' " + said + ") -gt 1 || ") +
+           "exec sleep 100;;\nesac; case $line in\n"
+           "go) echo '5 20 3 1000 e7e5'; echo move e7e5;;\n"
+           "quit) exit;; esac; done\n";
+}
+
+// It does not move when it is told to, or is not heard of when it is to stop: after its
+// patience the bridge starts another one, which searches on.
+TEST(BridgeProgram, AnEngineThatHangsIsReplaced) {
+    constexpr int kShortPatience = 500, kEnough = 5000;  // ms
+    const std::string arguments = "--patience " + std::to_string(kShortPatience);
+    const struct {
+        bool uci;
+        const char *word, *sent, *remark;
+    } cases[] = {
+        {true, "go", "go movetime 100\n", "info string the engine ended"},
+        {true, "analyze", "go infinite\nstop\n", "info string the engine ended"},
+        {false, "go", "?\n", "# the engine ended"},
+    };
+    for (const auto& c : cases) {
+        Scratch folder;
+        EngineProcess bridge =
+            StartWithEngine(folder, Sleeping(folder, c.word, false), c.uci, arguments);
+        SendText(bridge, c.uci ? "position startpos moves e2e4\n" : "usermove e2e4\n");
+        const auto asked = BenchClock::now();
+        SendText(bridge, c.sent);
+        EXPECT_NE(WaitForLine(bridge, c.remark, kEnough), "") << c.sent;
+        EXPECT_GE(BenchClock::now() - asked, std::chrono::milliseconds(kShortPatience));
+        EXPECT_NE(WaitForLine(bridge, c.uci ? "bestmove e7e5" : "move e7e5", kEnough), "")
+            << c.sent;
+        EXPECT_TRUE(StopEngine(bridge));
+    }
+    // One that always hangs is given up, and the bridge ends.
+    Scratch folder;
+    EngineProcess bridge =
+        StartWithEngine(folder, Sleeping(folder, "go", true), true, arguments);
+    SendText(bridge, "position startpos moves e2e4\ngo movetime 100\n");
+    EXPECT_NE(WaitForLine(bridge, "info string the engine keeps ending", kEnough), "");
+    int status = 0;
+    const bool ended = ChildEnded(bridge.child, kEnough, &status);
+    EXPECT_TRUE(ended && WIFEXITED(status) && WEXITSTATUS(status) == EXIT_FAILURE);
+    if (!ended) StopEngine(bridge);
+    KillChild(bridge.child);
+    EXPECT_EQ(LinesIn(folder.Read("said"), "go"), 3);
 }
 
 // An engine that plays without looking: the bridge does not pass such moves on.
@@ -801,10 +862,56 @@ TEST(BridgeProgram, ANewGameIsOneToTheEngine) {
         EXPECT_NE(WaitForLine(bridge, "move ", kPatience), "");
     }
     EXPECT_TRUE(StopEngine(bridge));
-    std::istringstream said(folder.Read("said"));
-    int games = 0;
-    for (std::string line; std::getline(said, line);) games += line == "new";
-    EXPECT_EQ(games, 3);
+    EXPECT_EQ(LinesIn(folder.Read("said"), "new"), 3);
+}
+
+// The move that the engine ponders on after its `number`th own, as it has said itself.
+std::string PonderedMove(const Scratch& folder, int number) {
+    for (int waited = 0; waited < kPatience; waited += 10, usleep(10000)) {
+        const std::string heard = folder.Read("heard");
+        if (LinesIn(heard, "Hint: ") == number && heard.ends_with('\n'))
+            return heard.substr(heard.rfind("Hint: ") + 6, 4);
+    }
+    return "";
+}
+
+// A hit lets the search go on that there is: "go" would begin another, with another
+// clock. After a miss too, whose search began a little late with a little less time; the
+// engine, which hears questions late here, sees to that.
+TEST(BridgeProgram, PonderHitsCountAfterAMiss) {
+    for (const char* control : {"st 0.3", "level 0 0:10 0"}) {
+        Scratch folder;
+        EngineProcess bridge = StartWithEngine(
+            folder,
+            "while read -r line; do echo \"$line\" >>" + folder.Path("said") +
+                "; case $line in a1a1x*) sleep 0.1;; esac; echo "
+                "\"$line\"; done | " VELTRAMOX_PROGRAM " | tee " +
+                folder.Path("heard") + "\n",
+            false);
+        StartGame();
+        PlayMove("e2e4");
+        SendText(bridge, std::string("new\nhard\n") + control + "\nusermove e2e4\n");
+        std::string answer = WaitForLine(bridge, "move ", kPatience);
+        int number = 0;
+        for (const bool hit : {true, false, true, true}) {
+            ASSERT_TRUE(answer != "" && PlayMove(answer.substr(5))) << answer;
+            const std::string expected = PonderedMove(folder, ++number);
+            ASSERT_NE(LegalMove(expected), NO_MOVE) << expected;
+            const std::vector<Move> legal = AllLegalMoves();
+            const std::string other =
+                MoveText(MoveText(legal[0]) == expected ? legal[1] : legal[0]);
+            const std::string& move = hit ? expected : other;
+            PlayMove(move);
+            const std::size_t before = folder.Read("said").size();
+            SendText(bridge, "usermove " + move + '\n');
+            answer = WaitForLine(bridge, "move ", kPatience);
+            const std::string told = folder.Read("said").substr(before);
+            EXPECT_EQ(LinesIn(told, "go"), hit ? 0 : 1) << control << ": " << told;
+            EXPECT_EQ(told == move + "\n?\n", hit) << control << ": " << told;
+        }
+        EXPECT_TRUE(StopEngine(bridge));
+    }
+    StartGame();
 }
 
 // More questions than the engine answers while it thinks.

@@ -87,12 +87,14 @@ TEST_F(StatisticsRunTest, LostOutputCostsNoCounts) {
 
 TEST_F(StatisticsRunTest, StatusesTellWhatHappened) {
     scratch.Write("games", kGame);
-    EXPECT_EQ(Run({"-p", "games"}), 0);
-    EXPECT_EQ(Said(), "");
     EXPECT_EQ(Run({"-p", "none"}), 1);
+    EXPECT_EQ(Run({"-p", "none", "--fresh"}), 1);
     EXPECT_EQ(Said(), "Error opening file none...\n");
     EXPECT_EQ(Run({"-p", "."}), 1);
     EXPECT_EQ(Said(), "Error opening file ....\n");
+    EXPECT_FALSE(fs::exists(scratch.Path("Veltramox.set")));
+    EXPECT_EQ(Run({"-p", "games"}), 0);
+    EXPECT_EQ(Said(), "");
     EXPECT_EQ(Run({"-c"}), 0);
     EXPECT_EQ(scratch.Read("out.vlx"), "Draws=0 wins=1 losses=1 Result=2/4 (50%)\n\n");
     fs::remove(scratch.Path("out.vlx"));
