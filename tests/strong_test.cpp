@@ -11,7 +11,9 @@
 #include "board/legalmoves.h"
 #include "board/notation.h"
 #include "board/pseudolegal.h"
+#include "driver/edit.h"
 #include "driver/startup.h"
+#include "egtb/tablebase.h"
 #include "platform/clock.h"
 #include "search/control.h"
 #include "search/root.h"
@@ -23,6 +25,7 @@
 #include "search/strong/reductions.h"
 #include "search/strong/state.h"
 #include "tests/support.h"
+#include "tests/tables.h"
 
 namespace {
 
@@ -252,6 +255,69 @@ TEST_F(StrongSearchTest, Draws) {
     // A pawn more, but every way on is stalemate or its loss.
     SearchFresh("7k/8/6KP/8/8/8/8/8 w - - 0 1", 10);
     EXPECT_EQ(RootScore, 0);
+}
+
+// ---- Endgame tables ----
+
+// King and one man against a king, somewhere, legal and not yet over.
+bool RandomEnding(Random& random) {
+    ClearBoard();
+    const auto square = [&] { return random.Below(64); };
+    const int man = (std::initializer_list<int>{QUEEN, ROOK, PAWN}).begin()[random.Below(3)];
+    const int at = man == PAWN ? 8 + random.Below(48) : square();
+    const int white = square(), black = square();
+    if (at == white || at == black || Distance[white][black] < 2) return false;
+    AddPiece(white, WHITE, KING);
+    AddPiece(black, BLACK, KING);
+    AddPiece(at, WHITE, man);
+    DeriveCastlingFlags();
+    Board.SideToMove = random.Below(2);
+    Board.GamePly = 0;
+    ClearGameArchive();
+    Board.FiftyCounter = 0;
+    UpdateMatingFlags();
+    const int S = Board.SideToMove;
+    return !IsAttacked(S, Board.KingSquare[ChangeSide(S)]) && LegalMoves().count > 1;
+}
+
+// Plies to the mate, negative for the side that is mated; 0: a draw.
+int TablePlies() {
+    int value = 0;
+    EXPECT_TRUE(ProbeTablebase(ChangeSide(Board.SideToMove), value));
+    if (value == 0) return 0;
+    return value > 0 ? 2 * (32767 - value) - 1 : -2 * (value + 32766);
+}
+
+// Without tables no mate is announced that is not there; with them every result is known.
+TEST_F(StrongSearchTest, MatesAgreeWithTheTables) {
+    const WithTables tables(ThreeManTables());
+    const int men = TbMaxPieces;
+    Random random(5);
+    int mates = 0;
+    for (int tried = 0; tried < 400;) {
+        FreshStrong(12);
+        if (!RandomEnding(random)) continue;
+        ++tried;
+        const int plies = TablePlies();
+        TbMaxPieces = 0;
+        Search(12, false);
+        TbMaxPieces = men;
+        const int distance = MateScore - std::abs(RootScore);
+        if (std::abs(RootScore) > kMateBound) {
+            ++mates;
+            EXPECT_EQ(RootScore > 0, plies > 0) << EditCommands();
+            EXPECT_GE(distance, std::abs(plies)) << EditCommands();
+        }
+        StrongSearch.allocate(12);  // what it has found so far is not to count
+        Search(4, false);
+        if (plies == 0) {
+            EXPECT_EQ(RootScore, 0) << EditCommands();
+        } else {
+            EXPECT_EQ(RootScore, plies > 0 ? MateScore - plies : -MateScore - plies)
+                << EditCommands();
+        }
+    }
+    EXPECT_GT(mates, 20);
 }
 
 // ---- The table ----
