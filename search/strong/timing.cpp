@@ -34,7 +34,7 @@ constexpr std::int64_t kProbeMilliseconds = 1000;
 constexpr std::int64_t kLongestTime = 1000000000;
 
 // ---- The soft limit in doubt, percent ----
-constexpr int kBaseShare = 75;
+constexpr int kBaseShare = 90;
 constexpr int kUnstable = 110, kPerStable = 8, kStable = 50;
 struct ScoreFall {
     int above, percent;
