@@ -72,7 +72,7 @@ TEST(SelfPlay, SlowGamesEndProperly) {
     std::map<std::string, int> results;
     int longest = 0;
     for (int game = 0; game < games && !HasFailure(); ++game) {
-        FreshEngine(16);
+        FreshEngine(16, game % 2 == 0 ? ClassicSearch : StrongSearch);
         NewGame();
         Modes.MaxDepth = 3 + game % 3;
         // One who resigns at once ends lost games early; the others are played out.
@@ -91,7 +91,7 @@ TEST(SelfPlay, SlowGamesEndProperly) {
         while (Board.GamePly > 0) TakeBackGameMove();
         EXPECT_TRUE(SameBoard(Board, start)) << "game " << game;
     }
-    SetDefaultSettings();
+    FreshEngine();
     std::printf("%d games, the longest of %d plies\n", games, longest);
     for (const auto& [result, count] : results)
         std::printf("%6d  %s\n", count, result.c_str());

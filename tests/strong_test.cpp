@@ -12,7 +12,6 @@
 #include "board/notation.h"
 #include "board/pseudolegal.h"
 #include "driver/edit.h"
-#include "driver/startup.h"
 #include "egtb/tablebase.h"
 #include "platform/clock.h"
 #include "search/control.h"
@@ -33,10 +32,7 @@ namespace {
 const char* const kManyQueens =
     "qqqqqqqk/qqqqqqqq/1q1q1qqq/8/8/QQQ1Q1Q1/QQQQQQQQ/KQQQQQQQ w - -";
 
-void FreshStrong(int tableBits = 0) {
-    ASSERT_TRUE(ResetEngine(tableBits, StrongSearch));
-    AllowPondering(false);
-}
+void FreshStrong(int tableBits = 19) { FreshEngine(tableBits, StrongSearch); }
 
 // All tests here; those of other files find the classic search again.
 class StrongSearchTest : public testing::Test {
@@ -262,8 +258,9 @@ TEST_F(StrongSearchTest, Draws) {
 // King and one man against a king, somewhere, legal and not yet over.
 bool RandomEnding(Random& random) {
     ClearBoard();
+    constexpr int kMen[] = {QUEEN, ROOK, PAWN};
     const auto square = [&] { return random.Below(64); };
-    const int man = (std::initializer_list<int>{QUEEN, ROOK, PAWN}).begin()[random.Below(3)];
+    const int man = kMen[random.Below(3)];
     const int at = man == PAWN ? 8 + random.Below(48) : square();
     const int white = square(), black = square();
     if (at == white || at == black || Distance[white][black] < 2) return false;

@@ -14,8 +14,8 @@
 #include "search/hash.h"
 #include "search/history.h"
 
-void FreshEngine(int tableBits) {
-    ASSERT_TRUE(ResetEngine(tableBits));
+void FreshEngine(int tableBits, const Searcher& searcher) {
+    ASSERT_TRUE(ResetEngine(tableBits, searcher));
     AllowPondering(false);
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "board/legalmoves.h"
+#include "search/searcher.h"
 
 // Positions with castling, en passant, promotions, pins and checks of all kinds.
 inline constexpr const char* kStart =
@@ -21,9 +22,9 @@ inline constexpr const char* kKnightFork =
 inline constexpr const char* kMiddlegame =
     "r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P1b1/P1NP1N2/1PP1QPPP/R4RK1 w - -";
 
-// The state of a program just started, without clock, thinking lines and pondering; the
-// transposition table has 2^tableBits entries.
-void FreshEngine(int tableBits = 19);
+// The state of a program just started, without clock, thinking lines and pondering, with
+// that search; its table is that of 2^tableBits classic entries.
+void FreshEngine(int tableBits = 19, const Searcher& searcher = ClassicSearch);
 // Sets the board by a FEN, and the search's inputs (Ply, check, killers) for it.
 void Position(const char* fen);
 

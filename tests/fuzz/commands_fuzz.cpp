@@ -43,10 +43,13 @@ void PutIntoStandardInput(const std::string& text) {
 }
 
 // From start-up to the end of input, in a folder of its own with the smallest tables.
-void RunProgram() {
+void RunProgram(bool strong) {
     static const Scratch folder;
     static const int before = open(".", O_RDONLY);
-    folder.Write("Veltramox.ini", "TranspositionSize=13\nPawnHashSize=12\nUseEGTB=off\n");
+    folder.Write(
+        "Veltramox.ini",
+        std::string("TranspositionSize=13\nPawnHashSize=12\nUseEGTB=off\nSearch=") +
+            (strong ? "strong\n" : "classic\n"));
     Require(chdir(folder.directory.c_str()) == 0);
     StartUp();
     CommandLoop();
@@ -60,6 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     PutIntoStandardInput(
         Session(VELTRAMOX_FUZZ_KIND, {reinterpret_cast<const char*>(data), size}));
-    RunProgram();
+    // Either search, as the input's length has it: a fault comes again with its input.
+    RunProgram(size % 2 != 0);
     return 0;
 }

@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Two engines play each other for hours while commands of every kind come in between.
+"""Two engines, one with each search, play each other for hours while commands of every kind come
+in between.
 
 The games are watched: each move must be legal, and whenever both engines rest, the boards
 they show must be the game's. An engine that ends, hangs, or says something on standard error
@@ -32,11 +33,12 @@ class Fault(Exception):
 class Engine:
     """An engine process in a folder of its own, and everything it was sent."""
 
-    def __init__(self, program, name):
-        self.name = name
+    def __init__(self, program, name, search):
+        self.name, self.search = name, search
         self.folder = tempfile.mkdtemp(prefix="veltramox-soak-")
         with open(os.path.join(self.folder, "Veltramox.ini"), "w") as settings:
             settings.write("UseEGTB=off\nLearning=on\nUseLearningData=on\nTranspositionSize=15\n")
+            settings.write(f"Search={search}\n")
         self.errors = open(os.path.join(self.folder, "stderr"), "w+")
         self.process = subprocess.Popen(
             [os.path.abspath(program)], cwd=self.folder, stdin=subprocess.PIPE,
@@ -173,8 +175,8 @@ class Table:
     def __init__(self, program, chance):
         self.program, self.chance = program, chance
         self.players = []  # White first
-        for name in ("first", "second"):
-            self.players.append(Engine(program, name))
+        for name, search in (("first", "classic"), ("second", "strong")):
+            self.players.append(Engine(program, name, search))
         self.begin_from(referee.Position(), standard=True)
         self.games = self.plies = self.disturbances = 0
 
@@ -391,7 +393,7 @@ class Table:
             engine.send(self.chance.choice(["?", "?", ".", "undo", "new", "result 1-0", "e2e4"]))
         engine.send("quit")
         finish(engine)
-        self.players[chosen] = Engine(self.program, engine.name)
+        self.players[chosen] = Engine(self.program, engine.name, engine.search)
         self.set_up()
 
     def cpu_seconds(self):
@@ -414,9 +416,9 @@ def finish(engine):
 
 
 # ---- At a fault ----
-def crashes(program, sent):
+def crashes(program, search, sent):
     """Whether these lines, with their pauses, make an engine fail again."""
-    engine = Engine(program, "again")
+    engine = Engine(program, "again", search)
     complaint = ""
     try:
         for pause, line in sent:
@@ -431,7 +433,7 @@ def crashes(program, sent):
     return engine.end() != 0 or bool(complaint)
 
 
-def cut_down(program, sent, seconds=300):
+def cut_down(program, search, sent, seconds=300):
     """Leaves out what is not needed for the fault, in ever smaller pieces."""
     deadline = time.monotonic() + seconds
     piece = max(1, len(sent) // 2)
@@ -439,7 +441,7 @@ def cut_down(program, sent, seconds=300):
         at = 0
         while at < len(sent) and time.monotonic() < deadline:
             fewer = sent[:at] + sent[at + piece:]
-            if crashes(program, fewer):
+            if crashes(program, search, fewer):
                 sent = fewer
             else:
                 at += piece
@@ -450,9 +452,10 @@ def cut_down(program, sent, seconds=300):
 def report(program, fault):
     print(f"FAULT: {fault}")
     print(fault.engine.complaint())
-    sent = fault.engine.sent
-    if crashes(program, sent):
-        sent = cut_down(program, sent)
+    sent, search = fault.engine.sent, fault.engine.search
+    print(f"file Veltramox.ini <<END\nSearch={search}\nEND")
+    if crashes(program, search, sent):
+        sent = cut_down(program, search, sent)
         print("# It comes back with:")
     else:
         print("# It does not come back by itself. The last that was sent:")
