@@ -54,9 +54,6 @@ endfunction()
 
 # ---- The engine ----
 install(TARGETS veltramox RUNTIME DESTINATION ${programs_dir} COMPONENT engine)
-if(TARGET veltramox-v3)
-  install(TARGETS veltramox-v3 RUNTIME DESTINATION ${programs_dir} COMPONENT engine)
-endif()
 install(PROGRAMS tools/start.sh DESTINATION ${programs_dir} RENAME start COMPONENT engine)
 install_launcher(veltramox engine)
 compress_file(docs/man/veltramox.6 veltramox.6)

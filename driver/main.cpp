@@ -5,7 +5,6 @@
 #include "driver/commands.h"
 #include "driver/startup.h"
 #include "platform/output.h"
-#include "platform/process.h"
 #include "platform/version.h"
 
 namespace {
@@ -47,9 +46,6 @@ void PrepareStatisticsModes(int count, char** arguments) {
 
 int main(int count, char** arguments) {
     TellAboutProgram(count, arguments);
-#ifdef VELTRAMOX_NEWER_CPU
-    BecomeProgramForNewerCpu(VELTRAMOX_NEWER_CPU, arguments);
-#endif
     PrepareStatisticsModes(count, arguments);
     StartUp();
     RunStatisticsModes(count, arguments);

@@ -407,17 +407,6 @@ SquareSet ForemostPassers(const PawnEntry& entry) {
 
 }  // namespace
 
-void PrefetchPawnsAfter(Move m) {
-    if (Moving(m) != PAWN && Captured(m) != PAWN) return;
-    const int S = Board.SideToMove;
-    std::uint32_t key = Board.PawnHash2;
-    if (Moving(m) == PAWN)
-        key ^= HashKeys2[WHITE][S][From(m)] ^ HashKeys2[WHITE][S][To(m)];
-    if (Captured(m) == PAWN) key ^= HashKeys2[WHITE][ChangeSide(S)][To(m)];
-    const auto kings = static_cast<std::uint32_t>(ClassOfKings(IsEndgame()));
-    __builtin_prefetch(&PawnHashTable.entries[(key ^ kings) & PawnHashTable.mask]);
-}
-
 bool AllocatePawnTable(int bits) {
     FreePawnTable();
     if (bits < 0 || bits > kMaxPawnHashBits) return false;

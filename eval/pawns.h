@@ -8,9 +8,6 @@
 bool AllocatePawnTable(int bits);
 void FreePawnTable();
 
-// Asks the processor for the entry of the pawns after the move ahead of its use.
-void PrefetchPawnsAfter(Move m);
-
 // Pawn structure with the bonuses that the rest of the board gives it; fills the pawn
 // fields of the evaluation in progress. Centipawns from White's view.
 int PawnTerms(Terms& t);

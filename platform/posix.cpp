@@ -13,8 +13,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
-#include <filesystem>
-#include <string>
 
 #include "platform/clock.h"
 #include "platform/files.h"
@@ -37,17 +35,6 @@ void Handle(int signal, void (*handler)(int)) {
     action.sa_handler = handler;
     sigemptyset(&action.sa_mask);
     sigaction(signal, &action, nullptr);  // no SA_RESTART: waiting calls must wake up
-}
-
-// No processor has these four without the rest of the level.
-bool HasNewerCpu() {
-#ifdef __x86_64__
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
-           __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
-#else
-    return false;
-#endif
 }
 
 // Sleeps until the descriptor is ready or has failed (the caller's read or write tells).
@@ -197,12 +184,3 @@ void PrepareSignals() {
 }
 
 bool TerminationRequested() { return Terminating != 0; }
-
-void BecomeProgramForNewerCpu(const char* suffix, char** arguments) {
-    if (!HasNewerCpu()) return;
-    std::error_code error;
-    std::string path = std::filesystem::read_symlink("/proc/self/exe", error).string();
-    if (error) return;
-    path += suffix;
-    execv(path.c_str(), arguments);
-}

@@ -10,8 +10,3 @@ void PrepareSignals();
 // ReadNext heed it (the first reports input, the others its end), so callers need not
 // ask.
 bool TerminationRequested();
-
-// On a processor of the level x86-64-v3 the program that is named like this one with the
-// suffix added, and lies beside it, takes its place with the same arguments. Returns when
-// the processor is an older one or there is no such program.
-void BecomeProgramForNewerCpu(const char* suffix, char** arguments);

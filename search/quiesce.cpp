@@ -5,7 +5,6 @@
 #include "search/quiesce.h"
 
 #include "eval/evaluate.h"
-#include "eval/pawns.h"
 #include "search/alphabeta.h"
 #include "search/control.h"
 #include "search/hash.h"
@@ -36,14 +35,6 @@ inline int GainThreshold(int alpha) {
     return alpha - Margins.PositionalMargin - Board.Material[S] + Board.Material[O];
 }
 
-// Pawns change with most captures, and their entries lie far apart in memory. More than a
-// few captures are seldom tried.
-inline void PrefetchPawns(int start, int end) {
-    constexpr int kMost = 3;
-    for (int i = start; i < end && i < start + kMost; ++i)
-        PrefetchPawnsAfter(Generated.MoveStack[i]);
-}
-
 // The inner levels: stand pat, then every capture that can reach alpha. True from the
 // generator means that a king can be taken, so that the move before was illegal: beta
 // makes it fail.
@@ -58,7 +49,6 @@ int QuiesceCaptures(int alpha, int beta) {
         return beta;
     }
     const int end = Generated.MoveStackTop;
-    PrefetchPawns(top, end);
     for (int i = top; i < end; ++i) {
         MakeMove(Generated.MoveStack[i]);
         const int v = -QuiesceCaptures(-beta, -alpha);
@@ -84,7 +74,6 @@ int QuiesceChild(Move m, int alpha, int beta) {
             c = -alpha;  // the move was illegal
         } else {
             const int end = Generated.MoveStackTop;
-            PrefetchPawns(top, end);
             for (int i = top; i < end; ++i) {
                 MakeMove(Generated.MoveStack[i]);
                 const int r = -QuiesceCaptures(alpha, -c);
@@ -144,7 +133,6 @@ int Quiesce(int alpha, int beta) {
     }
     const int end = Generated.MoveStackTop;
     if (end == top) return alpha;
-    PrefetchPawns(top, end);
     for (int i = top; i < end; ++i) {
         const Move m = Generated.MoveStack[i];
         const int v = QuiesceChild(m, alpha, beta);
