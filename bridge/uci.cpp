@@ -176,6 +176,14 @@ void SetPosition(std::string_view rest) {
     if (!ReadPosition(rest, Owed.refusal)) Complain(Owed.refusal);
 }
 
+// Plies that are searched for a mate in so many moves. The strong search leaves out what
+// looks hopeless, sacrifices among it, and sees a mate some plies late.
+int MateDepth(int moves) {
+    constexpr int kMostMoves = 40;
+    const int least = 2 * std::min(moves, kMostMoves) + 1;
+    return PlaysStrong() ? 2 * least : least;
+}
+
 // The limit that the word names is read into `limits`; false with a complaint when its
 // number is missing.
 bool ReadLimit(std::string_view word, std::string_view& rest, SearchLimits& limits) {
@@ -193,7 +201,7 @@ bool ReadLimit(std::string_view word, std::string_view& rest, SearchLimits& limi
     if (word == (white ? "winc" : "binc")) limits.increment = time;
     if (word == "movestogo") limits.movesToGo = small;
     if (word == "depth") limits.depth = small;
-    if (word == "mate") limits.depth = 2 * std::min(small, 40) + 1;
+    if (word == "mate") limits.depth = MateDepth(small);
     if (word == "nodes") limits.nodes = positive;
     if (word == "movetime") limits.moveTime = std::max<std::int64_t>(time, 1);
     return true;
