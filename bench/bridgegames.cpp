@@ -38,6 +38,7 @@ struct Conditions {
     int games = 200;
     int base = 1000, increment = 10;  // ms
     bool rebased = false;  // each position as a FEN of its own, without the moves before
+    std::string search = "classic";
 };
 Conditions Given;
 
@@ -190,16 +191,25 @@ void CecpEndGame(Player& player) {
 struct Dialect {
     const char* name;
     const char *greeting, *ready;
+    const char* searchOption;  // what sets it, up to its value
     void (*newGame)(Player&);
     std::string (*move)(Player&, int colour, double clock, Tally&);
     void (*ponder)(Player&, int colour, double clock);
     void (*endGame)(Player&);
 };
 constexpr Dialect kDialects[] = {
-    {"uci", "uci\n", "uciok", UciNewGame, UciMove, UciPonder, UciEndGame},
-    {"xboard", "xboard\nprotover 2\n", "feature done=1", CecpNewGame, CecpMove,
-     CecpPonder, CecpEndGame},
+    {"uci", "uci\n", "uciok", "setoption name Search value ", UciNewGame, UciMove,
+     UciPonder, UciEndGame},
+    {"xboard", "xboard\nprotover 2\n", "feature done=1", "option Search=", CecpNewGame,
+     CecpMove, CecpPonder, CecpEndGame},
 };
+
+// The plans of time are those of the classic search, as is the engine alone.
+EngineProcess StartBridge(const std::string& program, const Dialect& dialect) {
+    EngineProcess process = StartEngine(program, dialect.greeting, dialect.ready);
+    SendText(process, dialect.searchOption + Given.search + '\n');
+    return process;
+}
 
 // ---- Games ----
 
@@ -311,8 +321,8 @@ double Median(std::vector<double> times) {
 // True when something went wrong.
 bool PlayGames(const std::string& program, const Dialect& dialect) {
     Tally tally;
-    Player player{StartEngine(program, dialect.greeting, dialect.ready)};
-    EngineProcess reference = StartEngine(program, "uci\n", "uciok");
+    Player player{StartBridge(program, dialect)};
+    EngineProcess reference = StartBridge(program, kDialects[0]);
     const std::vector<int> children = Children(player.process.child.pid);
     if (!children.empty()) player.engine = children.front();
     for (int i = 0; i < Given.games; ++i) PlayGame(dialect, player, reference, i, tally);
@@ -352,8 +362,8 @@ double TimeOf(EngineProcess& process, const std::string& text, const char* answe
 // bridge, in turn. What a move takes more there is the bridge's.
 void MeasureLatency(const std::string& bridge, const std::string& engine, int trials) {
     EngineProcess direct = StartEngine(engine);
-    EngineProcess uci = StartEngine(bridge, "uci\n", "uciok");
-    EngineProcess cecp = StartEngine(bridge, "xboard\nprotover 2\n", "feature done=1");
+    EngineProcess uci = StartBridge(bridge, kDialects[0]);
+    EngineProcess cecp = StartBridge(bridge, kDialects[1]);
     SendText(direct, "new\neasy\nnopost\nforce\n");
     SendText(cecp, "new\neasy\nnopost\nforce\nsd 3\n");
     std::mt19937 random(1);
@@ -416,6 +426,9 @@ int main(int count, char** arguments) {
     play.add_option("--increment", Given.increment, "ms a move")
         ->capture_default_str()
         ->check(CLI::Range(0, 60000));
+    play.add_option("--search", Given.search)
+        ->capture_default_str()
+        ->check(CLI::IsMember({"classic", "strong"}));
     play.add_flag("--rebased", Given.rebased, "each position as a FEN of its own");
 
     CLI::App& latency =
