@@ -81,7 +81,8 @@ TEST_F(EvaluateTest, KingEndingPlacement) {
 // A game's traces of castling, all White's; the enemy has a queen.
 TEST_F(EvaluateTest, CastlingTerms) {
     struct {
-        int castledKingside, castledQueenside, king, rookH, rookA, value;
+        std::uint8_t castledKingside, castledQueenside;
+        int king, rookH, rookA, value;
     } constexpr kCases[] = {
         {0, 0, 0, 0, 0, 0},   {1, 0, 1, 0, 0, 40},  {0, 1, 1, 0, 0, 30},
         {0, 0, 1, 1, 1, -44}, {0, 0, 0, 1, 0, -24}, {0, 0, 0, 0, 1, -20},

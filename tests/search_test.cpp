@@ -3,9 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 
-#include "bench/positions.h"
+#include "bench/searchbench.h"
 #include "board/notation.h"
 #include "driver/modes.h"
 #include "driver/thinkingline.h"
@@ -19,6 +18,7 @@
 #include "search/root.h"
 #include "search/rootmoves.h"
 #include "search/scores.h"
+#include "tests/signature.h"
 #include "tests/support.h"
 
 namespace {
@@ -47,21 +47,8 @@ TEST(Search, SameInputSameTree) {
     EXPECT_EQ(result(kCastlings), first);
 }
 
-// The node total of all bench positions is the one on record, and no search leaves a
-// trace on the board.
 TEST(Search, BenchSignature) {
-    std::ifstream file(VELTRAMOX_TEST_FOLDER "/../bench/signature.txt");
-    int depth = 0;
-    std::int64_t expected = 0, total = 0;
-    ASSERT_TRUE(file >> depth >> expected);
-    for (const char* fen : kBenchPositions) {
-        Position(fen);
-        const BoardRecord before = Board;
-        SearchFresh(fen, depth);
-        ASSERT_TRUE(SameBoard(Board, before)) << fen;
-        total += Result.NodeCount;
-    }
-    EXPECT_EQ(total, expected) << "a wanted change: run bench/update-signature";
+    ExpectSignature("signature.txt", kSignatureDepth, SearchFresh);
 }
 
 TEST(Search, FindsMates) {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 
 #include "bench/positions.h"
 #include "bench/searchbench.h"
@@ -23,6 +22,7 @@
 #include "search/strong/quiesce.h"
 #include "search/strong/reductions.h"
 #include "search/strong/state.h"
+#include "tests/signature.h"
 #include "tests/support.h"
 #include "tests/tables.h"
 
@@ -105,21 +105,8 @@ TEST_F(StrongSearchTest, SameInputSameTree) {
     EXPECT_EQ(played[0], 20000);
 }
 
-// No search leaves a trace on the board.
 TEST_F(StrongSearchTest, BenchSignature) {
-    std::ifstream file(VELTRAMOX_TEST_FOLDER "/../bench/strong-signature.txt");
-    int depth = 0;
-    std::int64_t expected = 0, total = 0;
-    ASSERT_TRUE(file >> depth >> expected);
-    EXPECT_EQ(depth, kStrongSignatureDepth);
-    for (const char* fen : kBenchPositions) {
-        Position(fen);
-        const BoardRecord before = Board;
-        SearchFresh(fen, depth);
-        ASSERT_TRUE(SameBoard(Board, before)) << fen;
-        total += Result.NodeCount;
-    }
-    EXPECT_EQ(total, expected) << "a wanted change: run bench/update-signature";
+    ExpectSignature("strong-signature.txt", kStrongSignatureDepth, SearchFresh);
 }
 
 TEST_F(StrongSearchTest, StoppedAnywhereTheBoardIsAsItWas) {

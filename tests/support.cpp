@@ -67,20 +67,17 @@ void WalkTree(int depth, const std::function<void()>& visit) {
     }
 }
 
-bool SameBoard(const BoardRecord& first, const BoardRecord& second) {
-    BoardRecord a = first, b = second;
+bool SameBoard(const BoardRecord& a, const BoardRecord& b) {
+    BoardState states[2] = {a, b};
     if (a.MatingFlagsValid == 0 || b.MatingFlagsValid == 0)  // then they say nothing
-        for (BoardRecord* board : {&a, &b})
-            board->MatingFlagsValid = board->NoMatingMaterial[WHITE] =
-                board->NoMatingMaterial[BLACK] = 0;
+        for (BoardState& state : states)
+            state.MatingFlagsValid = state.NoMatingMaterial[WHITE] =
+                state.NoMatingMaterial[BLACK] = 0;
     const auto count = static_cast<std::size_t>(a.GamePly);
     const auto same = [count](const auto* x, const auto* y) {
         return std::memcmp(x, y, count * sizeof *x) == 0;
     };
-    const auto state = [](const BoardRecord& board) -> const BoardState& {
-        return board;
-    };
-    return std::memcmp(&state(a), &state(b), sizeof(BoardState)) == 0 &&
+    return std::memcmp(&states[0], &states[1], sizeof states[0]) == 0 &&
            a.SideToMove == b.SideToMove && a.GamePly == b.GamePly &&
            same(a.MoveHistory, b.MoveHistory) && same(a.Hash1History, b.Hash1History) &&
            same(a.Hash2History, b.Hash2History);
