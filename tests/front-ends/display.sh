@@ -15,7 +15,10 @@ trap clean_up EXIT
 
 # start_display SIZE: of the screen, like 1024x768.
 start_display() {
-  Xvfb -displayfd 3 -screen 0 "$1x24" -nolisten tcp 3>"$room/display" >"$room/xvfb.log" 2>&1 &
+  # -noreset: else the server begins anew whenever its last client goes, and refuses one that
+  # comes just then.
+  Xvfb -displayfd 3 -screen 0 "$1x24" -nolisten tcp -noreset \
+    3>"$room/display" >"$room/xvfb.log" 2>&1 &
   display_pid=$!
   for _ in $(seq 100); do
     [ -s "$room/display" ] && break
