@@ -443,10 +443,13 @@ bool GenerateQuiesce(int threshold, Move hashMove) {
         if (attacker < victim || (threshold < 1 && attacker == victim)) {
             keep(m, victim);
         } else if (Promotion(m) == 0) {
-            // A pawn takes back, and taking it in turn does not make up for the loss.
+            // A pawn takes back, and taking it in turn does not make up for the loss. The
+            // value kept until now is of another capture and no longer the last one.
             if (attacker > victim + PieceValue[PAWN] &&
-                (pawnCover & SquareMask(To(m))) != 0)
+                (pawnCover & SquareMask(To(m))) != 0) {
+                last = {};
                 continue;
+            }
             const int exchange = inner ? last.Of(m) : StaticExchange(To(m), From(m));
             if (exchange >= 0) keep(m, exchange);
         } else {

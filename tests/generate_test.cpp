@@ -216,6 +216,11 @@ TEST(Generate, QuiescenceCaptures) {
     EXPECT_EQ(Generated.MoveStackTop, 0);
     Position("4k3/4R3/8/8/8/8/8/4K3 w - -");  // the king can be taken
     EXPECT_TRUE(GenerateQuiesceCapturesInner(5000));
+    // Another bishop stands behind the bishop, so the knight's exchange value is not its
+    // own: the pawn that is taken in between must not bring that one back.
+    Position("4q2k/8/8/p3p3/1p6/2B2N2/8/b6K w - -");
+    EXPECT_FALSE(GenerateQuiesceCapturesInner(0));
+    EXPECT_EQ(TextsFrom(0), "c3a1 f3e5");
 }
 
 // A few passes at a time or all at once: what the plain exchange sort gives, ties
