@@ -5,8 +5,9 @@
 
 // One earlier occurrence, in the game or in the current line, is a draw.
 inline bool RepeatsPosition() {
-    // It takes each side two moves to come back.
-    if (Board.FiftyCounter < 4) return false;
+    // Two moves in a row take a man there and back where the front end switched sides
+    // between them.
+    if (Board.FiftyCounter < 2) return false;
     const int last = Board.GamePly - 1;
     if (last < 0 || !IsReversible(Board.MoveHistory[last])) return false;
     for (int i = Board.GamePly - 2; i >= 0 && IsReversible(Board.MoveHistory[i]); i -= 2)

@@ -120,6 +120,11 @@ TEST(Search, Draws) {
     EXPECT_LT(SearchNode(120), -100);
     Play("d8e8");
     EXPECT_EQ(SearchNode(120), 0);  // a position that comes again, once is enough
+    Position("4k3/8/8/8/8/8/P7/R3K3 w");
+    Play("a1b1");
+    Board.SideToMove = WHITE;  // as "white" does between two moves
+    Play("b1a1");
+    EXPECT_EQ(SearchNode(120), 0);
     Position("R3k3/8/4K3/8/8/8/8/8 b - - 99");
     EXPECT_EQ(SearchNode(120), 1 - MateScore);
     Position("R3k3/8/4K3/8/8/8/8/8 b - - 100");
