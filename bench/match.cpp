@@ -71,6 +71,7 @@ int Evaluate() {
     GameLine game;
     for (std::string line; std::getline(std::cin, line) && !Decided(tally);)
         if (ReadGameLine(line, game)) AddGame(tally, game);
+    if (tally.plies == 0) return Trouble("no games");
     Show(tally);
     return StatusOf(tally);
 }
@@ -144,13 +145,14 @@ int Play() {
         Given.plan, source,
         [&](const GameLine& game) {
             AddGame(tally, game);
-            if (!Given.quiet) std::cout << WriteGameLine(game) << '\n';
+            if (!Given.quiet) std::cout << WriteGameLine(game) << std::endl;
             if (Decided(tally)) return false;
-            if (++heard % kProgressGames == 0 && !Given.quiet) Show(tally);
+            if (++heard % kProgressGames == 0 && heard < Given.plan.games && !Given.quiet)
+                Show(tally);
             return true;
         },
         fault);
-    Show(tally);
+    if (tally.plies > 0) Show(tally);
     return fine ? StatusOf(tally) : Trouble(fault);
 }
 
@@ -168,9 +170,11 @@ void AddPlayOptions(CLI::App& play) {
         ->required();
     play.add_option("B", Given.specs[1])->required();
     play.add_option("--option-a", Given.options[0], "Name=Value, for A")
-        ->allow_extra_args(false);
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     play.add_option("--option-b", Given.options[1], "Name=Value, for B")
-        ->allow_extra_args(false);
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     play.add_option("--games", Given.plan.games, "at most; made even")
         ->capture_default_str()
         ->check(CLI::Range(1, 1000000));
@@ -232,6 +236,8 @@ int main(int count, char** arguments) {
     CLI::App app("Which of two engines is the stronger one?");
     app.set_version_flag("--version", std::string("veltramox-match ") + kVersion);
     app.require_subcommand(1);
+    // What a script says by default its caller may say anew.
+    app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     std::int64_t number = 100;
     CLI::App& play = *app.add_subcommand("play", "plays A against B");
     CLI::App& evaluate =

@@ -23,7 +23,7 @@ struct Adjudication {
 struct MatchRules {
     TimeControl control;
     Adjudication adjudication;
-    double margin = 0;  // ms that a move may come late
+    double margin = 50;  // ms that a move may come late: other work on the machine
 };
 
 struct GameOutcome {

@@ -18,7 +18,7 @@ __attribute__((format(printf, 1, 2))) std::string Format(const char* format, ...
 
 std::string EloText(double elo) {
     if (!std::isfinite(elo)) return elo > 0 ? "+inf" : "-inf";
-    return Format("%+.1f", elo);
+    return Format("%+.1f", elo + 0.0);  // no "-0.0"
 }
 
 // Half the width of the confidence interval.
