@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "bench/positions.h"
 #include "bench/searchbench.h"
@@ -242,18 +243,21 @@ TEST_F(StrongSearchTest, Draws) {
 
 // ---- Endgame tables ----
 
-// King and one man against a king, somewhere, legal and not yet over.
-bool RandomEnding(Random& random) {
+// Both kings and so many men in all, somewhere, legal and not yet over, and no ending of
+// pieces that cannot mate.
+bool RandomEnding(Random& random, int men) {
     ClearBoard();
-    constexpr int kMen[] = {QUEEN, ROOK, PAWN};
-    const auto square = [&] { return random.Below(64); };
-    const int man = kMen[random.Below(3)];
-    const int at = man == PAWN ? 8 + random.Below(48) : square();
-    const int white = square(), black = square();
-    if (at == white || at == black || Distance[white][black] < 2) return false;
-    AddPiece(white, WHITE, KING);
-    AddPiece(black, BLACK, KING);
-    AddPiece(at, WHITE, man);
+    constexpr int kMen[] = {QUEEN, ROOK, BISHOP, KNIGHT, PAWN};
+    const auto add = [&](int code, int colour) {
+        const int at = code == PAWN ? 8 + random.Below(48) : random.Below(64);
+        const bool isFree = Board.Piece[at] == EMPTY;
+        if (isFree) AddPiece(at, colour, code);
+        return isFree;
+    };
+    bool placed = add(KING, WHITE) && add(KING, BLACK);
+    for (int i = 2; i < men && placed; ++i)
+        placed = add(kMen[random.Below(5)], random.Below(2));
+    if (!placed) return false;
     DeriveCastlingFlags();
     Board.SideToMove = random.Below(2);
     Board.GamePly = 0;
@@ -261,7 +265,9 @@ bool RandomEnding(Random& random) {
     Board.FiftyCounter = 0;
     UpdateMatingFlags();
     const int S = Board.SideToMove;
-    return !IsAttacked(S, Board.KingSquare[ChangeSide(S)]) && LegalMoves().count > 1;
+    return !(Board.NoMatingMaterial[WHITE] != 0 && Board.NoMatingMaterial[BLACK] != 0) &&
+           !CastlingRightsLeft() && !IsAttacked(S, Board.KingSquare[ChangeSide(S)]) &&
+           LegalMoves().count > 1;
 }
 
 // Plies to the mate, negative for the side that is mated; 0: a draw.
@@ -272,36 +278,65 @@ int TablePlies() {
     return value > 0 ? 2 * (32767 - value) - 1 : -2 * (value + 32766);
 }
 
-// Without tables no mate is announced that is not there; with them every result is known.
-TEST_F(StrongSearchTest, MatesAgreeWithTheTables) {
-    const WithTables tables(ThreeManTables());
-    const int men = TbMaxPieces;
+// The same after the move, for the side that makes it.
+int TablePliesAfter(Move m) {
+    if (Captured(m) != EMPTY && PopCount(AllOccupied()) == 3) return 0;  // bare kings
+    MakeMove(m);
+    const int reply = TablePlies();
+    const bool mates =
+        reply == 0 && LegalMoves().count == 0 &&
+        IsAttacked(ChangeSide(Board.SideToMove), Board.KingSquare[Board.SideToMove]);
+    UnmakeMove();
+    if (mates) return 1;
+    return reply == 0 ? 0 : reply < 0 ? 1 - reply : -1 - reply;
+}
+
+// Searches so many random positions, without tables to so many nodes: a mate that is then
+// announced comes of the move that is played, and no sooner than the tables say. With
+// tables every result is known. Returns the number of mates announced.
+int CompareWithTables(int men, int positions, int nodes) {
+    const int known = TbMaxPieces;
     Random random(5);
     int mates = 0;
-    for (int tried = 0; tried < 400;) {
+    for (int tried = 0; tried < positions;) {
         FreshStrong(12);
-        if (!RandomEnding(random)) continue;
+        if (!RandomEnding(random, men)) continue;
         ++tried;
-        const int plies = TablePlies();
         TbMaxPieces = 0;
-        Search(12, false);
-        TbMaxPieces = men;
-        const int distance = MateScore - std::abs(RootScore);
+        AskForLimits(("limits 0 0 " + std::to_string(nodes)).c_str());
+        ClearRequests();
+        Search(kTimedDepthLimit, true);
+        TbMaxPieces = known;
         if (std::abs(RootScore) > kMateBound) {
             ++mates;
+            const int plies = TablePliesAfter(RootMoves[0]);
+            EXPECT_NE(plies, 0) << EditCommands();
             EXPECT_EQ(RootScore > 0, plies > 0) << EditCommands();
-            EXPECT_GE(distance, std::abs(plies)) << EditCommands();
+            EXPECT_GE(MateScore - std::abs(RootScore), std::abs(plies)) << EditCommands();
         }
         StrongSearch.allocate(12);  // what it has found so far is not to count
+        ClearRequests();
         Search(4, false);
-        if (plies == 0) {
-            EXPECT_EQ(RootScore, 0) << EditCommands();
-        } else {
-            EXPECT_EQ(RootScore, plies > 0 ? MateScore - plies : -MateScore - plies)
-                << EditCommands();
-        }
+        const int plies = TablePlies();
+        EXPECT_EQ(RootScore, plies == 0  ? 0
+                             : plies > 0 ? MateScore - plies
+                                         : -MateScore - plies)
+            << EditCommands();
     }
-    EXPECT_GT(mates, 20);
+    return mates;
+}
+
+TEST_F(StrongSearchTest, MatesAgreeWithTheTables) {
+    const WithTables tables(ThreeManTables());
+    EXPECT_GT(CompareWithTables(3, 300, 10000), 20);
+}
+
+TEST_F(StrongSearchTest, SlowMatesAgreeWithTheTablesOfFourMen) {
+    const char* directory = std::getenv("VELTRAMOX_FOUR_MEN");
+    if (directory == nullptr) GTEST_SKIP() << "VELTRAMOX_FOUR_MEN names no directory";
+    MakeTables(TablesWithMen(4), directory, 2, [](const MadeTable&) {});
+    const WithTables four(directory);
+    EXPECT_GT(CompareWithTables(4, 1000, 20000), 150);
 }
 
 // ---- The table ----
