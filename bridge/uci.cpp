@@ -177,11 +177,12 @@ void SetPosition(std::string_view rest) {
 }
 
 // Plies that are searched for a mate in so many moves. The strong search leaves out what
-// looks hopeless, sacrifices among it, and sees a mate some plies late.
+// looks hopeless, sacrifices among it, and sees a mate many plies late; it ends by itself
+// when it has one.
 int MateDepth(int moves) {
-    constexpr int kMostMoves = 40;
+    constexpr int kMostMoves = 40, kLate = 12;
     const int least = 2 * std::min(moves, kMostMoves) + 1;
-    return PlaysStrong() ? 2 * least : least;
+    return PlaysStrong() ? 2 * least + kLate : least;
 }
 
 // The limit that the word names is read into `limits`; false with a complaint when its
