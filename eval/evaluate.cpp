@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "eval/activity.h"
 #include "eval/development.h"
 #include "eval/drawish.h"
 #include "eval/endgame.h"
@@ -49,8 +48,8 @@ bool SettleEnding(const EndingVerdict& verdict, int& alpha) {
     return false;
 }
 
-// Little material on a side: recognisers of known endings, then the drive of a king to
-// the edge and the kings' own placement. False when alpha already holds the result.
+}  // namespace
+
 bool StartEndgame(Terms& t, int balance, int& score, int& alpha) {
     if (Board.MatingFlagsValid == 0) UpdateMatingFlags();
     if (Board.NoMatingMaterial[WHITE] != 0 && Board.NoMatingMaterial[BLACK] != 0) {
@@ -65,6 +64,8 @@ bool StartEndgame(Terms& t, int balance, int& score, int& alpha) {
             KingEndingPlacement(t.ending, balance);
     return true;
 }
+
+namespace {
 
 // Both sides strong: the first lazy exit, then castling. False when the exit was taken.
 bool StartMiddlegame(Terms& t, int balance, int& score, int& alpha, int beta) {
@@ -149,13 +150,9 @@ int KingDanger(int attacker) {
     return AttackBy(attacker) + ShelterOf(ChangeSide(attacker));
 }
 
-namespace {
-
 // The sequence matters: each lazy exit compares the sum of the terms before it with the
-// bounds, and the margin of the second one is measured on the terms behind it. With
-// `activity` the terms of the strong search take part.
-template <bool activity>
-inline void Run(int& alpha, int beta) {
+// bounds, and the margin of the second one is measured on the terms behind it.
+void Evaluate(int& alpha, int beta) {
     Terms t;
     t.endgame = IsEndgame();
     const int balance = MaterialBalanceForWhite();
@@ -168,21 +165,10 @@ inline void Run(int& alpha, int beta) {
     if (IsOutside(score, alpha, beta)) return;
     const int lazyBase = score;  // what the second exit has seen
     score += ForMover(PieceTerms(t));
-    if constexpr (activity) score += ForMover(ActivityTerms(t)) + MoveBonus();
     if (t.endgame && score != 0) score = ScaleDrawish(score, ForMover(balance));
     Keep(t);
     Margins.LazyMargin = std::max(Margins.LazyMargin, std::abs(score - lazyBase));
     Margins.PositionalMargin =
         std::max(Margins.PositionalMargin, std::abs(score - ForMover(balance)));
     alpha = std::max(alpha, score);
-}
-
-}  // namespace
-
-void Evaluate(int& alpha, int beta) { Run<false>(alpha, beta); }
-
-int EvaluatedWithActivity() {
-    int score = -kFullWindow;
-    Run<true>(score, kFullWindow);
-    return score;
 }

@@ -5,6 +5,8 @@
 #include "board/board.h"
 #include "eval/state.h"
 
+struct Terms;
+
 // A window that no evaluation reaches: Evaluate with +-kFullWindow is exact.
 inline constexpr int kFullWindow = 32700;
 
@@ -25,9 +27,10 @@ inline int Evaluated(int lower, int upper) {
     return lower;
 }
 
-// The exact score with the terms of the strong search, centipawns for the side to move;
-// -kFullWindow where that side is seen to be mated.
-int EvaluatedWithActivity();
+// Little material on a side: recognisers of known endings, then the drive of a king to
+// the edge and the kings' own placement, added to the balance for White. False when alpha
+// already holds the result for the side to move.
+bool StartEndgame(Terms& t, int balance, int& score, int& alpha);
 
 // By the last evaluation that ran all terms, centipawns before the settings' weights: the
 // attack score of a colour on the other king, weighted with that king's defects; the

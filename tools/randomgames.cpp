@@ -7,6 +7,7 @@
 #include "board/attacks.h"
 #include "board/legalmoves.h"
 #include "tools/sanwriter.h"
+#include "tools/splitmix.h"
 
 namespace {
 
@@ -14,22 +15,12 @@ namespace {
 constexpr std::size_t kLineLength = 79;
 const char* const kResults[] = {"1-0", "0-1", "1/2-1/2", "*"};
 
-// A small generator of its own (SplitMix64), so that games do not depend on the standard
-// library's.
-std::uint64_t Next(std::uint64_t& state) {
-    state += 0x9E3779B97F4A7C15;
-    std::uint64_t z = state;
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EB;
-    return z ^ (z >> 31);
-}
-
 // Captures and pawn moves are preferred a little: games then simplify, and promote.
 Move RandomMove(std::uint64_t& state) {
     const LegalMoves legal;
     const auto count = static_cast<std::uint64_t>(legal.count);
     if (count == 0) return NO_MOVE;
-    const auto pick = [&] { return legal.moves[Next(state) % count]; };
+    const auto pick = [&] { return legal.moves[SplitMix(state) % count]; };
     const Move first = pick(), second = pick();
     return CapturesOrPromotes(second) || Moving(second) == PAWN ? second : first;
 }
@@ -41,10 +32,10 @@ Move RandomMove(std::uint64_t& state) {
 RandomGame MakeRandomGame(std::uint64_t number, int maxPlies) {
     std::uint64_t state = number;
     const auto limit =
-        static_cast<int>(Next(state) % static_cast<unsigned>(maxPlies)) + 1;
+        static_cast<int>(SplitMix(state) % static_cast<unsigned>(maxPlies)) + 1;
     RandomGame game;
     SetStartPosition();
-    game.result = kResults[std::min<std::uint64_t>(Next(state) % 10 / 3, 3)];
+    game.result = kResults[std::min<std::uint64_t>(SplitMix(state) % 10 / 3, 3)];
     for (int ply = 0; ply < limit; ++ply) {
         const Move move = RandomMove(state);
         // Mate or stalemate takes the place of the result that was drawn.

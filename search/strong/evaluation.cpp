@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "eval/evaluate.h"
+#include "eval/strong/evaluation.h"
 
 int StaticEvaluation() {
-    return std::clamp(EvaluatedWithActivity(), -kMostEvaluation, kMostEvaluation);
+    return std::clamp(StrongEvaluation(), -kMostEvaluation, kMostEvaluation);
 }
