@@ -27,6 +27,7 @@ struct {
     bool analysis = false;
     bool post = false;                   // thinking lines are wanted
     bool hard = false;                   // pondering is wanted
+    std::vector<std::string> excluded;   // from the analysis of the game's position
     std::string expected;                // the reply that the engine expects
     std::vector<std::string> owedPongs;  // answers that wait for the engine's move
 
@@ -83,9 +84,29 @@ bool Announced() {
     return true;
 }
 
+// The position's moves but those that are excluded; with none of them left nothing is
+// analysed.
+void Analyse() {
+    if (Mode.excluded.empty()) return BeginAnalysis();
+    std::vector<std::string> moves;
+    for (const Move m : AllLegalMoves()) {
+        const auto& out = Mode.excluded;
+        if (std::find(out.begin(), out.end(), MoveText(m)) == out.end())
+            moves.push_back(MoveText(m));
+    }
+    if (moves.empty()) return EndActivity();
+    BeginAnalysis(moves);
+}
+
+// What was said of another position holds no more.
+void AnalyseAnew() {
+    Mode.excluded.clear();
+    Analyse();
+}
+
 // The position has changed, by a move or otherwise: whatever the modes ask for begins.
 void GoOn() {
-    if (Mode.analysis) return BeginAnalysis();
+    if (Mode.analysis) return AnalyseAnew();
     if (Mode.force || Board.SideToMove != Mode.engineColour || Announced()) return;
     Session.PonderWanted = Mode.hard;
     const SearchLimits limits = Limits();
@@ -128,7 +149,7 @@ void Protover(const std::string&, std::string_view rest) {
     if (!ToNumber(TakeWord(rest), version) || version < 2) return;
     Say("feature done=0");
     Say("feature ping=1 setboard=1 usermove=1 colors=0 sigint=0 sigterm=1 reuse=1");
-    Say("feature analyze=1 time=1 draw=0 playother=1 debug=1 "
+    Say("feature analyze=1 time=1 draw=0 playother=1 exclude=1 debug=1 "
         "myname=\"Veltramox %s\" variants=\"normal\"",
         kVersion);
     // Analysis is a mode of its own here.
@@ -145,7 +166,7 @@ void NewGame(const std::string&, std::string_view) {
     Mode.depth = 0;
     Mode.ownClock = Mode.control.base;
     Mode.expected.clear();
-    if (Mode.analysis) BeginAnalysis();
+    if (Mode.analysis) AnalyseAnew();
 }
 
 // Also a move without "usermove" in front, as older front ends send it.
@@ -165,7 +186,7 @@ void UserMove(const std::string& line, std::string_view rest) {
 // Changes of the game that are no moves.
 void Rebuilt() {
     Mode.expected.clear();
-    if (Mode.analysis) BeginAnalysis();
+    if (Mode.analysis) AnalyseAnew();
 }
 
 void SetBoard(const std::string&, std::string_view rest) {
@@ -209,7 +230,26 @@ void PutInForce(const std::string&, std::string_view) {
 // "exit" leaves the engine in force mode: the front end says how to go on.
 void Analyze(const std::string&, std::string_view) {
     Mode.analysis = Mode.force = true;
-    BeginAnalysis();
+    AnalyseAnew();
+}
+
+// "exclude" and "include" take a move or "all".
+void ChangeExcluded(const std::string& line, std::string_view rest, bool exclude) {
+    const std::string_view word = TakeWord(rest);
+    std::vector<std::string> moves;
+    for (const Move m : AllLegalMoves())
+        if (word == "all" || m == LegalMove(word)) moves.push_back(MoveText(m));
+    if (!Mode.analysis) return Refuse(kNotNow, line);
+    if (moves.empty()) return Say("Illegal move: %s", std::string(word).c_str());
+    for (const std::string& move : moves) std::erase(Mode.excluded, move);
+    if (exclude) Mode.excluded.insert(Mode.excluded.end(), moves.begin(), moves.end());
+    Analyse();
+}
+void Exclude(const std::string& line, std::string_view rest) {
+    ChangeExcluded(line, rest, true);
+}
+void Include(const std::string& line, std::string_view rest) {
+    ChangeExcluded(line, rest, false);
 }
 
 void ExitAnalysis(const std::string&, std::string_view) {
@@ -327,7 +367,12 @@ void ChangeOption(const std::string& line, std::string_view rest) {
     if (!SetOption(Trimmed(rest.substr(0, equals)), value, remark))
         return Refuse(remark.c_str(), line);
     if (!remark.empty()) Say("# %s", remark.c_str());
-    if (Session.EngineActivity == Activity::Analysing) ApplyOptions();
+    if (Session.EngineActivity != Activity::Analysing) return;
+    // Some options the engine is told with each search.
+    if (OptionsChanged)
+        ApplyOptions();
+    else
+        Analyse();
 }
 
 void Variant(const std::string& line, std::string_view rest) {
@@ -355,6 +400,8 @@ constexpr struct {
     {"playother", PlayOther},
     {"force", PutInForce},
     {"analyze", Analyze},
+    {"exclude", Exclude},
+    {"include", Include},
     {"exit", ExitAnalysis},
     {".", Status},
     {"?", MoveAtOnce},
@@ -413,7 +460,7 @@ int ShownScore(int score) {
 }
 
 void OnThinking(const ThinkingReport& report) {
-    if (!Mode.post) return;
+    if (!Mode.post || report.bound != Bound::Exact) return;
     std::string text;
     for (const std::string& move : report.moves) text += ' ' + move;
     Say("%d %d %lld %lld%s", report.depth, ShownScore(report.score), report.centiseconds,

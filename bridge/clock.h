@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 // Times are clamped to this where they are read, in ms: eleven days.
 inline constexpr std::int64_t kLongestTime = 1000000000;
@@ -17,6 +18,8 @@ struct SearchLimits {
     std::int64_t clock = -1;     // ms left; -1: no clock
     std::int64_t increment = 0;  // ms per move
     int movesToGo = 0;           // to the next time control; 0: the whole game
+    // The moves that are searched, legal ones of the game's position; none: all.
+    std::vector<std::string> moves = {};
 };
 
 // Milliseconds from the search's beginning; 0: no limit.

@@ -10,6 +10,8 @@
 
 #include "bridge/lines.h"
 #include "driver/settings.h"
+#include "search/strong/rootlines.h"
+#include "search/strong/strength.h"
 
 // The engine reads its settings at its start alone: it is restarted for them.
 bool OptionsChanged;
@@ -18,6 +20,7 @@ namespace {
 
 constexpr long long kMegabyte = 1 << 20;
 constexpr std::size_t kLongestText = 4096;
+constexpr long long kMostSeed = 2147483647;
 constexpr char kAnalyseMode[] = "UCI_AnalyseMode";
 // What the engine is told of its tables depends on the folder that it runs in.
 constexpr char kTableKeys[] = "EGTBPath;UseEGTB";
@@ -254,6 +257,11 @@ const std::vector<BridgeOption> kOptions = {
     {"Move Overhead", OptionKind::Number, "50", 0, 5000, "", false},
     SettingOption("Ponder", "Pondering"),
     {kAnalyseMode, OptionKind::Switch, "false", 0, 0, "", true},
+    {"MultiPV", OptionKind::Number, "1", 1, kMostLines, "", false},
+    {"UCI_LimitStrength", OptionKind::Switch, "false", 0, 0, "", false},
+    {"UCI_Elo", OptionKind::Number, std::to_string(kStrongest), kWeakest, kStrongest, "",
+     false},
+    {"Seed", OptionKind::Number, "1", 0, kMostSeed, "", false},
 };
 // clang-format on
 
@@ -286,6 +294,8 @@ const std::string& OptionValue(std::string_view name) {
     const BridgeOption* option = Find(name);
     return option == nullptr ? none : Chosen.values[option->name];
 }
+
+bool StrengthLimited() { return OptionValue("UCI_LimitStrength") == "true"; }
 
 bool PlaysStrong() { return OptionValue("Search") == "strong"; }
 

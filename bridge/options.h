@@ -39,6 +39,8 @@ const std::string& OptionValue(std::string_view name);
 bool SetOption(std::string_view name, std::string_view value, std::string& remark);
 // The strong search plays.
 bool PlaysStrong();
+// It plays below its full strength.
+bool StrengthLimited();
 // ms of the clock that are not for thinking.
 std::int64_t MoveOverhead();
 // Values have been set since the settings were last written that the engine is told.

@@ -154,6 +154,35 @@ std::string EngineLimits() {
     return LimitCommands(Run.limits, Run.plan, EnginePly(), Run.ponderGranted);
 }
 
+// The lines of the engine's input are short.
+constexpr std::size_t kMovesPerLine = 40;
+
+// What the strong search is asked for beside its limits.
+std::string StrongWishes() {
+    std::string text = "details\nlines " + OptionValue("MultiPV") + "\nstrength " +
+                       (StrengthLimited() ? OptionValue("UCI_Elo") : "0") + ' ' +
+                       OptionValue("Seed") + "\nsearchmoves\n";
+    const std::vector<std::string>& moves = Run.limits.moves;
+    for (std::size_t i = 0; i < moves.size(); ++i)
+        text += (i % kMovesPerLine == 0 ? (i == 0 ? "searchmoves " : "\nsearchmoves ")
+                                        : " ") +
+                moves[i];
+    return text + (moves.empty() ? "" : "\n");
+}
+
+// The classic search knows one line of all moves.
+void TellWhatIsNotKnown() {
+    std::string unknown;
+    const auto add = [&](bool asked, const char* name) {
+        if (asked) unknown += (unknown.empty() ? "" : ", ") + std::string(name);
+    };
+    add(OptionValue("MultiPV") != "1", "MultiPV");
+    add(!Run.limits.moves.empty(), "searchmoves");
+    add(StrengthLimited(), "UCI_LimitStrength");
+    if (!unknown.empty())
+        Run.outside->onNotice("the classic search does not know " + unknown);
+}
+
 // Begins the search that Limits describe, after the commands that bring the engine to the
 // position. An endless one is an analysis: a search for a move would end by itself.
 void Search(const std::string& position) {
@@ -161,16 +190,19 @@ void Search(const std::string& position) {
     Session.LastReport = ThinkingReport{};
     ForgetSearch();
     Run.ponderGranted = !Run.limits.endless && Session.PonderWanted &&
-                        OptionValue("Ponder") == "true" && TimeToPonder(Run.limits);
+                        OptionValue("Ponder") == "true" && TimeToPonder(Run.limits) &&
+                        !StrengthLimited();
+    if (!PlaysStrong()) TellWhatIsNotKnown();
+    const std::string wishes = PlaysStrong() ? StrongWishes() : "";
     StartClock();
     if (Run.limits.endless) {
         Session.EngineActivity = Activity::Analysing;
-        TellEngine(position + "analyze\n");
+        TellEngine(position + wishes + "analyze\n");
         return;
     }
     Session.EngineActivity = Activity::Searching;
-    TellEngine(position + (Run.ponderGranted ? "hard\n" : "easy\n") + EngineLimits() +
-               "go\n");
+    TellEngine(position + wishes + (Run.ponderGranted ? "hard\n" : "easy\n") +
+               EngineLimits() + "go\n");
 }
 
 // Never to 0, which would mean "no limit".
@@ -305,6 +337,15 @@ void HandleThinking(const std::string& line) {
     if (MayAsk()) Run.statusDue = ClockMilliseconds();
 }
 
+// Of several lines the best one is what the engine thinks.
+void HandleFullLine(const std::string& line) {
+    ThinkingReport report;
+    if (!ReadFullLine(line, report)) return;
+    Run.heard = true;
+    if (report.rank == 1) Session.LastReport = report;
+    Run.outside->onThinking(report);
+}
+
 // False for the status of an engine that does not search. "stat01: CENTISECONDS NODES
 // DEPTH LEFT MOVES+1 MOVE".
 bool ReadStatus(std::string_view line, EngineStatus& status) {
@@ -381,6 +422,8 @@ void HandleEngineLine(const std::string& line) {
         AcceptRefusal(line);
     } else if (busy && IsThinking(line)) {
         HandleThinking(line);
+    } else if (busy && Begins(line, "line ")) {
+        HandleFullLine(line);
     }
 }
 
@@ -393,6 +436,8 @@ void Settled(const std::string& line) {
         NoteEngineMove(Run.harvestedMove);
     } else if (Run.harvesting && IsThinking(line)) {
         HandleThinking(line);
+    } else if (Run.harvesting && Begins(line, "line ")) {
+        HandleFullLine(line);
     }
 }
 
@@ -507,8 +552,9 @@ void BeginSearch(const SearchLimits& limits) {
     Search(position);
 }
 
-void BeginAnalysis() {
+void BeginAnalysis(const std::vector<std::string>& moves) {
     SearchLimits limits;
+    limits.moves = moves;
     limits.endless = true;
     BeginSearch(limits);
 }
@@ -543,7 +589,8 @@ bool TurnPonderHit(const SearchLimits& limits) {
         !EngineRuns() || OptionsChanged || Game.moves.back() != Session.PonderHint ||
         (limits.clock < 0) != (Run.limits.clock < 0) ||
         (limits.moveTime > 0) != (Run.limits.moveTime > 0) ||
-        limits.depth != Run.limits.depth || !TimeToPonder(limits))
+        limits.depth != Run.limits.depth || !limits.moves.empty() ||
+        !TimeToPonder(limits))
         return false;
     Run.limits = limits;
     Run.onBoard.moves.push_back(Game.moves.back());

@@ -73,7 +73,8 @@ inline constexpr int kQuickDepth = 3;
 // did before is ended first, and new options are put into force.
 void BeginSearch(const SearchLimits& limits);
 // The same without an end, and without a move at it.
-void BeginAnalysis();
+// With moves, only of these legal ones.
+void BeginAnalysis(const std::vector<std::string>& moves = {});
 // Ends what the engine does. Nothing of it will be heard any more.
 void EndActivity();
 // Has the search end with the best move found so far, which then comes as usual.

@@ -87,6 +87,35 @@ int MateBy(std::size_t plies, bool wins) {
     return wins ? kShownMate - (2 * moves - 1) : 2 * moves - kShownMate;
 }
 
+// Beyond what an engine can say of itself the line is none.
+bool IsSensible(long long depth, long long score, long long time, long long nodes) {
+    constexpr long long kMostScore = kShownMate + kMostMiscounted;
+    return depth >= 0 && depth <= kMostDepth && score <= kMostScore &&
+           score >= -kMostScore && time >= 0 && time <= kLongestThought && nodes >= 0 &&
+           nodes <= kMostNodes;
+}
+
+Texts RestOfMoves(std::string_view line) {
+    Texts texts;
+    for (std::string_view word;
+         texts.size() < kMostMoves && !(word = TakeWord(line)).empty();)
+        texts.push_back(word);
+    return texts;
+}
+
+// "NAME NUMBER" off the line's beginning.
+bool TakeNumber(std::string_view& line, std::string_view name, long long& number) {
+    return TakeWord(line) == name && ToNumber(TakeWord(line), number);
+}
+
+bool TakeBound(std::string_view& line, Bound& bound) {
+    const std::string_view word = TakeWord(line);
+    bound = word == "lower"   ? Bound::Lower
+            : word == "upper" ? Bound::Upper
+                              : Bound::Exact;
+    return bound != Bound::Exact || word == "exact";
+}
+
 }  // namespace
 
 // Numbers out of range make a line none: it may be another program's output, and sums
@@ -96,15 +125,8 @@ bool ReadThinkingLine(std::string_view line, std::string_view first,
     long long numbers[4];
     for (long long& number : numbers)
         if (!ToNumber(TakeWord(line), number)) return false;
-    constexpr long long kMostScore = kShownMate + kMostMiscounted;
-    if (numbers[0] < 0 || numbers[0] > kMostDepth || numbers[1] > kMostScore ||
-        numbers[1] < -kMostScore || numbers[2] < 0 || numbers[2] > kLongestThought ||
-        numbers[3] < 0 || numbers[3] > kMostNodes)
-        return false;
-    Texts texts;
-    for (std::string_view word;
-         texts.size() < kMostMoves && !(word = TakeWord(line)).empty();)
-        texts.push_back(word);
+    if (!IsSensible(numbers[0], numbers[1], numbers[2], numbers[3])) return false;
+    Texts texts = RestOfMoves(line);
     report.depth = static_cast<int>(numbers[0]);
     report.score = static_cast<int>(numbers[1]);
     report.centiseconds = numbers[2];
@@ -116,6 +138,33 @@ bool ReadThinkingLine(std::string_view line, std::string_view first,
     report.unsure = SeveralFit(texts, report.moves.size());
     EndWithGame(report.moves);
     return true;
+}
+
+bool ReadFullLine(std::string_view line, ThinkingReport& report) {
+    long long rank = 0, depth = 0, deepest = 0, score = 0, time = 0, nodes = 0, full = 0,
+              hits = 0;
+    if (!TakeNumber(line, "line", rank) || !TakeNumber(line, "depth", depth) ||
+        !TakeNumber(line, "deepest", deepest) || !TakeNumber(line, "score", score) ||
+        !TakeBound(line, report.bound) || !TakeNumber(line, "time", time) ||
+        !TakeNumber(line, "nodes", nodes) || !TakeNumber(line, "full", full) ||
+        !TakeNumber(line, "tables", hits) || TakeWord(line) != "pv")
+        return false;
+    if (!IsSensible(depth, score, time / 10, nodes) || rank < 1 || rank > kMostDepth ||
+        deepest < 0 || deepest > kMostDepth || full < 0 || full > 1000 || hits < 0 ||
+        hits > kMostNodes)
+        return false;
+    report.rank = static_cast<int>(rank);
+    report.depth = static_cast<int>(depth);
+    report.deepest = static_cast<int>(deepest);
+    report.score = static_cast<int>(score);
+    report.milliseconds = time;
+    report.centiseconds = time / 10;
+    report.nodes = nodes;
+    report.permille = static_cast<int>(full);
+    report.tableHits = hits;
+    report.moves = Follow(RestOfMoves(line), 0);
+    EndWithGame(report.moves);
+    return !report.moves.empty();
 }
 
 bool SameSquares(std::string_view a, std::string_view b) {

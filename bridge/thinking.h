@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+enum class Bound { Exact, Lower, Upper };
+
 // One line, read. As default-made: nothing has been heard of the search yet.
 struct ThinkingReport {
     int depth = 0;
@@ -15,6 +17,13 @@ struct ThinkingReport {
     long long centiseconds = 0;  // since the search began
     long long nodes = 0;
     std::vector<std::string> moves;  // legal ones, promotions complete
+    // What the strong search tells beside that; -1: not told.
+    int rank = 1;                 // among several lines, the best is 1
+    int deepest = -1;             // plies
+    Bound bound = Bound::Exact;   // the score is at least, or at most, so much
+    long long milliseconds = -1;  // since the search began
+    int permille = -1;            // of its table that is in use
+    long long tableHits = -1;     // positions found in endgame tables
     // The first move is a promotion, and the line does not tell to which piece.
     bool unsure = false;
 };
@@ -25,6 +34,11 @@ struct ThinkingReport {
 // line's first move where it is known, otherwise empty.
 bool ReadThinkingLine(std::string_view line, std::string_view first,
                       ThinkingReport& report);
+
+// The same for a line that the strong search tells in full: "line RANK depth DEPTH
+// deepest PLY score SCORE exact|lower|upper time MS nodes NODES full PERMILLE tables HITS
+// pv MOVE...".
+bool ReadFullLine(std::string_view line, ThinkingReport& report);
 
 // The two texts name the same move but for the piece that a pawn becomes.
 bool SameSquares(std::string_view a, std::string_view b);

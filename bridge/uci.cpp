@@ -110,11 +110,6 @@ void ChangeOption(std::string_view rest) {
     const std::string_view name = Trimmed(rest.substr(0, value));
     std::string_view text;
     if (value != std::string_view::npos) text = Trimmed(rest.substr(value + 6));
-    long long lines = 0;
-    if (EqualNoCase(name, "MultiPV") && ToNumber(text, lines)) {
-        if (lines != 1) Say("info string MultiPV is not supported: one line is shown");
-        return;
-    }
     std::string remark;
     if (!SetOption(name, text, remark)) return Complain(remark);
     if (!remark.empty()) Say("info string %s", remark.c_str());
@@ -185,6 +180,15 @@ int MateDepth(int moves) {
     return PlaysStrong() ? 2 * least + kLate : least;
 }
 
+// A move's form, "e2e4" or "e7e8q", whatever the position.
+bool LooksLikeMove(std::string_view word) {
+    const auto isSquare = [](std::string_view text) {
+        return SquareOf(text[0], text[1]) != kNoSquare;
+    };
+    return (word.size() == 4 || word.size() == 5) && isSquare(word) &&
+           isSquare(word.substr(2));
+}
+
 // The limit that the word names is read into `limits`; false with a complaint when its
 // number is missing.
 bool ReadLimit(std::string_view word, std::string_view& rest, SearchLimits& limits) {
@@ -216,6 +220,23 @@ bool IsNumberedLimit(std::string_view word) {
     return false;
 }
 
+// Reads the moves behind "searchmoves"; the first word that has not the form of a move
+// ends them. Illegal ones are named; without any other the search is of all moves.
+void ReadMoves(std::string_view& rest, std::vector<std::string>& moves) {
+    std::string illegal;
+    std::string_view after = rest;
+    for (std::string_view word; LooksLikeMove(word = TakeWord(after)); rest = after) {
+        const Move m = LegalMove(word);
+        if (m == NO_MOVE)
+            illegal += ' ' + std::string(word);
+        else
+            moves.push_back(MoveText(m));
+    }
+    if (!illegal.empty())
+        Say("info string searchmoves: not legal here:%s", illegal.c_str());
+    if (moves.empty()) Say("info string searchmoves: no move is left, all are searched");
+}
+
 // Reads what follows "go"; without any limit the search is endless. Unknown words are
 // passed over, as UCI wants it, and the first of them is said. False after a complaint.
 bool ReadLimits(std::string_view rest, SearchLimits& limits, bool& ponder) {
@@ -226,9 +247,7 @@ bool ReadLimits(std::string_view rest, SearchLimits& limits, bool& ponder) {
         } else if (word == "ponder") {
             ponder = true;
         } else if (word == "searchmoves") {
-            Say("info string searchmoves is not supported: all moves are searched");
-            std::string_view after = rest;
-            while (LegalMove(TakeWord(after)) != NO_MOVE) rest = after;
+            ReadMoves(rest, limits.moves);
         } else if (IsNumberedLimit(word)) {
             if (!ReadLimit(word, rest, limits)) return false;
         } else if (!unknown) {
@@ -377,19 +396,35 @@ bool GoOn(bool inputEnded) {
     return Owed.move || !Owed.waiting.empty();
 }
 
+// A search of less than a millisecond has taken one.
 std::string Effort(long long milliseconds, long long nodes) {
-    std::string text =
-        "time " + std::to_string(milliseconds) + " nodes " + std::to_string(nodes);
-    if (milliseconds > 0) text += " nps " + std::to_string(nodes * 1000 / milliseconds);
-    return text;
+    return "time " + std::to_string(milliseconds) + " nodes " + std::to_string(nodes) +
+           " nps " + std::to_string(nodes * 1000 / std::max(milliseconds, 1LL));
+}
+
+std::string Score(const ThinkingReport& report) {
+    const int mate = MateInMoves(report.score);
+    const std::string score = mate != 0 ? "score mate " + std::to_string(mate)
+                                        : "score cp " + std::to_string(report.score);
+    if (report.bound == Bound::Exact) return score;
+    return score + (report.bound == Bound::Lower ? " lowerbound" : " upperbound");
+}
+
+// What has not been told is left out.
+std::string Told(const char* name, long long value) {
+    return value < 0 ? "" : std::string(name) + ' ' + std::to_string(value) + ' ';
 }
 
 void OnThinking(const ThinkingReport& report) {
-    const int mate = MateInMoves(report.score);
-    std::string text = "info depth " + std::to_string(report.depth) +
-                       (mate != 0 ? " score mate " + std::to_string(mate)
-                                  : " score cp " + std::to_string(report.score)) +
-                       ' ' + Effort(report.centiseconds * 10, report.nodes);
+    const long long time =
+        report.milliseconds < 0 ? report.centiseconds * 10 : report.milliseconds;
+    std::string text = "info " + Told("depth", report.depth) +
+                       Told("seldepth", report.deepest) +
+                       (report.deepest < 0 ? "" : Told("multipv", report.rank)) +
+                       Score(report) + ' ' + Effort(time, report.nodes);
+    if (report.deepest >= 0)
+        text += " hashfull " + std::to_string(report.permille) + " tbhits " +
+                std::to_string(report.tableHits);
     if (!report.moves.empty()) text += " pv";
     for (const std::string& move : report.moves) text += ' ' + move;
     Say("%s", text.c_str());

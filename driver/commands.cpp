@@ -48,6 +48,9 @@ void Time() { SetEngineClock(InputLine); }
 // Of no meaning to the classic search.
 void Limits() { ActiveSearch().askForLimits(InputLine); }
 
+void Wish() { ActiveSearch().hearWish(InputLine); }
+void ThinkInFull() { Modes.FullThinking = 1; }
+
 void Level() { SetLevel(InputLine); }
 
 // "sd N": one or two digits, a third is not looked at.
@@ -142,7 +145,8 @@ constexpr Command kCommands[] = {
     {"time", Time},           {"easy", Easy},          {"hard", Hard},
     {"evl", WriteEvaluation}, {"undo", TakeBack},      {"tst", TestCaptures},
     {"mvd", WriteFlags},      {"demo", Demo},          {"bkm", WriteBookInformation},
-    {"limits", Limits},
+    {"limits", Limits},       {"lines", Wish},         {"searchmoves", Wish},
+    {"details", ThinkInFull}, {"strength", Wish},
 };
 
 bool Matches(const Command& command) {

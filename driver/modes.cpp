@@ -28,7 +28,10 @@ int LeadingNumber(const char* text) {
 }  // namespace
 
 void ResetModes() {
-    Modes = {.ForceMode = 0, .PostThinking = 0, .MaxDepth = kMaxDepthDefault};
+    Modes = {.ForceMode = 0,
+             .PostThinking = 0,
+             .FullThinking = 0,
+             .MaxDepth = kMaxDepthDefault};
 }
 
 void Post() { Modes.PostThinking = 1; }

@@ -6,6 +6,7 @@
 struct EngineModes {
     int ForceMode;     // the engine never moves on its own
     int PostThinking;  // thinking lines are written during the search
+    int FullThinking;  // in full, where the search knows more
     int MaxDepth;      // iteration limit of searches without a clock, set by "sd"
 };
 extern EngineModes Modes;

@@ -99,7 +99,8 @@ constexpr int kMobilityPerPawn = 12;
 struct {
     PawnEntry* entries = nullptr;
     std::size_t bytes = 0;
-    std::uint32_t mask = 0;  // number of entries - 1
+    std::uint32_t mask = 0;  // number of entries in use - 1
+    std::uint32_t all = 0;   // the same when all are in use
 } PawnHashTable;
 constexpr int kMaxPawnHashBits = 28;
 constexpr std::size_t kSpareEntries = 2;
@@ -414,7 +415,7 @@ bool AllocatePawnTable(int bits) {
     // All zero: no structure has the key 0, 0.
     PawnHashTable.bytes = (entries + kSpareEntries) * sizeof(PawnEntry);
     PawnHashTable.entries = static_cast<PawnEntry*>(AllocateTable(PawnHashTable.bytes));
-    PawnHashTable.mask = static_cast<std::uint32_t>(entries - 1);
+    PawnHashTable.mask = PawnHashTable.all = static_cast<std::uint32_t>(entries - 1);
     return PawnHashTable.entries != nullptr;
 }
 
@@ -422,6 +423,15 @@ void FreePawnTable() {
     FreeTable(PawnHashTable.entries, PawnHashTable.bytes);
     PawnHashTable.entries = nullptr;
 }
+
+void NarrowPawnTable() {
+    constexpr std::uint32_t kNarrow = (1 << 12) - 1;
+    PawnHashTable.mask = std::min(PawnHashTable.all, kNarrow);
+    std::fill_n(PawnHashTable.entries, PawnHashTable.mask + 1 + kSpareEntries,
+                PawnEntry{});
+}
+
+void WidenPawnTable() { PawnHashTable.mask = PawnHashTable.all; }
 
 int PawnTerms(Terms& t) {
     const bool none = (Board.Pawns[WHITE] | Board.Pawns[BLACK]) == 0;

@@ -27,6 +27,20 @@ bool AnnounceDraw();
 void AnnounceNoMoves(bool inCheck);
 
 // ---- driver/thinkingline.cpp ----
+// A line of thought with all that is known of it.
+struct FullThought {
+    int rank;            // from 1, the best line
+    int depth, deepest;  // plies of the iteration, and the ply it has reached
+    int score, bound;    // as in search/scores.h
+    int permille;        // of the table of results that is in use
+    std::int64_t tableHits;
+    const Move* moves;
+    int count;
+};
+// It is to be told during this search.
+bool FullThinkingWanted();
+// Writes it.
+void FullThinkingLine(const FullThought& thought);
 // Writes the thinking line, unless thinking lines are off or the search only looks for a
 // move to ponder on. Without `force` only after 10000 nodes.
 void ThinkingLine(bool force);

@@ -228,7 +228,7 @@ bool ExactResult(Move& move, int& score) {
     return true;
 }
 
-void IgnoreLimits(const char*) {}
+void Ignore(const char*) {}
 
 // The line is read back from the table, so that the search keeps no line.
 int ExpectedLine(Move* line, int most) {
@@ -253,8 +253,11 @@ const Searcher ClassicSearch = {
     .bestKnown = HashMove,
     .exactResult = ExactResult,
     .expectedLine = ExpectedLine,
-    .askForLimits = IgnoreLimits,
+    .tellLines = nullptr,
+    .askForLimits = Ignore,
+    .hearWish = Ignore,
     .testQuiescence = TestQuiescence,
+    .searchesOnlyMoves = false,
 };
 
 void ResetRoot() {
@@ -285,7 +288,7 @@ bool Search(int depthLimit, bool bookAllowed) {
     Line.ExtFlags[1] = 0;
     if (GameOverCheck()) return true;
     // The only move needs no search.
-    if (Root.RootMoveCount < 2)
+    if (Root.RootMoveCount < 2 && !ActiveSearch().searchesOnlyMoves)
         MissPondering();
     else
         ActiveSearch().deepen();

@@ -21,11 +21,20 @@ struct Searcher {
     // The moves expected from the position on the board, which RootMoves[0] has led to,
     // at most so many; their number.
     int (*expectedLine)(Move* line, int most);
+    // Tells the lines that it shows in full (search/outward.h), best first, unless it has
+    // just done so. False when it has none; nullptr for a search that knows no such
+    // lines.
+    bool (*tellLines)();
     // Milliseconds for the next move from one who divides the clock himself, and nodes:
     // "limits SOFT HARD NODES". The classic search knows only its own clock.
     void (*askForLimits)(const char* line);
+    // Other wishes, as lines of the protocol: "lines N", "searchmoves MOVE...",
+    // "strength ELO SEED".
+    void (*hearWish)(const char* line);
     // The quiescence search of the position on the board, for "tst".
     void (*testQuiescence)();
+    // It is asked about positions with a single move too.
+    bool searchesOnlyMoves;
 };
 
 // A search to exact depth, node for node the same ever since.

@@ -144,6 +144,7 @@ bool SettledByKnowledge(const Node& node, int& score) {
     if (node.excluded != NO_MOVE) return false;
     if (TbMaxPieces != 0 && AskTables(score)) {
         if (!IsMateScore(score)) score = 0;
+        ++Strong.tableHits;
         StoreResult(node.key, NO_MOVE, score, kNoEvaluation, kTableDepth, kExact);
         return true;
     }
@@ -475,7 +476,10 @@ int Finish(const Node& node, const Tried& tried) {
 template <bool pv>
 int Visit(int alpha, int beta, int depth, bool cutNode) {
     if (depth <= 0) return QuiesceStrong(alpha, beta, 0);
-    if constexpr (pv) Strong.lines[Line.Ply].length = 0;
+    if constexpr (pv) {
+        Strong.lines[Line.Ply].length = 0;
+        Strong.deepest = std::max(Strong.deepest, Line.Ply);
+    }
     if (CountNode()) return 0;
     SearchFrame* const frame = FrameAt(Line.Ply);
     Node node{.alpha = alpha,

@@ -103,6 +103,7 @@ bool SearchCaptures(QuietNode& node, int level) {
 
 int QuiesceStrong(int alpha, int beta, int level) {
     Strong.lines[Line.Ply].length = 0;
+    if (beta - alpha > 1) Strong.deepest = std::max(Strong.deepest, Line.Ply);
     if (CountNode()) return 0;
     if (Board.FiftyCounter >= kFiftyMoves) return 0;
     QuietNode node{.alpha = alpha,

@@ -5,8 +5,11 @@
 #include "search/strong/correction.h"
 #include "search/strong/frame.h"
 #include "search/strong/history.h"
+#include "search/strong/rootlines.h"
+#include "search/strong/strength.h"
 #include "search/strong/table.h"
 #include "search/strong/timing.h"
+#include "search/strong/wishes.h"
 
 struct StrongState {
     ResultTable results;
@@ -17,12 +20,16 @@ struct StrongState {
 
     // ---- The line under search; written by node, quiesce and deepen ----
     SearchFrame frames[kFramesBefore + kMaxPly + 2];
-    PrincipalLine lines[kMaxPly + 2];  // [ply]; that of the root is of the best move
-    std::uint64_t lineKey;             // of the position after the best move
+    PrincipalLine lines[kMaxPly + 2];  // [ply]; that of the root is of its latest best
     int depth;                         // plies of the current iteration
+    int deepest;                       // ply reached by principal variations since
+    std::int64_t tableHits;            // nodes that endgame tables have settled
     int nullMoveFrom;                  // below this ply no null move is tried
-    // ---- The root; written by deepen ----
+    // ---- The root ----
     std::int64_t effort[kMaxMoves];  // nodes below each root move, as the list stands
+    RootLines rootLines;
+    SearchWishes wishes;
+    StrengthState strength;
 };
 extern StrongState Strong;
 

@@ -56,10 +56,11 @@ bool ExactResult(Move& move, int& score) {
 // The principal variation, if it goes through the position on the board; else what the
 // table knows.
 int ExpectedLine(Move* line, int most) {
-    const PrincipalLine& own = Strong.lines[0];
-    if (own.length > 1 && Strong.lineKey == PositionKey()) {
-        const int count = std::min(own.length - 1, most);
-        std::copy_n(own.moves + 1, count, line);
+    const RootLine& best = Strong.rootLines.shown[0];
+    if (Strong.rootLines.shownCount > 0 && best.moves.length > 1 &&
+        best.key == PositionKey()) {
+        const int count = std::min(best.moves.length - 1, most);
+        std::copy_n(best.moves.moves + 1, count, line);
         return count;
     }
     if (most == 0 || (line[0] = BestKnown()) == NO_MOVE) return 0;
@@ -76,6 +77,9 @@ const Searcher StrongSearch = {
     .bestKnown = BestKnown,
     .exactResult = ExactResult,
     .expectedLine = ExpectedLine,
+    .tellLines = TellLines,
     .askForLimits = AskForLimits,
+    .hearWish = HearWish,
     .testQuiescence = TestStrongQuiescence,
+    .searchesOnlyMoves = true,
 };

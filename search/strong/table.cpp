@@ -168,4 +168,24 @@ void ReleaseResults() {
     Strong.results.count = 0;
 }
 
+void ClearResults() {
+    for (std::size_t i = 0; i < Strong.results.count; ++i)
+        for (ResultEntry& entry : Strong.results.buckets[i].entries) {
+            entry.check.store(0, std::memory_order_relaxed);
+            entry.data.store(0, std::memory_order_relaxed);
+        }
+}
+
+int ResultsPermille() {
+    constexpr std::size_t kSample = 250;  // buckets
+    const std::size_t buckets = std::min(kSample, Strong.results.count);
+    int written = 0;
+    for (std::size_t i = 0; i < buckets; ++i)
+        for (const ResultEntry& entry : Strong.results.buckets[i].entries) {
+            const std::uint64_t data = Load(entry.data);
+            if (data != 0 && AgeOf(data) == Strong.results.age) ++written;
+        }
+    return written * 1000 / static_cast<int>(buckets * kBucketEntries);
+}
+
 void AgeResults() { Strong.results.age = (Strong.results.age + 1) % kAges; }

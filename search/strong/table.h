@@ -59,5 +59,8 @@ void StoreResult(std::uint64_t key, Move move, int score, int evaluation, int de
 // memory.
 bool AllocateResults(std::size_t bytes);
 void ReleaseResults();
+void ClearResults();
+// How many of a thousand entries this search has written, by a sample.
+int ResultsPermille();
 // A new search begins: all entries count as older.
 void AgeResults();

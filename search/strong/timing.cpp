@@ -177,6 +177,12 @@ void BeginTiming() {
     WindUp();
 }
 
+void CapNodes(std::int64_t nodes) {
+    std::int64_t& limit = Strong.time.limits.nodes;
+    limit = limit > 0 ? std::min(limit, nodes) : nodes;
+    WindUp();
+}
+
 bool CountNode() {
     ++Result.NodeCount;
     if (--Control.PollCountdown < 0) Look();

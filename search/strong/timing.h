@@ -39,6 +39,8 @@ void AskForLimits(const char* line);
 
 // The search begins.
 void BeginTiming();
+// It ends after so many nodes, if not before.
+void CapNodes(std::int64_t nodes);
 // At a node: counts it, and looks at input and clock now and then. True when the search
 // must stop.
 bool CountNode();
