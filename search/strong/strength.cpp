@@ -22,8 +22,8 @@ struct NamedLevel {
     StrengthLevel level;
 };
 constexpr NamedLevel kLevels[] = {
-    {800, {40, 5, 110}},   {1200, {180, 4, 80}},   {1600, {1900, 4, 35}},
-    {2000, {4500, 3, 25}}, {2400, {14000, 2, 12}},
+    {800, {40, 5, 120}},   {1200, {250, 4, 70}},    {1600, {2600, 3, 30}},
+    {2000, {7000, 3, 20}}, {2400, {18000, 2, 12}},
 };
 
 // A limited search has this part of the table to itself, emptied before.
