@@ -98,15 +98,10 @@ void Analyse() {
     BeginAnalysis(moves);
 }
 
-// What was said of another position holds no more.
-void AnalyseAnew() {
-    Mode.excluded.clear();
-    Analyse();
-}
-
 // The position has changed, by a move or otherwise: whatever the modes ask for begins.
 void GoOn() {
-    if (Mode.analysis) return AnalyseAnew();
+    Mode.excluded.clear();  // what was said of another position holds no more
+    if (Mode.analysis) return Analyse();
     if (Mode.force || Board.SideToMove != Mode.engineColour || Announced()) return;
     Session.PonderWanted = Mode.hard;
     const SearchLimits limits = Limits();
@@ -166,7 +161,8 @@ void NewGame(const std::string&, std::string_view) {
     Mode.depth = 0;
     Mode.ownClock = Mode.control.base;
     Mode.expected.clear();
-    if (Mode.analysis) AnalyseAnew();
+    Mode.excluded.clear();
+    if (Mode.analysis) Analyse();
 }
 
 // Also a move without "usermove" in front, as older front ends send it.
@@ -186,7 +182,8 @@ void UserMove(const std::string& line, std::string_view rest) {
 // Changes of the game that are no moves.
 void Rebuilt() {
     Mode.expected.clear();
-    if (Mode.analysis) AnalyseAnew();
+    Mode.excluded.clear();
+    if (Mode.analysis) Analyse();
 }
 
 void SetBoard(const std::string&, std::string_view rest) {
@@ -230,27 +227,22 @@ void PutInForce(const std::string&, std::string_view) {
 // "exit" leaves the engine in force mode: the front end says how to go on.
 void Analyze(const std::string&, std::string_view) {
     Mode.analysis = Mode.force = true;
-    AnalyseAnew();
+    Analyse();
 }
 
-// "exclude" and "include" take a move or "all".
-void ChangeExcluded(const std::string& line, std::string_view rest, bool exclude) {
+// "exclude" and "include" take a move or "all"; they may come before "analyze".
+void ChangeExcluded(std::string_view rest, bool exclude) {
     const std::string_view word = TakeWord(rest);
     std::vector<std::string> moves;
     for (const Move m : AllLegalMoves())
         if (word == "all" || m == LegalMove(word)) moves.push_back(MoveText(m));
-    if (!Mode.analysis) return Refuse(kNotNow, line);
     if (moves.empty()) return Say("Illegal move: %s", std::string(word).c_str());
     for (const std::string& move : moves) std::erase(Mode.excluded, move);
     if (exclude) Mode.excluded.insert(Mode.excluded.end(), moves.begin(), moves.end());
-    Analyse();
+    if (Mode.analysis) Analyse();
 }
-void Exclude(const std::string& line, std::string_view rest) {
-    ChangeExcluded(line, rest, true);
-}
-void Include(const std::string& line, std::string_view rest) {
-    ChangeExcluded(line, rest, false);
-}
+void Exclude(const std::string&, std::string_view rest) { ChangeExcluded(rest, true); }
+void Include(const std::string&, std::string_view rest) { ChangeExcluded(rest, false); }
 
 void ExitAnalysis(const std::string&, std::string_view) {
     if (!Mode.analysis) return;
