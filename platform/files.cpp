@@ -3,6 +3,10 @@
 
 #ifndef _WIN32
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #endif
 
 namespace {
@@ -35,6 +39,15 @@ FileHandle OpenForReading(const char* name) {
 #endif
 }
 
+#ifndef _WIN32
+// A regular file's length; -1 of anything else.
+std::int64_t RegularSize(FileHandle file) {
+    struct stat about = {};
+    return fstat(fileno(file), &about) == 0 && S_ISREG(about.st_mode) ? about.st_size
+                                                                      : -1;
+}
+#endif
+
 }  // namespace
 
 // Unbuffered: read-ahead would hide what other programs write meanwhile.
@@ -58,12 +71,30 @@ void CloseFile(FileHandle& file) {
     file = nullptr;
 }
 
+// Where the file's position is shared with other processes it is left alone, here and in
+// ReadAt.
 std::int64_t FileSize(FileHandle file) {
+#ifndef _WIN32
+    if (const std::int64_t size = RegularSize(file); size >= 0) return size;
+#endif
     return Seek(file, 0, SEEK_END) ? Tell(file) : -1;
 }
 
 bool ReadAt(FileHandle file, std::int64_t offset, void* buffer, std::size_t size) {
+#ifdef _WIN32
     return Seek(file, offset, SEEK_SET) && std::fread(buffer, 1, size, file) == size;
+#else
+    char* to = static_cast<char*>(buffer);
+    while (size > 0) {
+        const ssize_t got = pread(fileno(file), to, size, static_cast<off_t>(offset));
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return false;
+        to += got;
+        offset += got;
+        size -= static_cast<std::size_t>(got);
+    }
+    return true;
+#endif
 }
 
 // A write that the system takes only in part has failed: the disk is full. What it took

@@ -65,6 +65,30 @@ std::size_t InHugePages(std::size_t bytes) {
     return (bytes + kHugePage - 1) / kHugePage * kHugePage;
 }
 
+// Fresh pages are zero. Whole huge pages are mapped, and what the alignment leaves over
+// at both ends goes back. The system is asked for all pages now: found and cleared one by
+// one at the first access they would take 10 to 50 ms from the first search.
+void* MapTable(std::size_t bytes, int sharing) {
+    const std::size_t size = InHugePages(bytes);
+    if (size < bytes) return nullptr;
+    void* const mapped = mmap(nullptr, size + kHugePage, PROT_READ | PROT_WRITE,
+                              sharing | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED) return nullptr;
+    const auto start = reinterpret_cast<std::uintptr_t>(mapped);
+    const std::size_t before = (kHugePage - start % kHugePage) % kHugePage;
+    char* const table = static_cast<char*>(mapped) + before;
+    if (before > 0) munmap(mapped, before);
+    munmap(table + size, kHugePage - before);
+    // Only advice: without it all works as well.
+#ifdef MADV_HUGEPAGE
+    madvise(table, size, MADV_HUGEPAGE);
+#endif
+#ifdef MADV_POPULATE_WRITE
+    madvise(table, size, MADV_POPULATE_WRITE);
+#endif
+    return table;
+}
+
 bool IsTemporary(int error) {
     return error == EINTR || error == EAGAIN || error == EWOULDBLOCK;
 }
@@ -146,29 +170,16 @@ double UserSeconds() {
            static_cast<double>(usage.ru_utime.tv_usec) / 1e6;
 }
 
-// Fresh pages are zero. Whole huge pages are mapped, and what the alignment leaves over
-// at both ends goes back. The system is asked for all pages now: found and cleared one by
-// one at the first access they would take 10 to 50 ms from the first search.
+// What a helper does not inherit it need not copy, and the parent keeps its huge pages.
 void* AllocateTable(std::size_t bytes) {
-    const std::size_t size = InHugePages(bytes);
-    if (size < bytes) return nullptr;
-    void* const mapped = mmap(nullptr, size + kHugePage, PROT_READ | PROT_WRITE,
-                              MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (mapped == MAP_FAILED) return nullptr;
-    const auto start = reinterpret_cast<std::uintptr_t>(mapped);
-    const std::size_t before = (kHugePage - start % kHugePage) % kHugePage;
-    char* const table = static_cast<char*>(mapped) + before;
-    if (before > 0) munmap(mapped, before);
-    munmap(table + size, kHugePage - before);
-    // Only advice: without it all works as well.
-#ifdef MADV_HUGEPAGE
-    madvise(table, size, MADV_HUGEPAGE);
-#endif
-#ifdef MADV_POPULATE_WRITE
-    madvise(table, size, MADV_POPULATE_WRITE);
+    void* const table = MapTable(bytes, MAP_PRIVATE);
+#ifdef MADV_WIPEONFORK
+    if (table != nullptr) madvise(table, InHugePages(bytes), MADV_WIPEONFORK);
 #endif
     return table;
 }
+
+void* AllocateSharedTable(std::size_t bytes) { return MapTable(bytes, MAP_SHARED); }
 
 void FreeTable(void* table, std::size_t bytes) {
     if (table != nullptr) munmap(table, InHugePages(bytes));

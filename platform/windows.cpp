@@ -8,9 +8,11 @@
 #include <climits>
 #include <csignal>
 #include <cstddef>
+#include <cstdlib>
 
 #include "platform/clock.h"
 #include "platform/files.h"
+#include "platform/helper.h"
 #include "platform/input.h"
 #include "platform/memory.h"
 #include "platform/output.h"
@@ -98,6 +100,9 @@ void* AllocateTable(std::size_t bytes) {
     return VirtualAlloc(nullptr, bytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
 }
 
+// There are no helpers.
+void* AllocateSharedTable(std::size_t bytes) { return AllocateTable(bytes); }
+
 void FreeTable(void* table, std::size_t) {
     if (table != nullptr) VirtualFree(table, 0, MEM_RELEASE);
 }
@@ -120,3 +125,13 @@ void PrepareSignals() {
 }
 
 bool TerminationRequested() { return Terminating != 0; }
+
+Copied StartHelper(int, bool) { return Copied::Failed; }
+
+void EndHelpers() {}
+
+bool IsOrphan() { return false; }
+
+void LeaveHelper() { std::_Exit(0); }
+
+int ProcessorCount() { return 1; }

@@ -187,6 +187,29 @@ TEST_F(FilesTest, ARequestToEndLeavesNoTemporary) {
         }
 }
 
+// A file that was open when the process was copied has one position for both.
+TEST_F(FilesTest, TwoReadersOfOneHandle) {
+    std::string text(20000, '\0');
+    for (std::size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>(i / 100);
+    scratch.Write("in", text);
+    FileHandle file = OpenFile(scratch.Path("in").c_str(), FileMode::Read);
+    ASSERT_NE(file, nullptr);
+    AtOnce([&](int i) {
+        char part[100];
+        for (int n = 0; n < 20000; ++n) {
+            const int at = (n * 7 + i * 3) % 200;
+            ASSERT_EQ(FileSize(file), 20000);
+            ASSERT_TRUE(ReadAt(file, at * 100, part, sizeof part));
+            ASSERT_EQ(part[0], static_cast<char>(at));
+            ASSERT_EQ(part[99], static_cast<char>(at));
+        }
+    });
+    char part[100];
+    EXPECT_FALSE(ReadAt(file, 19901, part, sizeof part));
+    EXPECT_FALSE(ReadAt(file, -1, part, sizeof part));
+    CloseFile(file);
+}
+
 TEST_F(FilesTest, OfTwoWritersOneWins) {
     const std::string texts[2] = {std::string(100'000, 'a'), std::string(50'000, 'b')};
     for (int round = 0; round < 200 && !HasFailure(); ++round) {
