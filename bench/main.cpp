@@ -15,6 +15,7 @@
 #include "board/notation.h"
 #include "platform/clock.h"
 #include "platform/version.h"
+#include "search/strong/helpers.h"
 
 namespace {
 
@@ -33,11 +34,17 @@ void SetPosition(const char* fen) {
 }
 
 // The node total is exact and the same on every machine; only the speed is a measurement.
-void BenchSearch(int depth, bool strong) {
+// Several threads are measured by the clock.
+void BenchSearch(int depth, bool strong, int threads) {
     const SearchBench bench =
-        SearchBenchPositions(depth, strong ? StrongSearch : ClassicSearch);
+        SearchBenchPositions(depth, strong ? StrongSearch : ClassicSearch, threads);
     const auto nodes = static_cast<double>(bench.nodes);
     std::printf("Nodes: %lld\n", static_cast<long long>(bench.nodes));
+    if (threads > 1) {
+        std::printf("Speed: %.0f nodes per second (%.2f s)\n", nodes / bench.elapsed,
+                    bench.elapsed);
+        return;
+    }
     std::printf("Speed: %.0f nodes per second of user CPU time (%.2f s)\n",
                 nodes / bench.seconds, bench.seconds);
 }
@@ -98,7 +105,10 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     bool strong = false;
     search->add_flag("--strong", strong, "The strong search");
-    search->callback([&] { BenchSearch(depth, strong); });
+    int threads = 1;
+    search->add_option("--threads", threads, "Cores that the strong search uses")
+        ->check(CLI::Range(1, kMostThreads));
+    search->callback([&] { BenchSearch(depth, strong, threads); });
     for (const bool divide : {false, true}) {
         CLI::App* perft = app.add_subcommand(
             divide ? "divide" : "perft",

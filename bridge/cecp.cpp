@@ -147,6 +147,7 @@ void Protover(const std::string&, std::string_view rest) {
     Say("feature analyze=1 time=1 draw=0 playother=1 exclude=1 debug=1 "
         "myname=\"Veltramox %s\" variants=\"normal\"",
         kVersion);
+    Say("feature smp=1");
     // Analysis is a mode of its own here.
     for (const BridgeOption& option : kOptions)
         if (std::string_view(option.name) != "UCI_AnalyseMode") AnnounceOption(option);
@@ -350,14 +351,9 @@ void Hint(const std::string&, std::string_view) {
 void Book(const std::string&, std::string_view) { Say("%s", ""); }
 
 // Options wait for the end of a search.
-void ChangeOption(const std::string& line, std::string_view rest) {
-    rest = Trimmed(rest);
-    const std::size_t equals = std::min(rest.find('='), rest.size());
-    std::string_view value = rest.substr(equals);
-    if (!value.empty()) value.remove_prefix(1);
+void GiveOption(const std::string& line, std::string_view name, std::string_view value) {
     std::string remark;
-    if (!SetOption(Trimmed(rest.substr(0, equals)), value, remark))
-        return Refuse(remark.c_str(), line);
+    if (!SetOption(name, value, remark)) return Refuse(remark.c_str(), line);
     if (!remark.empty()) Say("# %s", remark.c_str());
     if (Session.EngineActivity != Activity::Analysing) return;
     // Some options the engine is told with each search.
@@ -365,6 +361,18 @@ void ChangeOption(const std::string& line, std::string_view rest) {
         ApplyOptions();
     else
         Analyse();
+}
+
+void ChangeOption(const std::string& line, std::string_view rest) {
+    rest = Trimmed(rest);
+    const std::size_t equals = std::min(rest.find('='), rest.size());
+    std::string_view value = rest.substr(equals);
+    if (!value.empty()) value.remove_prefix(1);
+    GiveOption(line, Trimmed(rest.substr(0, equals)), value);
+}
+
+void Cores(const std::string& line, std::string_view rest) {
+    GiveOption(line, "Threads", TakeWord(rest));
 }
 
 void Variant(const std::string& line, std::string_view rest) {
@@ -411,6 +419,7 @@ constexpr struct {
     {"hint", Hint},
     {"bk", Book},
     {"option", ChangeOption},
+    {"cores", Cores},
     {"draw", Nothing},
     {"random", Nothing},
     {"computer", Nothing},

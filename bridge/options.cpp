@@ -214,6 +214,14 @@ std::string SizeRemark(const BridgeOption& option, const std::string& given,
     return option.name + std::string(text);
 }
 
+// Where several threads have been asked for that the search does not use.
+std::string ThreadsRemark(const BridgeOption& option) {
+    const bool matters = option.name == std::string_view("Threads") ||
+                         option.name == std::string_view("Search");
+    if (!matters || PlaysStrong() || OptionValue("Threads") == "1") return "";
+    return "the classic search uses one thread";
+}
+
 // Sizes beyond the range are taken as its ends, for front ends offer one "Hash" for all
 // engines; a text that is no number stays, and is refused.
 std::string WithinBounds(const BridgeOption& option, std::string_view value) {
@@ -244,6 +252,7 @@ const std::vector<BridgeOption> kOptions = {
     {"EGTBPath", OptionKind::Text, "", 0, 0, kTableKeys, true},
     TableOption("EGTBCache", "EGTBHashSize"),
     ChoiceOption("Search", "Search", "strong"),
+    SettingOption("Threads", "Threads"),
     {"Clear Hash", OptionKind::Button, "", 0, 0, "", true},
     {"OwnBook", OptionKind::Switch, "false", 0, 0, "", true},
     SettingOption("UseBookWeights", "UseBookWeights"),
@@ -328,6 +337,7 @@ bool SetOption(std::string_view name, std::string_view value, std::string& remar
         return true;
     Chosen.values[option->name] = taken;
     Chosen.set[option->name] = true;
+    if (remark.empty()) remark = ThreadsRemark(*option);
     if (MattersNow(*option)) OptionsChanged = true;
     return true;
 }

@@ -33,7 +33,7 @@ After AnalysisStatus(const char*) {
     MoveToText(text, Board.MoveHistory[Root.RootGamePly]);
     Write("stat01: %lld %lld %d %d %d %s\n",
           static_cast<long long>(ElapsedMilliseconds() / 10),
-          static_cast<long long>(Result.NodeCount), Root.RootDepth + 1,
+          static_cast<long long>(NodesInAll()), Root.RootDepth + 1,
           Root.RootMoveCount - Root.RootMoveIndex, Root.RootMoveCount + 1, text);
     FlushOutput();
     return After::Return;

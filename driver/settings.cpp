@@ -8,6 +8,7 @@
 #include "platform/output.h"
 #include "search/control.h"
 #include "search/hash.h"
+#include "search/strong/helpers.h"
 
 EngineSettings SettingsInForce;
 
@@ -44,8 +45,13 @@ constexpr Setting Switch(Texts t, int* value, int standard, unsigned heard,
         0,         0,         0,     "",     {word0, word1},      heard};
 }
 
-constexpr Setting OnlyIfOn(Setting setting) {
-    setting.onlyIfOn = true;
+constexpr Setting AtLeast(int lowest, Setting setting) {
+    setting.lowest = lowest;
+    return setting;
+}
+
+constexpr Setting OnlyIfChanged(Setting setting) {
+    setting.onlyIfChanged = true;
     return setting;
 }
 
@@ -118,11 +124,16 @@ constinit const Setting kSettings[] = {
             "\"off\" forbids it whatever the front end asks for.",
             "Pondering", "Pondering"}, &In.Pondering, 1, kHearsOff),
 
-    OnlyIfOn(Switch({"Search",
+    OnlyIfChanged(Switch({"Search",
                      "\"classic\": the engine's own search since its first version. \"strong\": a newer one,\n"
                      "much stronger. What front ends get through veltramox-bridge is its option \"Search\".",
                      "Search", "Search"},
                     &In.UseStrongSearch, 0, kHearsBoth, "classic", "strong")),
+    OnlyIfChanged(AtLeast(1,
+        Number({nullptr,
+                "Cores that the strong search uses, 1 to 256. Each takes some ten megabytes. With\n"
+                "\"classic\" it means nothing; front ends set it by the bridge's option \"Threads\".",
+                "Threads", "Threads"}, &In.Threads, 1, kMostThreads, 3))),
 };
 // clang-format on
 
@@ -187,7 +198,7 @@ void SetDefaultSettings() {
 
 void WriteSettingsReport() {
     for (const Setting& s : kSettings)
-        if (!s.onlyIfOn || *s.value != 0) WriteSetting(s);
+        if (!s.onlyIfChanged || *s.value != s.standard) WriteSetting(s);
     Write("\n");
     FlushOutput();
 }

@@ -31,6 +31,7 @@ struct EngineSettings {
     int Pondering;
     // ---- Which search plays ----
     int UseStrongSearch;
+    int Threads;  // of the strong search
 
     bool operator==(const EngineSettings&) const = default;
 };
@@ -65,7 +66,7 @@ struct Setting {
     // off.
     const char* words[2];
     unsigned heard;
-    bool onlyIfOn = false;  // left out of the report while it is 0
+    bool onlyIfChanged = false;  // left out of the report at its default
 };
 // In the order of the report and of the settings file.
 std::span<const Setting> AllSettings();

@@ -48,7 +48,7 @@ void SetNumber(const Setting& s, std::string_view value) {
         number = 10 * number + c - '0';
         ++digits;
     }
-    if (digits > 0) *s.value = std::min(number, s.highest);
+    if (digits > 0) *s.value = std::clamp(number, s.lowest, s.highest);
 }
 
 // Words are compared over their own length only.

@@ -31,7 +31,7 @@ namespace {
 void AllocateTables() {
     const Searcher& searcher =
         Settings.UseStrongSearch != 0 ? StrongSearch : ClassicSearch;
-    if (ChooseSearch(searcher, Settings.TranspositionSize) &&
+    if (ChooseSearch(searcher, Settings.TranspositionSize, Settings.Threads) &&
         AllocatePawnTable(Settings.PawnHashSize))
         return;
     Write("An error occured while memory allocation!\n");
@@ -69,11 +69,11 @@ void ResetState() {
 
 }  // namespace
 
-bool ResetEngine(int tableBits, const Searcher& searcher) {
+bool ResetEngine(int tableBits, const Searcher& searcher, int threads) {
     ResetState();
     FreePawnTable();
-    if (!ChooseSearch(searcher,
-                      tableBits != 0 ? tableBits : Settings.TranspositionSize) ||
+    if (!ChooseSearch(searcher, tableBits != 0 ? tableBits : Settings.TranspositionSize,
+                      threads) ||
         !AllocatePawnTable(Settings.PawnHashSize))
         return false;
     NewGame();

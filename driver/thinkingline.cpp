@@ -61,7 +61,7 @@ void FullThinkingLine(const FullThought& thought) {
         "%lld pv",
         thought.rank, thought.depth, thought.deepest, ShownScore(thought.score), bound,
         static_cast<long long>(ElapsedMilliseconds()),
-        static_cast<long long>(Result.NodeCount), thought.permille,
+        static_cast<long long>(NodesInAll()), thought.permille,
         static_cast<long long>(thought.tableHits));
     for (int i = 0; i < std::min(thought.count, kMostFullMoves); ++i) {
         char text[kMoveTextSize];
@@ -80,7 +80,7 @@ void FinalThinkingLine() {
     if (TellsInFull() && ActiveSearch().tellLines()) return;
     Write("%d %d %lld %lld", Root.RootDepth + 1, ShownScore(RootScore),
           static_cast<long long>(ElapsedMilliseconds() / 10),
-          static_cast<long long>(Result.NodeCount));
+          static_cast<long long>(NodesInAll()));
     WriteVariation();
     Write("\n");
     FlushOutput();

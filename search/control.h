@@ -95,10 +95,15 @@ bool CheckClock();
 // ---- What a search leaves beside the root list. Written by search/root.cpp ----
 struct SearchResult {
     std::int64_t NodeCount;  // counted up by every search routine
-    int BookMovePlayed;      // the move came from the opening book
-    int ForGame;             // the search with the book allowed: for a game, no analysis
+    // Of other processes that search along, as last counted; by search/strong/helpers.
+    std::int64_t HelperNodes;
+    int BookMovePlayed;  // the move came from the opening book
+    int ForGame;         // the search with the book allowed: for a game, no analysis
     // RootScore of the last completed search that was no ponder search; written by the
     // driver.
     int PreviousScore;
 };
 extern SearchResult Result;
+
+// As they are reported.
+inline std::int64_t NodesInAll() { return Result.NodeCount + Result.HelperNodes; }

@@ -46,7 +46,7 @@ void PrepareSearch(int depthLimit, bool bookAllowed) {
     EvaluationInput.RootSide = Board.SideToMove;
     Root.RootGamePly = Board.GamePly;
     Control.PollCountdown = Control.PollInterval;
-    Result.NodeCount = 0;
+    Result.NodeCount = Result.HelperNodes = 0;
     DecayMargins();
     Generated.MoveStackTop = 0;
     Result.BookMovePlayed = 0;
@@ -228,6 +228,9 @@ bool ExactResult(Move& move, int& score) {
     return true;
 }
 
+// It searches on one core, whatever there are.
+bool Allocate(int bits, int) { return AllocateTranspositionTable(bits); }
+
 void Ignore(const char*) {}
 
 // The line is read back from the table, so that the search keeps no line.
@@ -246,7 +249,7 @@ int ExpectedLine(Move* line, int most) {
 }  // namespace
 
 const Searcher ClassicSearch = {
-    .allocate = AllocateTranspositionTable,
+    .allocate = Allocate,
     .release = FreeTranspositionTable,
     .forget = ClearHistoryAndKillers,
     .deepen = DeepenClassic,

@@ -8,10 +8,10 @@ const Searcher* Chosen = &ClassicSearch;
 
 const Searcher& ActiveSearch() { return *Chosen; }
 
-bool ChooseSearch(const Searcher& searcher, int bits) {
+bool ChooseSearch(const Searcher& searcher, int bits, int threads) {
     ReleaseSearch();
     Chosen = &searcher;
-    return Chosen->allocate(bits);
+    return Chosen->allocate(bits, threads);
 }
 
 void ReleaseSearch() { Chosen->release(); }

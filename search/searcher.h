@@ -6,8 +6,9 @@
 
 struct Searcher {
     // Memory for its tables, all empty: as many bytes for results as 2^bits entries of
-    // the classic table take. False when there is none or the number is not 0 to 31.
-    bool (*allocate)(int bits);
+    // the classic table take. False when there is none or the number is not 0 to 31. The
+    // strong search uses so many cores, 1 to kMostThreads (search/strong/helpers.h).
+    bool (*allocate)(int bits, int threads);
     void (*release)();
     // Nothing that was known of the game before holds; results of positions stay.
     void (*forget)();
@@ -46,6 +47,6 @@ extern const Searcher StrongSearch;
 const Searcher& ActiveSearch();
 // Makes it the one that plays, with tables of its own, and gives back those of the one
 // before; false when there is no memory.
-bool ChooseSearch(const Searcher& searcher, int bits);
+bool ChooseSearch(const Searcher& searcher, int bits, int threads = 1);
 // Gives back the tables of the one that plays.
 void ReleaseSearch();

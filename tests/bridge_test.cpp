@@ -385,6 +385,7 @@ TEST(BridgeOptions, AreWrittenAsSettings) {
         {"ResignValue", "9999", "ResignValue=9999\n"},
         {"Ponder", "0", "Pondering=off\n"},
         {"search", "STRONG", "Search=strong\n"},
+        {"Threads", "256", "Threads=256\n"},
     };
     OptionsChanged = false;
     EXPECT_TRUE(SetOption("Move Overhead", "30", fault) && !OptionsChanged);
@@ -405,6 +406,8 @@ TEST(BridgeOptions, AreWrittenAsSettings) {
                             {"ResignTimes", "10"},
                             {"Search", "stronger"},
                             {"Search", ""},
+                            {"Threads", "0"},
+                            {"Threads", "257"},
                             {"EGTBPath", "a\nTranspositionSize=13"}};
     for (const auto& b : bad) {
         fault.clear();

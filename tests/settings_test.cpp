@@ -11,6 +11,7 @@
 #include "driver/settingsfile.h"
 #include "eval/evaluate.h"
 #include "search/control.h"
+#include "search/strong/helpers.h"
 #include "tests/scratch.h"
 #include "tests/support.h"
 
@@ -89,6 +90,8 @@ TEST_F(SettingsFile, LinesChangeWhatTheyName) {
         {"UseEGTB=OFF", With("UseEGTB", 0)},
         {"Pondering=off", With("Pondering", 0)},
         {"search=STRONG", With("Search", 1)},
+        {"Threads=4", With("Threads", 4)},
+        {"threads=999", With("Threads", kMostThreads)},
         {"EGTBPath=C:\\TB", WithPath("C:\\TB")},
         {"EGTBPath=/a b;c\x01hidden", WithPath("/a b;c")},
         {"EGTBPath=tables\xC3\xA9", WithPath("tables")},
@@ -115,6 +118,9 @@ TEST_F(SettingsFile, OtherLinesChangeNothing) {
                              "BookLearningMode=kill",
                              "Search=classic",
                              "Search=strange",
+                             "Threads=0",
+                             "Threads=-3",
+                             "Threads=all",
                              "ResignValue=",
                              "ResignValue=-5",
                              "ResignValue=8x",
@@ -149,13 +155,18 @@ TEST_F(SettingsFile, PonderingOffAlsoWithdrawsThePermission) {
 }
 
 // Front ends of before read the report: it has a new line only for what they do not have.
-TEST_F(SettingsFile, TheReportNamesTheSearchOnlyIfItIsTheNewOne) {
+TEST_F(SettingsFile, TheReportNamesSearchAndThreadsOnlyWhereTheyAreNew) {
     Read("Search=classic\n");
     const std::string before = OutputOf(WriteSettingsReport);
     EXPECT_EQ(before.find("Search"), std::string::npos);
     Read("Search=strong\n");
     EXPECT_EQ(OutputOf(WriteSettingsReport),
               before.substr(0, before.size() - 1) + "Search=strong\n\n");
+    Read("Threads=1\n");
+    EXPECT_EQ(OutputOf(WriteSettingsReport), before);
+    Read("Threads=2\n");
+    EXPECT_EQ(OutputOf(WriteSettingsReport),
+              before.substr(0, before.size() - 1) + "Threads=2\n\n");
 }
 
 TEST_F(SettingsFile, LaterLinesWin) {

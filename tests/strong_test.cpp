@@ -316,7 +316,7 @@ int CompareWithTables(int men, int positions, int nodes) {
             EXPECT_EQ(RootScore > 0, plies > 0) << EditCommands();
             EXPECT_GE(MateScore - std::abs(RootScore), std::abs(plies)) << EditCommands();
         }
-        StrongSearch.allocate(12);  // what it has found so far is not to count
+        StrongSearch.allocate(12, 1);  // what it has found so far is not to count
         ClearRequests();
         Search(4, false);
         const int plies = TablePlies();

@@ -10,6 +10,7 @@
 #include "search/rootmoves.h"
 #include "search/scores.h"
 #include "search/strong/evaluation.h"
+#include "search/strong/helpers.h"
 #include "search/strong/node.h"
 #include "search/strong/reductions.h"
 #include "search/strong/step.h"
@@ -165,6 +166,7 @@ int SearchLines(int depth) {
 // Stores the best move and notes how settled the search is.
 void FinishIteration(int score, int depth) {
     RootScore = score;
+    CountHelperNodes();
     ThinkingLine(false);
     if (FullThinkingWanted()) TellLines();
     StoreResult(PositionKey(), RootMoves[0], score, kNoEvaluation, depth, kExact);
@@ -204,6 +206,7 @@ void Deepen() {
     const int lastDepth = LastDepth();
     for (int depth = 1; depth <= lastDepth; ++depth) {
         if (depth > kDeepestIteration) return MissPondering();
+        if (!HelpedIteration(depth)) continue;
         Root.RootDepth = depth - 1;
         Strong.depth = depth;
         const int score = SearchLines(depth);
@@ -254,4 +257,5 @@ void DeepenStrong() {
     PrepareLine();
     RestrictRoot();
     DeepenLines(WantedLines());
+    DismissHelpers();
 }

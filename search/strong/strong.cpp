@@ -6,6 +6,7 @@
 #include "search/hash.h"
 #include "search/searcher.h"
 #include "search/strong/deepen.h"
+#include "search/strong/helpers.h"
 #include "search/strong/quiesce.h"
 #include "search/strong/state.h"
 
@@ -14,6 +15,7 @@ StrongState Strong;
 namespace {
 
 void Release() {
+    ReleaseHelpers();
     ReleaseResults();
     FreeTable(Strong.history, sizeof *Strong.history);
     FreeTable(Strong.corrections, sizeof *Strong.corrections);
@@ -22,7 +24,7 @@ void Release() {
 }
 
 // Zeroed memory: history without experience. Whole pages are aligned for everything.
-bool Allocate(int bits) {
+bool Allocate(int bits, int threads) {
     constexpr int kMostBits = 31;
     Release();
     if (bits < 0 || bits > kMostBits) return false;
@@ -31,7 +33,8 @@ bool Allocate(int bits) {
     Strong.corrections =
         static_cast<EvaluationCorrections*>(AllocateTable(sizeof *Strong.corrections));
     return Strong.history != nullptr && Strong.corrections != nullptr &&
-           AllocateResults(std::size_t{kHashEntryBytes} << bits);
+           AllocateHelpers(threads) &&
+           AllocateResults(std::size_t{kHashEntryBytes} << bits, threads > 1);
 }
 
 void Forget() {

@@ -152,11 +152,12 @@ void StoreResult(std::uint64_t key, Move move, int score, int evaluation, int de
 }
 
 // Zeroed memory is a table of empty entries.
-bool AllocateResults(std::size_t bytes) {
+bool AllocateResults(std::size_t bytes, bool shared) {
     ReleaseResults();
     const std::size_t count = std::max<std::size_t>(bytes / sizeof(ResultBucket), 1);
+    const auto allocate = shared ? AllocateSharedTable : AllocateTable;
     Strong.results.buckets =
-        static_cast<ResultBucket*>(AllocateTable(count * sizeof(ResultBucket)));
+        static_cast<ResultBucket*>(allocate(count * sizeof(ResultBucket)));
     Strong.results.count = Strong.results.buckets == nullptr ? 0 : count;
     Strong.results.age = 0;
     return Strong.results.buckets != nullptr;

@@ -56,8 +56,8 @@ void StoreResult(std::uint64_t key, Move move, int score, int evaluation, int de
                  int bound);
 
 // The largest table of whole buckets within so many bytes, empty; false when there is no
-// memory.
-bool AllocateResults(std::size_t bytes);
+// memory. `shared`: with helpers (search/strong/helpers.h).
+bool AllocateResults(std::size_t bytes, bool shared = false);
 void ReleaseResults();
 void ClearResults();
 // How many of a thousand entries this search has written, by a sample.

@@ -7,6 +7,7 @@
 #include "board/board.h"
 #include "search/control.h"
 #include "search/outward.h"
+#include "search/strong/helpers.h"
 #include "search/strong/state.h"
 
 namespace {
@@ -88,8 +89,8 @@ void WindUp() {
     const std::int64_t nodes = Strong.time.limits.nodes;
     Control.PollCountdown = Control.PollInterval;
     if (nodes > 0 && !Strong.time.pondering)
-        Control.PollCountdown = static_cast<int>(std::clamp<std::int64_t>(
-            nodes - Result.NodeCount - 1, 0, Control.PollInterval));
+        Control.PollCountdown = static_cast<int>(
+            std::clamp<std::int64_t>(nodes - NodesInAll() - 1, 0, Control.PollInterval));
 }
 
 bool Stop() {
@@ -113,14 +114,23 @@ void NoticePonderHit() {
 bool LimitReached() {
     const MoveTime& time = Strong.time;
     if (time.pondering) return false;
-    if (time.limits.nodes > 0 && Result.NodeCount >= time.limits.nodes) return Stop();
+    if (time.limits.nodes > 0 && NodesInAll() >= time.limits.nodes) return Stop();
     if (time.limits.hard == 0 || (!time.iterated && Result.NodeCount < kFewNodes))
         return false;
     return ElapsedMilliseconds() - time.begin >= time.limits.hard && Stop();
 }
 
+// Nobody but its parent has anything to tell a helper.
+bool LookUp() {
+    ReportHelper();
+    WindUp();
+    return false;
+}
+
 bool Look() {
+    if (IsHelper()) return LookUp();
     if (Strong.time.alone) return Stop();
+    CountHelperNodes();
     if (PollInput()) return true;
     if (Ponder.PonderProbe != 0 && ElapsedMilliseconds() > kProbeMilliseconds) {
         Ponder.ProbeTimeUp = 1;

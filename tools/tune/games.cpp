@@ -96,7 +96,7 @@ bool IsAdjudicated(Game& game, int white, int ply) {
 }
 
 void StartGame() {
-    ActiveSearch().allocate(kTableBits);
+    ActiveSearch().allocate(kTableBits, 1);
     NewGame();
 }
 
@@ -194,7 +194,7 @@ std::string PlayTrainingGame(std::uint64_t seed, std::uint64_t number,
     std::uint64_t random = seed * 0x9E3779B97F4A7C15 + number;
     while (!PlayOpening(random, nodes)) {
     }
-    ActiveSearch().allocate(kTableBits);
+    ActiveSearch().allocate(kTableBits, 1);
     Game game;
     for (int ply = 0; !IsOverByRule(game); ++ply) {
         RootScore = 0;
