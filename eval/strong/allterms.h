@@ -2,9 +2,16 @@
 #pragma once
 
 #include "eval/strong/king.h"
+#include "eval/strong/material.h"
 #include "eval/strong/pawns.h"
 #include "eval/strong/pieces.h"
 #include "eval/strong/threats.h"
+
+template <class Sum>
+void AddMaterialPairs(const MenCounts& counts, Sum& sum) {
+    AddMaterial<WHITE>(counts, sum);
+    AddMaterial<BLACK>(counts, sum);
+}
 
 template <class Sum>
 void AddPawnStructure(Sum& sum) {

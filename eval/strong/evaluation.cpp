@@ -7,11 +7,15 @@
 #include "eval/passers.h"
 #include "eval/pawns.h"
 #include "eval/strong/allterms.h"
-#include "eval/strong/pawntable.h"
+#include "eval/strong/sumtable.h"
 
 namespace {
 
-PawnSums Known;
+// A search meets the same pawns and the same material again and again.
+struct {
+    SumTable<14> pawns;
+    SumTable<11> material;
+} Known;
 
 int ForMover(int score) { return Board.SideToMove == WHITE ? score : -score; }
 
@@ -39,14 +43,22 @@ bool FixedTerms(Terms& t, int& fixed, int& settled) {
 }
 
 std::int32_t PawnStructureSum() {
-    const std::uint64_t key = PawnStructureKey();
-    PawnSums::Entry& entry =
-        Known.entries[key * 0x9E3779B97F4A7C15 >> (64 - kPawnSumBits)];
-    if (entry.key == key) return entry.packed;
-    PlaySum sum;
-    AddPawnStructure(sum);
-    entry = {.key = key, .packed = sum.packed};
-    return sum.packed;
+    const std::uint64_t key =
+        static_cast<std::uint64_t>(Board.PawnHash1) << 32 | Board.PawnHash2;
+    return Known.pawns.Of(key, [] {
+        PlaySum sum;
+        AddPawnStructure(sum);
+        return sum.packed;
+    });
+}
+
+std::int32_t MaterialSum() {
+    const MenCounts counts = CountMen();
+    return Known.material.Of(MaterialKey(counts), [&] {
+        PlaySum sum;
+        AddMaterialPairs(counts, sum);
+        return sum.packed;
+    });
 }
 
 int Blended(Weight sum, int phase) {
@@ -60,7 +72,7 @@ int StrongEvaluation() {
     int fixed, settled;
     if (!FixedTerms(t, fixed, settled)) return settled;
     PlaySum sum;
-    sum.packed = PawnStructureSum();
+    sum.packed = PawnStructureSum() + MaterialSum();
     AddPieceTerms(t, sum);
     Weight total;
     total.packed = sum.packed;
@@ -79,6 +91,7 @@ bool RecordEvaluation(RecordedEvaluation& recorded) {
         return false;
     recorded.phase = Phase();
     recorded.sum = {};
+    AddMaterialPairs(CountMen(), recorded.sum);
     AddPawnStructure(recorded.sum);
     AddPieceTerms(t, recorded.sum);
     return true;

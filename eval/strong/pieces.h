@@ -37,6 +37,9 @@ void AddKnights(AttackSets& sets, Sum& sum) {
         NoteAttacks<c>(sets, KNIGHT, attacks);
         AimAtKing<c>(sets, KNIGHT, attacks);
         sum.template Add<c>(kWeights.material[kKnight]);
+        sum.template Add<c>(
+            kWeights
+                .enemyKingDistance[kKnight][Distance[square][Board.KingSquare[1 - c]]]);
         sum.template Add<c>(kWeights.knightPawns[pawns]);
         sum.template Add<c>(kWeights.placement[kKnight][TableIndex<c>(square)]);
         sum.template Add<c>(kWeights.knightMobility[PopCount(attacks & sets.free[c])]);
@@ -66,6 +69,9 @@ void AddBishops(AttackSets& sets, Sum& sum) {
         NoteAttacks<c>(sets, BISHOP, attacks);
         AimAtKing<c>(sets, BISHOP, attacks);
         sum.template Add<c>(kWeights.material[kBishop]);
+        sum.template Add<c>(
+            kWeights
+                .enemyKingDistance[kBishop][Distance[square][Board.KingSquare[1 - c]]]);
         sum.template Add<c>(kWeights.placement[kBishop][TableIndex<c>(square)]);
         sum.template Add<c>(kWeights.bishopMobility[PopCount(attacks & sets.free[c])]);
         sum.template Add<c>(kWeights.kingDistance[1][Distance[square][king]]);
@@ -103,6 +109,8 @@ void AddRooks(AttackSets& sets, Sum& sum) {
         NoteAttacks<c>(sets, ROOK, attacks);
         AimAtKing<c>(sets, ROOK, attacks);
         sum.template Add<c>(kWeights.material[kRook]);
+        sum.template Add<c>(
+            kWeights.enemyKingDistance[kRook][Distance[square][Board.KingSquare[1 - c]]]);
         sum.template Add<c>(kWeights.rookPawns[pawns]);
         sum.template Add<c>(kWeights.placement[kRook][TableIndex<c>(square)]);
         AddRook<c>(sets, square, attacks, sum);
@@ -120,6 +128,9 @@ void AddQueens(AttackSets& sets, Sum& sum) {
         NoteAttacks<c>(sets, QUEEN, attacks);
         AimAtKing<c>(sets, QUEEN, attacks);
         sum.template Add<c>(kWeights.material[kQueen]);
+        sum.template Add<c>(
+            kWeights
+                .enemyKingDistance[kQueen][Distance[square][Board.KingSquare[1 - c]]]);
         sum.template Add<c>(kWeights.placement[kQueen][TableIndex<c>(square)]);
         sum.template Add<c>(
             kWeights.queenMobility[std::min(PopCount(attacks & free), 27)]);

@@ -14,6 +14,8 @@ inline constexpr int kDangers = 64;  // of the king, in attack units
 struct WeightSet {
     // ---- Material and placement ----
     Weight material[kQueen + 1];   // beyond the man's plain value
+    Weight pairs[kKing][kKing];    // [kind][kind not above it]: each pair of own men
+    Weight against[kKing][kKing];  // the same, the second an enemy's
     Weight bishopPair[9];          // [own pawns]
     Weight knightPawns[9];         // a knight [own pawns]
     Weight rookPawns[9];           // a rook [own pawns]
@@ -32,11 +34,12 @@ struct WeightSet {
     Weight reachableOutpost;    // a knight can get to one
     Weight behindPawn;          // minor piece with an own pawn before it
     Weight kingDistance[2][8];  // knight, bishop [steps from the own king]
-    Weight rookFile[2];         // half-open, open
-    Weight rookSeventh;         // with the king on the eighth, or pawns there
-    Weight rookClosed;          // own pawn ahead that is blocked
-    Weight rooksDoubled;        // behind another rook or queen on a file
-    Weight space[17];           // [safe squares behind and between centre pawns]
+    Weight enemyKingDistance[kKinds][8];  // [kind][steps from the enemy king]
+    Weight rookFile[2];                   // half-open, open
+    Weight rookSeventh;                   // with the king on the eighth, or pawns there
+    Weight rookClosed;                    // own pawn ahead that is blocked
+    Weight rooksDoubled;                  // behind another rook or queen on a file
+    Weight space[17];  // [safe squares behind and between centre pawns]
     // ---- Pawns ----
     Weight phalanx[8];    // [rank] beside another
     Weight defended[8];   // [rank] by a pawn

@@ -10,7 +10,7 @@ struct FitOptions {
     double resultShare = 0.4;  // of the target; the rest is the search's score
     int epochs = 12;
     double rate = 1;       // centipawns of the first steps
-    double shrink = 1e-8;  // pull towards the weights at the start
+    double shrink = 3e-9;  // pull towards the weights at the start
     int report = 5;        // epochs between two reports; 0: none
 };
 
