@@ -17,6 +17,7 @@ namespace {
 
 constexpr int kStartPatience = 10000;   // ms, until the engine is ready
 constexpr int kFeaturePatience = 2000;  // ms, for an xboard engine that says no "done"
+constexpr int kTimersError = 10;        // ms that waiting may end early
 constexpr int kLatePatience = 1000;     // ms beyond its clock, to tell late from deaf
 constexpr int kSilentPatience = 60000;  // ms for a move without a clock
 constexpr int kEndPatience = 1000;      // ms
@@ -107,10 +108,13 @@ bool GreetXboard(MatchEngine& engine) {
     if (!Send(engine, "xboard\nprotover 2")) return false;
     bool done = false, wait = false;
     while (!done) {
-        const std::string line =
-            NextLine(engine, wait ? kStartPatience : kFeaturePatience);
-        // An old engine knows no features.
-        if (line.empty()) return !ChildEnded(engine.process.child, 0);
+        const int patience = wait ? kStartPatience : kFeaturePatience;
+        const auto start = BenchClock::now();
+        const std::string line = NextLine(engine, patience);
+        // An old engine knows no features; one that has ended keeps nobody waiting.
+        if (line.empty())
+            return BenchClock::now() - start >=
+                   std::chrono::milliseconds(patience - kTimersError);
         if (line.starts_with("feature ")) NoteXboardFeatures(engine, line, done, wait);
     }
     return true;
