@@ -71,7 +71,6 @@ TEST_F(StrengthTest, TheSameGameComesAgain) {
         Search(9, true);
         Limit(elo, 7);
         EXPECT_EQ(Game(kMiddlegame, 30), game) << elo;
-        if (elo == kWeakest) continue;  // so few moves are looked at that none is drawn
         Limit(elo, 8);
         EXPECT_NE(Game(kMiddlegame, 30), game) << elo;
     }
@@ -130,6 +129,14 @@ TEST_F(StrengthTest, LimitsAndAnalysis) {
     Limit(0, 1);
     Think("limits 0 0 5000");
     EXPECT_EQ(Result.NodeCount, 5000);
+}
+
+// Where captures go on for ever the first iteration is broken off too.
+TEST_F(StrengthTest, EndlessCapturesEnd) {
+    Limit(kWeakest, 1);
+    Position("qqqqqqqk/qqqqqqqq/1q1q1qqq/8/8/QQQ1Q1Q1/QQQQQQQQ/KQQQQQQQ w - -");
+    EXPECT_TRUE(LegalMoves().Contains(Think()));
+    EXPECT_LE(Result.NodeCount, 20000);
 }
 
 // Nothing is thought on the opponent's time.

@@ -28,6 +28,9 @@ constexpr int kMateBeyond = MateScore - kMateBound;
 constexpr int kUnreduced = 3;    // root moves searched in full
 constexpr int kReducedFrom = 3;  // plies of depth
 constexpr int kForcedDepth = 4;
+// Below full strength the first iteration is to be whole, so that there is a choice: its
+// cap is so many nodes, for positions with endless captures, if the level's is smaller.
+constexpr std::int64_t kFirstPassNodes = 20000;
 
 struct {
     int stability;  // iterations since the best move changed
@@ -212,6 +215,7 @@ void Deepen() {
         const int score = SearchLines(depth);
         if (Control.StopSearch != 0) return;
         FinishIteration(score, depth);
+        if (IsLimited()) CapNodes(LevelOf(Strong.strength.elo).nodes);
         if (AreMatesFound(depth)) return MissPondering();
         const int fall = depth > kFullWindowBefore ? Progress.lastScore - score : 0;
         Progress.lastScore = score;
@@ -236,7 +240,7 @@ void DeepenLimited() {
         NoteOnlyLine();
         return EndLimited();
     }
-    CapNodes(level.nodes);
+    CapNodes(std::max(level.nodes, kFirstPassNodes));
     DeepenLines(std::max(WantedLines(), std::min(level.lines, Root.RootMoveCount)));
     EndLimited();
 }
