@@ -223,7 +223,7 @@ void AddReportOptions(CLI::App& app) {
     for (const auto& [name, value] :
          {std::pair{"--elo0", &Given.test.elo0}, std::pair{"--elo1", &Given.test.elo1}})
         app.add_option_function<double>(
-               name, [value](double elo) { *value = elo, Given.tested = true; },
+               name, [at = value](double elo) { *at = elo, Given.tested = true; },
                "of a hypothesis; the match ends when the test has decided")
             ->check(CLI::Range(-1000, 1000));
     app.add_option("--alpha", Given.test.alpha, "risk of a wrong H1")->check(risk);
