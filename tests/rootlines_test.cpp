@@ -89,7 +89,7 @@ TEST_F(RootLinesTest, AllDifferentAndInOrder) {
 
 // The second line is the best one without the first move.
 TEST_F(RootLinesTest, EveryLineIsTheBestOfTheRest) {
-    Position("k7/8/8/8/8/8/R6R/K6q w - - 0 1");
+    Position("1k6/8/8/8/8/8/R6R/K6q w - - 0 1");
     Wish("lines 2");
     Search(6, false);
     ExpectSound(2);
